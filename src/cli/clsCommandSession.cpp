@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "cli/clsCommandSession.h"
+
+#include "cli/modConsole.h"
+#include "data/modDBFunctions.h"
+#include "data/modSites.h"
+#include "platform/clsDatabase.h"
+#include "platform/impl/clsPlatformParts.h"
+#include "shell/clsErrorHandler.h"
+#include "shell/modBrambury.h"
+#include "shell/modCommonFunctions.h"
+#include "shell/modErrorHandler.h"
+
+using namespace Qt::Literals::StringLiterals;
+using modBrambury::State;
+
+clsCommandSession::clsCommandSession(clsPlatformParts& parts, bool yes) : m_parts(parts), m_dialogs(yes)
+{
+    State().Platform = parts.Bundle();
+    State().Platform.Dialogs = &m_dialogs;
+    State().Platform.Windows = &m_windows;
+    modBrambury::SetProgramFolder(parts.ProgramFolder());
+    modBrambury::LoadProgramSettings();
+}
+
+clsCommandSession::~clsCommandSession()
+{
+    modBrambury::CloseProcessDatabase();
+    State().Platform = {};
+}
+
+ExitCode clsCommandSession::Run(const std::function<ExitCode(clsCommandSession&)>& command)
+{
+    ExitCode code = ExitCode::Failed;
+    const Guarded ending = guarded("modCommandLine", "RunCommandLine", [&] { code = command(*this); });
+    // Some errors are for Error.log alone; a command that fails must say why all the same.
+    if (ending != Guarded::Done && !m_windows.ErrorShown())
+        modConsole::ErrorLine(clsErrorHandler::Instance().Description);
+    return ending == Guarded::Done && !State().Terminating ? code : ExitCode::Failed;
+}
+
+ExitCode clsCommandSession::LocateDatabase() const
+{
+    return modBrambury::LocateDatabase() ? ExitCode::Done : ExitCode::Failed;
+}
+
+ExitCode clsCommandSession::OpenDatabase() const
+{
+    State().Workspace = State().Platform.DBEngine->CreateWorkspace(QString(), u"admin"_s, QString());
+    if (modDBFunctions::OpenProcessDatabase())
+        return ExitCode::Done;
+    if (modDBFunctions::LastUse() == modDBFunctions::Use::InUse)
+        return ExitCode::InUse;
+    if (!m_windows.ErrorShown())
+        modConsole::ErrorLine(clsErrorHandler::Instance().Description);
+    return ExitCode::Failed;
+}
+
+clsDatabase& clsCommandSession::Database()
+{
+    return *State().Database;
+}
+
+ExitCode clsCommandSession::Refuse(const QString& reason)
+{
+    modConsole::ErrorLine(reason);
+    return ExitCode::Refused;
+}
+
+ExitCode clsCommandSession::InUse(const QString& reason)
+{
+    modConsole::ErrorLine(reason);
+    return ExitCode::InUse;
+}
+
+ExitCode clsCommandSession::FindSite(clsRecordset& sites, const QString& siteID)
+{
+    if (!siteID.isNull() && !modSites::Find(sites, siteID))
+        return Refuse(u"There is no site "_s + siteID + u'.');
+    if (siteID.isNull() && !modSites::MoveToLastUsed(sites, State().Settings.Site)) {
+        modCommonFunctions::MsgBox(u"There are no sites available."_s, clsDialogs::Buttons::OK,
+                                   clsDialogs::Icon::Information);
+        return ExitCode::Refused;
+    }
+    return ExitCode::Done;
+}

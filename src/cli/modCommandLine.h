@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The command line: understands the words, and runs the one command they name, or opens the window.
+#pragma once
+
+#include <QString>
+#include <functional>
+#include <memory>
+
+class QCoreApplication;
+class clsPlatformParts;
+
+/// What needs a window system, handed in by the entry function: commands must start without one.
+struct clsWindowEntry
+{
+    /// Makes the application object for a window, or for pictures.
+    std::function<std::unique_ptr<QCoreApplication>(int& argc, char** argv)> MakeApplication;
+    /// Opens the window and runs until the program ends. @return the process's exit code.
+    std::function<int(clsPlatformParts& parts)> OpenWindow;
+    /// Renders the windows into PNG files in `folder`. @return the process's exit code.
+    std::function<int(clsPlatformParts& parts, const QString& folder)> RenderPictures;
+};
+
+/// @return the process's exit code (see modExitCode.h).
+int RunCommandLine(int argc, char** argv, const clsWindowEntry& window);

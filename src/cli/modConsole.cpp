@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "cli/modConsole.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <poll.h>
+#include <string>
+#include <unistd.h>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace
+{
+/// errno of the first write that failed, 0 while none has.
+int s_writeError = 0;
+
+QByteArray Encoded(QString text)
+{
+    return text.replace(u"\r\n"_s, u"\n"_s).replace(u'\r', u'\n').toUtf8();
+}
+
+void Flush()
+{
+    if (std::fflush(stdout) != 0 && s_writeError == 0)
+        s_writeError = errno;
+}
+} // namespace
+
+void modConsole::Write(const QByteArray& bytes)
+{
+    const auto size = static_cast<std::size_t>(bytes.size());
+    // After a failure nothing more is written: half a line would be taken for a whole one.
+    if (s_writeError == 0 && std::fwrite(bytes.constData(), 1, size, stdout) != size)
+        s_writeError = errno;
+}
+
+void modConsole::WriteLine(const QString& text)
+{
+    Write(Encoded(text) + '\n');
+    Flush();
+}
+
+void modConsole::ErrorLine(const QString& text)
+{
+    const QByteArray bytes = Encoded(text) + '\n';
+    std::fwrite(bytes.constData(), 1, static_cast<std::size_t>(bytes.size()), stderr);
+    std::fflush(stderr);
+}
+
+bool modConsole::Finish()
+{
+    Flush();
+    if (s_writeError != 0 && s_writeError != EPIPE)
+        ErrorLine(u"The standard output could not be written: "_s + QString::fromLocal8Bit(std::strerror(s_writeError)));
+    return s_writeError == 0;
+}
+
+bool modConsole::CanAsk()
+{
+    return ::isatty(STDIN_FILENO) == 1 && ::isatty(STDERR_FILENO) == 1;
+}
+
+QString modConsole::Ask(const QString& prompt)
+{
+    const QByteArray bytes = Encoded(prompt);
+    std::fwrite(bytes.constData(), 1, static_cast<std::size_t>(bytes.size()), stderr);
+    std::fflush(stderr);
+    std::string line;
+    for (;;) {
+        char letter = 0;
+        // Waiting by poll and not by read: a signal ends this wait, whatever its handler says of interrupted calls.
+        struct pollfd input = {.fd = STDIN_FILENO, .events = POLLIN, .revents = 0};
+        if (::poll(&input, 1, -1) != 1 || ::read(STDIN_FILENO, &letter, 1) != 1)
+            return {};
+        if (letter == '\n')
+            return u""_s + QString::fromStdString(line).trimmed(); // never Null, not even for an empty line
+        line += letter;
+    }
+}

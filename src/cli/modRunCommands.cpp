@@ -1,0 +1,141 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// test and queue: the link test run, and which links it will visit.
+#include "cli/clsCommandSession.h"
+#include "cli/clsConsoleLog.h"
+#include "cli/clsStopSignals.h"
+#include "cli/modCommands.h"
+#include "cli/modConsole.h"
+#include "data/modSites.h"
+#include "linktest/clsHTTP.h"
+#include "linktest/modTestQueue.h"
+#include "platform/clsDatabase.h"
+#include "platform/clsDisk.h"
+#include "shell/modBrambury.h"
+#include "shell/modCommonFunctions.h"
+
+#include <CLI/CLI.hpp>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace
+{
+/// Nobody watches the links go by.
+class clsNoParent final : public clsLinkTestParent
+{
+public:
+    void HighLightLink(qint64, const QString&) override {}
+    void RunProgress(qint64, qint64) override {}
+};
+
+ExitCode CodeOf(const clsHTTP& test)
+{
+    switch (test.LastEnding()) {
+    case clsHTTP::Ending::Done:
+        return test.FailedLinks() > 0 ? ExitCode::Findings : ExitCode::Done;
+    case clsHTTP::Ending::Empty:
+        return ExitCode::Done;
+    case clsHTTP::Ending::Stopped:
+        return ExitCode::Stopped;
+    case clsHTTP::Ending::NoConnection:
+    case clsHTTP::Ending::UnknownSite:
+    case clsHTTP::Ending::Failed:
+        break;
+    }
+    return ExitCode::Failed;
+}
+
+ExitCode Test(const clsCommandSession& session, const QString& siteID)
+{
+    modBrambury::ProcessState& state = modBrambury::State();
+    state.StopFlag = false;
+    const clsStopSignals signals([&state] { state.StopFlag = true; });
+
+    if (const ExitCode located = session.LocateDatabase(); located != ExitCode::Done)
+        return located;
+    const auto lock = state.Platform.Disk->Lock(state.Settings.DataPath + u"Bramdat.run"_s, clsDisk::Share::Exclusive);
+    if (!lock)
+        return clsCommandSession::InUse(u"Another run is under way on this database."_s);
+    if (const ExitCode opened = session.OpenDatabase(); opened != ExitCode::Done)
+        return opened;
+
+    const auto sites = clsCommandSession::Database().OpenRecordset(u"tblSites"_s);
+    if (const ExitCode found = clsCommandSession::FindSite(*sites, siteID); found != ExitCode::Done)
+        return found;
+    modSites::Select(*sites);
+
+    clsNoParent parent;
+    clsConsoleLog log;
+    clsHTTP test({.Parent = &parent,
+                  .LogWindow = &log,
+                  .Platform = state.Platform,
+                  .Database = state.Database.get(),
+                  .MakeEngine = {}});
+    test.CheckLinks();
+    return CodeOf(test);
+}
+
+ExitCode QueueTest(const clsCommandSession& session, modTestQueue::Choice choice)
+{
+    if (const ExitCode located = session.LocateDatabase(); located != ExitCode::Done)
+        return located;
+    if (const ExitCode opened = session.OpenDatabase(); opened != ExitCode::Done)
+        return opened;
+    if (!choice.allSites) {
+        const auto sites = clsCommandSession::Database().OpenRecordset(u"tblSites"_s);
+        if (const ExitCode found = clsCommandSession::FindSite(*sites, choice.site); found != ExitCode::Done)
+            return found;
+        choice.site = modCommonFunctions::TextOf(sites->Field(u"SiteID"_s));
+    }
+    const modTestQueue::Outcome outcome = modTestQueue::SetTests(clsCommandSession::Database(), choice);
+    if (!outcome.anyLinks) {
+        modCommonFunctions::MsgBox(u"There are no links available."_s, clsDialogs::Buttons::OK,
+                                   clsDialogs::Icon::Information);
+        return ExitCode::Findings;
+    }
+    modConsole::WriteLine((choice.queue == modTestQueue::Queue::Select ? u"%1 link(s) added to the test queue."_s
+                                                                       : u"%1 link(s) taken off the test queue."_s)
+                              .arg(outcome.changed));
+    return ExitCode::Done;
+}
+} // namespace
+
+void modCommands::AddRuns(CLI::App& app, clsCommand& chosen)
+{
+    const auto testSite = std::make_shared<Word>();
+    CLI::App* test = app.add_subcommand("test", "Test every link that is queued for testing");
+    testSite->option = test->add_option("--site", testSite->text,
+                                        "The site whose test switches count; else the one selected last, or the first")
+                           ->type_name("SITEID");
+    test->callback([&chosen, testSite] {
+        chosen = [site = testSite->Text()](clsCommandSession& session) { return Test(session, site); };
+    });
+
+    struct Words
+    {
+        Word statuses;
+        Word site;
+        bool allSites = false;
+        bool remove = false;
+    };
+    const auto words = std::make_shared<Words>();
+    CLI::App* queue = app.add_subcommand("queue", "Choose which links the next run visits");
+    queue->require_subcommand(1);
+    CLI::App* queueTest = queue->add_subcommand("test", "Queue links for testing by their status");
+    words->statuses.option =
+        queueTest->add_option("--status", words->statuses.text, "Statuses, separated by commas: active,broken")
+            ->required()
+            ->type_name("STATUS,...");
+    words->site.option =
+        queueTest->add_option("--site", words->site.text, "Links of this site; else of the one selected last")
+            ->type_name("SITEID");
+    queueTest->add_flag("--all-sites", words->allSites, "Links of all sites")->excludes(words->site.option);
+    queueTest->add_flag("--remove", words->remove, "Take the links off the queue");
+    queueTest->callback([&chosen, words] {
+        const modTestQueue::Choice choice{
+            .queue = words->remove ? modTestQueue::Queue::Unselect : modTestQueue::Queue::Select,
+            .statuses = StatusCodes(words->statuses),
+            .allSites = words->allSites,
+            .site = words->site.Text()};
+        chosen = [choice](clsCommandSession& session) { return QueueTest(session, choice); };
+    });
+}

@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The link test run: whether each promised link and image is really there, in both directions.
+#pragma once
+
+#include "log/clsStatusLog.h"
+#include "shell/modBrambury.h"
+
+#include <QString>
+#include <functional>
+#include <memory>
+
+class clsHTTPEngine;
+class clsRecordset;
+
+/// What a run asks of whoever started it: the main window, or the command line.
+class clsLinkTestParent
+{
+public:
+    virtual ~clsLinkTestParent() = default;
+    /// Makes the link being worked on visible and current, if the current view shows it.
+    virtual void HighLightLink(qint64 linkID, const QString& siteName = {}) = 0;
+    /// Progress of a run. @param done  links judged. @param total  links in the run.
+    virtual void RunProgress(qint64 done, qint64 total) = 0;
+};
+
+/// One session over every link queued for testing. Reports through the log, message boxes and the records.
+class clsHTTP
+{
+public:
+    /// What the run works with; not owned.
+    struct Collaborators
+    {
+        clsLinkTestParent* Parent = nullptr;
+        clsLogWindow* LogWindow = nullptr;
+        clsPlatform Platform;
+        clsDatabase* Database = nullptr;
+        /// Makes the page fetcher of the run; empty: the real clsHTTPEngine on the platform's HTTP control.
+        std::function<std::unique_ptr<clsHTTPEngine>()> MakeEngine;
+    };
+
+    /// How a session ended, for callers that have an exit code to choose.
+    enum class Ending {
+        Done,         ///< every queued link was judged
+        Empty,        ///< nothing was queued
+        Stopped,      ///< the stop flag
+        NoConnection, ///< not connected to the Internet
+        UnknownSite,  ///< a link's site was not found
+        Failed,       ///< an error that was reported
+    };
+
+    explicit clsHTTP(Collaborators collaborators);
+    ~clsHTTP();
+    clsHTTP(const clsHTTP&) = delete;
+    clsHTTP& operator=(const clsHTTP&) = delete;
+
+    /// Runs one session; the four switches and the site whose results are cleared are those of modBrambury::State().
+    void CheckLinks();
+    [[nodiscard]] Ending LastEnding() const { return m_ending; }
+    /// Links of the last session that failed a test.
+    [[nodiscard]] qint64 FailedLinks() const { return m_failed; }
+
+    /// Removes the first "www." of an address; empty when there is none. The caller's copy becomes lower case.
+    static QString StripWww(QString& address);
+    /// The address with its host replaced by `ip`; the caller's copy becomes lower case unless `ip` is empty.
+    static QString IpForm(QString& address, const QString& ip);
+    /// The address that is requested: "/" is appended unless it ends like a page.
+    static QString PageAddress(const QString& linkPage);
+
+private:
+    struct Session;
+    Collaborators m_with;
+    clsStatusLog m_log;
+    int m_port = 80;       ///< of a new object; the sites' own ports do not reach the fetcher
+    QString m_proxy;
+    Ending m_ending = Ending::Done;
+    qint64 m_failed = 0;
+};

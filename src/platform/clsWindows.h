@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Everything that opens or closes a window, in the words of the logic that asks for it.
+#pragma once
+
+#include <QString>
+
+/// The program's windows. With a window system `ui` implements it; the command line answers in text.
+class clsWindows
+{
+public:
+    enum class ErrorIcon { Critical, Exclamation };
+    enum class Pointer { Default, Hourglass };
+
+    virtual ~clsWindows() = default;
+    /// Shows the splash window, not modal, and lets it paint. @param build  three digits, "012".
+    virtual void ShowSplash(const QString& version, const QString& build) = 0;
+    virtual void HideSplash() = 0;
+    /// Loads and shows the main window; returns when its load has run.
+    virtual void LoadMain() = 0;
+    /// Closes the main window through its close request, as its close box does; while a run or a dialog is open, when
+    /// they have returned.
+    virtual void UnloadMain() = 0;
+    /// Closes windows, newest first. @param keepMain  all but the main window.
+    virtual void UnloadAll(bool keepMain) = 0;
+    [[nodiscard]] virtual bool AnyLoaded() const = 0;
+    /// Restores the main window if it is minimised and brings it to the front.
+    virtual void RaiseMain() = 0;
+    virtual void SetPointer(Pointer pointer) = 0;
+    /// The error window, modal. @param message  what to do; @param details  the facts, hidden at first.
+    virtual void ShowError(ErrorIcon icon, const QString& message, const QString& details) = 0;
+    /// The backup and restore window, modal. @return false when this build has none yet.
+    virtual bool ShowBackupRestore() = 0;
+    /// The help window at a topic. @return false when there is no help text yet.
+    virtual bool ShowHelp(int topic) = 0;
+    /// The tip of the day, modal. @return false when this build has none yet.
+    virtual bool ShowTips() = 0;
+};

@@ -1,0 +1,131 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The settings in one INI file, everything as text. What the format does to special names and values ends here.
+#include "platform/clsError.h"
+#include "platform/clsSettingsStore.h"
+#include "platform/impl/modPlatformImpl.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QSettings>
+#include <algorithm>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace
+{
+/// Everything stands inside this group, because the format gives a group named "General" at the top another meaning.
+const QString OuterGroup = QStringLiteral("Brambury");
+
+/// A section or key as the library takes it: slashes of both kinds would make groups of it, and it may not be empty.
+QString Encoded(QString name)
+{
+    if (name.isEmpty())
+        return u"%"_s;
+    return name.replace(u'%', u"%25"_s).replace(u'/', u"%2F"_s).replace(u'\\', u"%5C"_s);
+}
+
+QString Decoded(QString name)
+{
+    if (name == u"%"_s)
+        return {};
+    return name.replace(u"%5C"_s, u"\\"_s).replace(u"%2F"_s, u"/"_s).replace(u"%25"_s, u"%"_s);
+}
+
+QString GroupOf(const QString& section)
+{
+    return OuterGroup + u'/' + Encoded(section);
+}
+
+QString PathOf(const QString& section, const QString& key)
+{
+    return GroupOf(section) + u'/' + Encoded(key);
+}
+
+/// A value written by hand with commas and without quotes arrives as a list.
+QString AsText(const QVariant& value)
+{
+    return value.typeId() == QMetaType::QStringList ? value.toStringList().join(u',') : value.toString();
+}
+
+class clsIniSettings final : public clsSettingsStore
+{
+public:
+    explicit clsIniSettings(const QString& iniFile) : m_settings(iniFile, QSettings::IniFormat) {}
+
+    QString GetSetting(const QString& section, const QString& key, const QString& defaultValue) const override
+    {
+        return AsText(m_settings.value(PathOf(section, key), defaultValue));
+    }
+    bool HasSetting(const QString& section, const QString& key) const override
+    {
+        return m_settings.contains(PathOf(section, key));
+    }
+    void SaveSetting(const QString& section, const QString& key, const QString& value) override
+    {
+        m_settings.setValue(PathOf(section, key), value);
+    }
+    void DeleteSetting(const QString& section, const QString& key) override { m_settings.remove(PathOf(section, key)); }
+    void DeleteSection(const QString& section) override { m_settings.remove(GroupOf(section)); }
+
+    QStringList Sections() const override { return Children(OuterGroup, &QSettings::childGroups); }
+
+    std::vector<QPair<QString, QString>> GetAllSettings(const QString& section) const override
+    {
+        std::vector<QPair<QString, QString>> all;
+        const QStringList keys = Children(GroupOf(section), &QSettings::childKeys);
+        for (const QString& key : keys)
+            all.emplace_back(key, GetSetting(section, key, QString()));
+        return all;
+    }
+
+    void Flush() override
+    {
+        // A QSettings keeps its first bad status for ever, a damaged line met while reading included. Another one on
+        // the same file shares the unwritten changes and starts afresh; the second has nothing left to read.
+        for (int attempt = 0; attempt < 2; ++attempt) {
+            QSettings fresh(m_settings.fileName(), QSettings::IniFormat);
+            fresh.sync();
+            if (fresh.status() == QSettings::AccessError)
+                throw NotWritten();
+        }
+    }
+
+private:
+    /// The library does not say why it could not write.
+    clsError NotWritten() const
+    {
+        const QFileInfo file(m_settings.fileName());
+        QFileInfo place(file.path());
+        while (!place.exists() && !place.isRoot())
+            place = QFileInfo(place.path());
+        const bool writable = place.isWritable() && (!file.exists() || file.isWritable());
+        return {writable ? clsError::DiskFull : clsError::PermissionDenied,
+                u"The settings cannot be written to "_s + QDir::toNativeSeparators(file.filePath()) + u'.',
+                u"Settings"_s};
+    }
+
+    QStringList Children(const QString& group, QStringList (QSettings::*list)() const) const
+    {
+        m_settings.beginGroup(group);
+        QStringList names = (m_settings.*list)();
+        m_settings.endGroup();
+        for (QString& name : names)
+            name = Decoded(name);
+        std::sort(names.begin(), names.end());
+        return names;
+    }
+
+    mutable QSettings m_settings; ///< entering a group to list it is no change
+};
+
+/// Where the user's own settings stand.
+QString UserFile()
+{
+    return QSettings(QSettings::IniFormat, QSettings::UserScope, u"Brambury"_s, u"Brambury"_s).fileName();
+}
+} // namespace
+
+std::unique_ptr<clsSettingsStore> modPlatformImpl::MakeSettingsStore(const QString& iniFile)
+{
+    return std::make_unique<clsIniSettings>(iniFile.isEmpty() ? UserFile() : iniFile);
+}

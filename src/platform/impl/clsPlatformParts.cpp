@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/impl/clsPlatformParts.h"
+
+#include "platform/clsClock.h"
+#include "platform/clsConnection.h"
+#include "platform/clsDatabase.h"
+#include "platform/clsDisk.h"
+#include "platform/clsEventLoop.h"
+#include "platform/clsSettingsStore.h"
+#include "platform/clsSound.h"
+#include "platform/frmResources.h"
+#include "platform/impl/modPlatformImpl.h"
+
+#include <QDir>
+#include <QStandardPaths>
+
+using namespace Qt::Literals::StringLiterals;
+
+struct clsPlatformParts::Parts
+{
+    std::unique_ptr<clsDisk> disk;
+    std::unique_ptr<clsSettingsStore> settings;
+    std::unique_ptr<clsEventLoop> eventLoop;
+    std::unique_ptr<clsClock> clock;
+    std::unique_ptr<clsSound> sound;
+    std::unique_ptr<clsConnection> connection;
+    std::unique_ptr<clsDBEngine> engine;
+    std::unique_ptr<frmResources> resources;
+};
+
+clsPlatformParts::clsPlatformParts(const QString& home) : m_parts(std::make_unique<Parts>())
+{
+    // Where the platform's habit is to install into the user's reach, the program's folder would be the executable's;
+    // here it is one folder per user.
+    m_programFolder = home.isEmpty()
+                          ? QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + u"/Brambury"_s
+                          : QDir(home).absolutePath();
+    m_parts->disk = modPlatformImpl::MakeDisk();
+    m_parts->settings =
+        modPlatformImpl::MakeSettingsStore(home.isEmpty() ? QString() : m_programFolder + u"/Brambury.ini"_s);
+    m_parts->eventLoop = modPlatformImpl::MakeEventLoop();
+    m_parts->clock = modPlatformImpl::MakeClock();
+    m_parts->sound = modPlatformImpl::MakeSound();
+    m_parts->connection = modPlatformImpl::MakeConnection();
+    m_parts->engine = modPlatformImpl::MakeDBEngine();
+    m_parts->resources =
+        std::make_unique<frmResources>(modPlatformImpl::MakeHTTPControl(*m_parts->disk), nullptr, nullptr);
+}
+
+clsPlatformParts::~clsPlatformParts() = default;
+
+clsPlatform clsPlatformParts::Bundle() const
+{
+    clsPlatform bundle;
+    bundle.DBEngine = m_parts->engine.get();
+    bundle.Settings = m_parts->settings.get();
+    bundle.EventLoop = m_parts->eventLoop.get();
+    bundle.Clock = m_parts->clock.get();
+    bundle.Connection = m_parts->connection.get();
+    bundle.Sound = m_parts->sound.get();
+    bundle.Disk = m_parts->disk.get();
+    bundle.Resources = m_parts->resources.get();
+    return bundle;
+}
+
+bool clsPlatformParts::Installed() const
+{
+    return m_parts->disk->FolderExists(m_programFolder + u"/Data"_s);
+}
+
+void clsPlatformParts::LayDown(bool sample)
+{
+    clsDisk& disk = *m_parts->disk;
+    const QString share = modPlatformImpl::ShareFolder();
+    const QString database = m_programFolder + u"/Data/Bramdat.mdb"_s;
+    disk.MakeFolder(m_programFolder + u"/Data"_s);
+    for (const auto& name : {u"Musfall.wav"_s}) {
+        if (!disk.FileExists(m_programFolder + u'/' + name))
+            disk.CopyFile(share + u'/' + name, m_programFolder + u'/' + name);
+    }
+    // The database comes last: a folder that holds it is complete.
+    if (!disk.FileExists(database))
+        disk.CopyFile(share + (sample ? u"/Sample.mdb"_s : u"/Bramdat.mdb"_s), database);
+}

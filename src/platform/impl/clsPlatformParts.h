@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Makes and owns the real parts that need no window, and bundles them for the program.
+#pragma once
+
+#include "platform/clsPlatform.h"
+
+#include <QString>
+#include <memory>
+
+/// The parts of one process. Windows and dialogs are added by whoever has them.
+class clsPlatformParts
+{
+public:
+    /// @param home  the folder of a portable installation, whose settings live in it too; empty: the user's own
+    /// program folder and settings.
+    explicit clsPlatformParts(const QString& home);
+    ~clsPlatformParts();
+    clsPlatformParts(const clsPlatformParts&) = delete;
+    clsPlatformParts& operator=(const clsPlatformParts&) = delete;
+
+    /// Handles to the parts, to be completed with Dialogs, Windows and the rest.
+    [[nodiscard]] clsPlatform Bundle() const;
+    /// The folder of this installation, which may not exist yet.
+    [[nodiscard]] const QString& ProgramFolder() const { return m_programFolder; }
+    /// True when that folder has been laid down.
+    [[nodiscard]] bool Installed() const;
+    /// Lays the program folder down from the share folder: Data with the empty database (or the sample), sound and
+    /// help. An existing database is left alone. @throws clsError
+    void LayDown(bool sample);
+
+private:
+    struct Parts;
+    std::unique_ptr<Parts> m_parts;
+    QString m_programFolder;
+};

@@ -1,0 +1,146 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/impl/clsSqlDatabase.h"
+
+#include "platform/impl/clsSqlQueryDef.h"
+#include "platform/impl/clsSqlRecordset.h"
+#include "platform/impl/modSqlErrors.h"
+
+#include <QRegularExpression>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace
+{
+/// Callers write texts in double quotes. The engine takes such a text for a field's name when there is a field of that
+/// name (a site called "Category"), so they become texts in single quotes before it sees them.
+QString WithTextLiterals(const QString& statement)
+{
+    QString result;
+    for (qsizetype i = 0; i < statement.size(); ++i) {
+        const QChar quote = statement.at(i);
+        if (quote != u'"' && quote != u'\'') {
+            result += quote;
+            continue;
+        }
+        QString text;
+        for (++i; i < statement.size(); ++i) {
+            if (statement.at(i) == quote) {
+                if (i + 1 >= statement.size() || statement.at(i + 1) != quote)
+                    break;
+                ++i;
+            }
+            text += statement.at(i);
+        }
+        result += u'\'' + text.replace(u'\'', "''"_L1) + u'\'';
+    }
+    return result;
+}
+
+/// A default as the table declaration writes it.
+QString Literal(const QVariant& value)
+{
+    if (value.metaType().id() == QMetaType::QString)
+        return u'\'' + value.toString().replace(u'\'', "''"_L1) + u'\'';
+    return QString::number(value.toLongLong());
+}
+} // namespace
+
+clsSqlDatabase::clsSqlDatabase(std::shared_ptr<clsSqlOpenFiles> files, QString path,
+                               std::shared_ptr<clsSqlConnection> connection)
+    : m_files(std::move(files)), m_path(std::move(path)), m_connection(std::move(connection))
+{
+}
+
+bool clsSqlDatabase::IsOpen() const
+{
+    return m_connection && m_connection->IsOpen();
+}
+
+void clsSqlDatabase::Close()
+{
+    m_connection.reset(); // the last handle on a file closes it
+}
+
+clsSqlConnection& clsSqlDatabase::Connection() const
+{
+    if (!IsOpen())
+        modSqlErrors::Raise(clsError::DatabaseClosed, u"The database \"%1\" is not open."_s.arg(m_path));
+    return *m_connection;
+}
+
+std::unique_ptr<clsRecordset> clsSqlDatabase::OpenRecordset(const QString& source)
+{
+    static const QRegularExpression select(u"^\\s*SELECT\\s"_s, QRegularExpression::CaseInsensitiveOption);
+    clsSqlConnection& connection = Connection();
+    if (source.contains(select))
+        return clsSqlRecordset::OfStatement(m_files, m_path, WithTextLiterals(source), {});
+    if (connection.FindTable(source))
+        return clsSqlRecordset::OfTable(m_files, m_path, source);
+    return QueryDef(source)->OpenRecordset();
+}
+
+std::unique_ptr<clsQueryDef> clsSqlDatabase::QueryDef(const QString& name)
+{
+    const auto sql = Connection().StoredQuery(name);
+    if (!sql)
+        modSqlErrors::Raise(clsError::UnknownItem, u"There is no stored query \"%1\" in the database."_s.arg(name));
+    return std::make_unique<clsSqlQueryDef>(m_files, m_path, *sql);
+}
+
+QStringList clsSqlDatabase::Fields(const QString& table)
+{
+    QStringList names;
+    for (const clsSqlField& field : Connection().Table(table).fields)
+        names << field.name;
+    return names;
+}
+
+int clsSqlDatabase::FieldSize(const QString& table, const QString& field)
+{
+    const clsSqlField* found = Connection().Table(table).Field(field);
+    if (!found)
+        modSqlErrors::Raise(clsError::UnknownItem, u"The table \"%1\" has no field \"%2\"."_s.arg(table, field));
+    return found->size;
+}
+
+void clsSqlDatabase::AppendField(const QString& table, const QString& field, int type, int size,
+                                 const QVariant& defaultValue)
+{
+    QString declaration;
+    switch (type) {
+    case 10:
+        declaration = u"VARCHAR(%1) CHECK (length(%2) <= %1)"_s.arg(size).arg(SqlName(field));
+        break;
+    case 4:
+        declaration = u"INTEGER"_s;
+        break;
+    case 8:
+    case 12:
+        declaration = u"TEXT"_s;
+        break;
+    default:
+        modSqlErrors::Raise(clsError::TypeMismatch, u"There is no field type %1."_s.arg(type));
+    }
+    if (!defaultValue.isNull())
+        declaration += u" DEFAULT "_s + Literal(defaultValue);
+    clsSqlConnection& connection = Connection();
+    const QString stored = connection.Table(table).name;
+    connection.Run(u"ALTER TABLE %1 ADD COLUMN %2 %3"_s.arg(SqlName(stored), SqlName(field), declaration));
+    connection.ForgetTables();
+}
+
+void clsSqlDatabase::BeginTrans()
+{
+    Connection().BeginTrans();
+}
+
+void clsSqlDatabase::CommitTrans()
+{
+    Connection().CommitTrans();
+}
+
+void clsSqlDatabase::Rollback() noexcept
+{
+    if (m_connection)
+        m_connection->Rollback();
+}

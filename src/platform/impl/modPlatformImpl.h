@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The real parts behind the platform's interfaces, as far as they need no window.
+#pragma once
+
+#include "platform/clsPlatform.h"
+
+#include <QString>
+#include <functional>
+#include <memory>
+
+class clsHTTPControl;
+
+namespace modPlatformImpl
+{
+/// Encrypted files of SQLCipher.
+std::unique_ptr<clsDBEngine> MakeDBEngine();
+/// HTTP/1.1 by libcurl, page lists by an HTML5 parser on a worker thread.
+std::unique_ptr<clsHTTPControl> MakeHTTPControl(clsDisk& disk);
+std::unique_ptr<clsEventLoop> MakeEventLoop();
+std::unique_ptr<clsClock> MakeClock();
+std::unique_ptr<clsDisk> MakeDisk();
+std::unique_ptr<clsSound> MakeSound();
+/// BRAMBURY_OFFLINE=1 makes it say no.
+std::unique_ptr<clsConnection> MakeConnection();
+/// @param iniFile  the file of a portable installation; empty: the user's own settings.
+std::unique_ptr<clsSettingsStore> MakeSettingsStore(const QString& iniFile);
+/// @param programFolder  what the one running window is counted by.  @param activated  called in the first copy when
+/// another one asks it to come to the front.
+std::unique_ptr<clsInstance> MakeInstance(const QString& programFolder, std::function<void()> activated);
+
+/// The folder with what a first installation is laid down from (Bramdat.mdb, Sample.mdb, Musfall.wav): beside the
+/// program's own, ../share/brambury.
+QString ShareFolder();
+} // namespace modPlatformImpl

@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Failures of the operating system as the program's own error numbers.
+#pragma once
+
+#include "platform/clsError.h"
+
+#include <QString>
+
+namespace modSystemError
+{
+/// @param code    errno of the failed call.  @param doing  what was being done, "Writing /home/x/a.txt".
+/// @param source  the part of the program's surroundings that failed, "Disk".
+clsError FromErrno(int code, const QString& doing, const QString& source);
+} // namespace modSystemError

@@ -1,0 +1,114 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The process: its entry routine, its end, its restart, and the values that live as long as it does.
+#pragma once
+
+#include "platform/clsPlatform.h"
+#include "shell/clsProgramSettings.h"
+
+#include <QString>
+#include <QStringList>
+#include <memory>
+#include <optional>
+#include <vector>
+
+class clsDatabase;
+class clsFileLock;
+class clsWorkspace;
+
+namespace modBrambury
+{
+inline const QString ProgramTitle = QStringLiteral("Brambury");
+inline const QString DatabaseFile = QStringLiteral("Bramdat.mdb");
+inline const QString TemporaryDatabaseFile = QStringLiteral("_Bramdat.mdb");
+/// Where a site being created stands before it has a name.
+inline const QString NewSiteID = QStringLiteral("*New");
+
+/// One of the eight kinds of message, a row of tblMailType.
+struct MessageType
+{
+    int ID = 0;
+    QString Title;
+    bool Offer = false;
+};
+
+/// The four tests of a site, as its record switches them.
+struct TestSwitches
+{
+    bool MyLinkAtRecipSite = false;
+    bool MyImageAtRecipSite = false;
+    bool RecipLinkAtMySite = false;
+    bool RecipImageAtMySite = false;
+};
+
+/// Values that live for the whole process; Main sets them anew at a restart.
+struct ProcessState
+{
+    clsPlatform Platform;
+    clsProgramSettings Settings;
+    std::unique_ptr<clsWorkspace> Workspace;
+    std::unique_ptr<clsDatabase> Database; ///< the one open database; empty while it is closed
+    std::unique_ptr<clsFileLock> DatabaseInUse; ///< shared lock on Bramdat.use while the database is open
+
+    bool Terminating = false;    ///< end without the normal closing work
+    bool Restarting = false;     ///< the next Main shows no splash
+    bool BackupFromExit = false; ///< the backup window was opened from an offer
+    bool DatabaseWork = false;   ///< compact or repair is at work on the file
+    bool Dialled = false;        ///< the program itself dialled the connection
+    bool SessionEnding = false;  ///< end without questions, settings saved all the same: log-out, SIGTERM
+    bool StopFlag = false;       ///< the Stop button was pressed; cleared by whoever starts a run
+
+    QString CurrentSite;         ///< SiteID of the selected site
+    TestSwitches Tests;          ///< of the selected site
+    QStringList StatusNames;     ///< index = status code
+    std::vector<MessageType> MessageTypes; ///< in stored order
+};
+
+/// The one instance.
+ProcessState& State();
+inline clsPlatform& Platform() { return State().Platform; }
+
+/// What the process does when the event loop is left.
+enum class Next { End, Restart };
+/// Reset by Main; set by RestartProgram. Read by the entry function after the event loop.
+Next NextStep();
+
+/// The entry routine: second copy, settings, database file, workspace, splash, main window.
+/// @return false when the program ends at once (another copy runs, no database file, or it was aborted).
+bool Main();
+/// The normal end, called by the main window's close request only: backup reminder, settings, windows, database.
+/// @param bAbort  an end without saving: only sets the terminating flag, then windows and database.
+void EndProgram(bool bAbort = false);
+/// Ends without the closing work: inside a run or dialog it sets its flags and every wait returns; the rest follows
+/// when they have returned.
+void AbortProgram();
+/// Tells the user, unloads every window and runs Main again (the entry function does, when the event loop is left).
+/// @param caption  of the message box.
+void RestartProgram(const QString& caption);
+void UnloadAllForms(bool bKeepMain);
+
+/// Fills every settings value from the store, in the table's order; a text that does not convert stops it there.
+void LoadProgramSettings();
+/// Writes every value but DataPath.
+void SaveProgramSettings();
+
+/// Closes database and workspace; harmless when nothing is open.
+void CloseProcessDatabase();
+/// Full path of the database file.
+QString DatabasePath();
+/// Looks for the database file and tells the user when it is not there; when an unfinished compact or repair left its
+/// temporary file, also how to put that back. Nothing is put back unasked.
+bool LocateDatabase();
+
+/// Clears the results of one site's links.
+void ClearResults(const QString& siteID);
+/// Reads tblMailType into MessageTypes.
+void LoadMessageTypes();
+/// Fills StatusNames: "Offer", "In-Process", "Active", "Broken", "Inactive", "Declined".
+void LoadStatusNames();
+
+/// The folder of this installation: database, Error.log, temporary files, sound. Set by SetProgramFolder at start.
+QString ProgramFolder();
+void SetProgramFolder(const QString& folder);
+/// A path inside the program folder, from one of the fixed literals ("\Data\", "\$$$http.tmp"), native separators.
+QString FolderPath(const QString& literal);
+} // namespace modBrambury

@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Small routines that windows and engines share.
+#pragma once
+
+#include "platform/clsDialogs.h"
+
+#include <QDateTime>
+#include <QString>
+#include <QVariant>
+
+namespace modCommonFunctions
+{
+/// The one entry for message boxes; the caption is the program's title unless another is given.
+clsDialogs::Answer MsgBox(const QString& text, clsDialogs::Buttons buttons = clsDialogs::Buttons::OK,
+                          clsDialogs::Icon icon = clsDialogs::Icon::None, const QString& caption = {});
+
+/// Loose on purpose: contains "@" and ".", anywhere.
+bool IsEmailAddress(const QString& text);
+/// Contains "http://" or "https://" anywhere, in any letter case.
+bool HasWebPrefix(const QString& text);
+/// The default when the value is Null, else the value.
+QVariant NullToDefault(const QVariant& value, const QVariant& defaultValue);
+/// The same for texts: Null becomes empty.
+QString TextOf(const QVariant& value);
+/// True when a connection is up or could be dialled (then the dialled flag is set).
+bool InternetConnection();
+/// "1,023 bytes (1,023 bytes)", "1.0KB (1,024 bytes)"; megabytes from 1,048,000 on.
+QString ByteSizeText(qint64 count);
+/// Opens an address in the user's browser; tells the user when that fails.
+void OpenWebBrowser(const QString& address);
+/// Free bytes on a drive as text, or why they could not be found.
+QString DiskSpaceText(const QString& drive);
+/// Breaks at the last blank at or before `width` (the blank is dropped), a longer word hard at the width; line ends
+/// become LF.
+QString WrapText(const QString& text, int width);
+/// Brings the copy that already runs to the front.
+void ActivatePrevInstance();
+
+/// "Monday, January 5, 2026", in English whatever the locale.
+QString LongDate(const QDateTime& time);
+/// "03:07 PM", two-digit hour of twelve.
+QString MediumTime(const QDateTime& time);
+/// Dates as they are stored: local time, yyyy-MM-dd HH:mm:ss.
+QString StoredDateTime(const QDateTime& time);
+/// Reads a stored date, date-only and ISO forms included; invalid when it is none.
+QDateTime FromStoredDate(const QString& text);
+
+/// 16-bit conversion of a text: half-way values round to even. @throws clsError TypeMismatch, Overflow
+qint16 ToInt16(const QString& text);
+/// The same for TCP ports, 0 to 65535.
+quint16 ToPort(const QString& text);
+
+/// Twips are 15 to a pixel, whatever the screen's scale.
+inline constexpr int TwipsPerPixel = 15;
+} // namespace modCommonFunctions

@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The list of links: how rows and cells look, keys and clicks, and the layout of its columns.
+#pragma once
+
+#include "ui/clsLinkModel.h"
+
+#include <QTableView>
+
+class QLabel;
+class clsSettingsStore;
+
+class clsLinkGrid : public QTableView
+{
+    Q_OBJECT
+
+public:
+    explicit clsLinkGrid(QWidget* parent = nullptr);
+
+    [[nodiscard]] clsLinkModel& Links() const { return *m_links; }
+    /// Shows another set of links; null: none. Selection, current row and scroll place are kept, by link.
+    void SetLinks(std::unique_ptr<clsRecordset> links);
+
+    /// The selected links in the order of the view; without a selection the current row's, if there is one.
+    [[nodiscard]] std::vector<qint64> ChosenLinks() const;
+    /// The current row's link, 0 when there is none.
+    [[nodiscard]] qint64 CurrentLink() const;
+    /// Makes a link's row current and visible; the selection stays. @return false when the view does not show it.
+    bool MakeCurrent(qint64 linkID);
+
+    /// What stands in the place of the rows when there are none: what is missing, and what to do.
+    void SetEmptyState(const QString& title, const QString& advice);
+    /// Marks the heading that the links are ordered by; -1: none.
+    void ShowSort(int column);
+
+    /// Columns, their order and widths (twips) from and to the settings section LinkGrid. An empty or unusable section
+    /// gives the default layout.
+    void RestoreLayout(const clsSettingsStore& settings);
+    void SaveLayout(clsSettingsStore& settings) const;
+    void SetDefaultLayout();
+
+Q_SIGNALS:
+    /// A key or double click stands for an entry of the Links menu.
+    void LinkCommand(int index);
+    void MenuWanted(QPoint globalPosition);
+    void SortWanted(int column);
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override;
+    void contextMenuEvent(QContextMenuEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
+    void changeEvent(QEvent* event) override;
+    void currentChanged(const QModelIndex& current, const QModelIndex& previous) override;
+
+private:
+    struct Place;
+    [[nodiscard]] Place TakePlace() const;
+    void GoTo(const Place& place);
+    [[nodiscard]] std::vector<int> SelectedRows() const;
+    void SetRowHeight();
+    void FitColumns();
+    void ShowEmptyState();
+    void UpdateRow(int row);
+
+    clsLinkModel* m_links;
+    QWidget* m_empty;
+    QLabel* m_emptyTitle;
+    QLabel* m_emptyAdvice;
+    bool m_fitting = false; ///< the default layout stands: its texts take the width that is left
+    bool m_fitsNow = false; ///< section sizes are being changed by FitColumns itself
+};

@@ -1,0 +1,137 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ui/clsUIWindows.h"
+
+#include "platform/clsEventLoop.h"
+#include "platform/widgets/modWidgets.h"
+#include "shell/modBrambury.h"
+#include "ui/frmErrorMessage.h"
+#include "ui/frmMain.h"
+#include "ui/frmSplash.h"
+
+#include <QApplication>
+#include <QPointer>
+
+clsUIWindows::clsUIWindows(std::function<void()> mainClosed) : m_mainClosed(std::move(mainClosed)) {}
+
+clsUIWindows::~clsUIWindows() = default;
+
+void clsUIWindows::ShowSplash(const QString& version, const QString& build)
+{
+    m_splash = std::make_unique<frmSplash>(version, build);
+    m_splash->show();
+    modBrambury::Platform().EventLoop->Yield();
+}
+
+void clsUIWindows::HideSplash()
+{
+    m_splash.reset();
+}
+
+void clsUIWindows::LoadMain()
+{
+    m_main = std::make_unique<frmMain>();
+    QObject::connect(m_main.get(), &frmMain::Closed, m_main.get(), [this] { m_mainClosed(); });
+    m_main->Load();
+    HideSplash();
+}
+
+void clsUIWindows::UnloadMain()
+{
+    modWidgets::CloseDialogs();
+    if (m_main)
+        m_main->close();
+}
+
+void clsUIWindows::UnloadAll(bool keepMain)
+{
+    HideSplash();
+    if (!keepMain)
+        modWidgets::CloseDialogs();
+    // Closing one window may delete others.
+    QList<QPointer<QWidget>> windows;
+    for (QWidget* window : QApplication::topLevelWidgets()) {
+        if (window->isVisible() && window != m_main.get())
+            windows.append(window);
+    }
+    // Windows that belong to another one were opened after it.
+    std::stable_sort(windows.begin(), windows.end(), [](const QPointer<QWidget>& a, const QPointer<QWidget>& b) {
+        return a->parentWidget() && !b->parentWidget();
+    });
+    for (const QPointer<QWidget>& window : windows) {
+        if (window)
+            window->close();
+    }
+    if (!keepMain && m_main)
+        m_main->close();
+}
+
+bool clsUIWindows::AnyLoaded() const
+{
+    return m_main && !m_main->Unloaded();
+}
+
+void clsUIWindows::RaiseMain()
+{
+    if (!m_main)
+        return;
+    if (m_main->isMinimized())
+        m_main->setWindowState(m_main->windowState() & ~Qt::WindowMinimized);
+    m_main->raise();
+    m_main->activateWindow();
+}
+
+void clsUIWindows::SetPointer(Pointer pointer)
+{
+    while (QApplication::overrideCursor())
+        QApplication::restoreOverrideCursor();
+    if (pointer == Pointer::Hourglass)
+        QApplication::setOverrideCursor(Qt::WaitCursor);
+}
+
+QWidget* clsUIWindows::DialogOwner() const
+{
+    if (QWidget* modal = QApplication::activeModalWidget())
+        return modal;
+    return m_main && m_main->isVisible() ? m_main.get() : nullptr;
+}
+
+void clsUIWindows::ShowError(ErrorIcon icon, const QString& message, const QString& details)
+{
+    // What fails while the program is told to end stands in the error log.
+    const modBrambury::ProcessState& state = modBrambury::State();
+    if (state.Terminating || state.SessionEnding)
+        return;
+    // A report must not stand behind the splash window or under an hourglass.
+    HideSplash();
+    SetPointer(Pointer::Default);
+    frmErrorMessage(icon, message, details, DialogOwner()).exec();
+}
+
+bool clsUIWindows::ShowBackupRestore()
+{
+    return false;
+}
+
+bool clsUIWindows::ShowHelp(int /*topic*/)
+{
+    return false;
+}
+
+bool clsUIWindows::ShowTips()
+{
+    return false;
+}
+
+void clsUIWindows::EndSession()
+{
+    modBrambury::ProcessState& state = modBrambury::State();
+    state.SessionEnding = true;
+    state.StopFlag = true;
+    state.Platform.EventLoop->Interrupt();
+    UnloadMain();
+}
+
+void clsUIWindows::Discard()
+{
+    m_main.reset();
+}

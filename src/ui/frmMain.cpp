@@ -1,0 +1,225 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Loading and closing of the main window.
+#include "ui/frmMain.h"
+
+#include "data/modDBFunctions.h"
+#include "platform/clsClock.h"
+#include "platform/clsConnection.h"
+#include "platform/clsDatabase.h"
+#include "platform/clsEventLoop.h"
+#include "platform/clsSettingsStore.h"
+#include "platform/clsWindows.h"
+#include "shell/modCommonFunctions.h"
+#include "shell/modErrorHandler.h"
+#include "ui/clsLinkGrid.h"
+#include "ui/clsPanes.h"
+#include "ui/clsResultsBox.h"
+#include "ui/frmMainInside.h"
+#include "ui/modIcons.h"
+#include "ui/modMenus.h"
+
+#include <QAction>
+#include <QCheckBox>
+#include <QCloseEvent>
+#include <QGuiApplication>
+#include <QMenu>
+#include <QScreen>
+#include <QTabBar>
+#include <QTreeWidget>
+
+using namespace Qt::Literals::StringLiterals;
+using namespace std::chrono_literals;
+using modBrambury::Platform;
+using modBrambury::State;
+using modCommonFunctions::TwipsPerPixel;
+
+namespace
+{
+constexpr char Module[] = "frmMain";
+
+/// What a stored WindowTop or WindowLeft means: let the system place the window.
+constexpr int NotPlaced = -1;
+/// Values of the setting WindowState.
+enum StoredState : int { Normal = 0, Minimised = 1, Maximised = 2 };
+
+/// The topic that greets a new user.
+constexpr int WelcomeTopic = 202;
+
+/// Large screens have more twips than the other settings' 16 bits hold.
+int ToNumber(const QString& text)
+{
+    bool number = false;
+    const double value = text.toDouble(&number);
+    if (!number)
+        throw clsError(clsError::TypeMismatch, u"Type mismatch"_s, modBrambury::ProgramTitle);
+    return qRound(value);
+}
+
+int ToPixels(const QString& twips)
+{
+    return ToNumber(twips) / TwipsPerPixel;
+}
+
+QString ToTwips(int pixels)
+{
+    return QString::number(pixels * TwipsPerPixel);
+}
+} // namespace
+
+frmMain::frmMain(QWidget* parent) : QMainWindow(parent)
+{
+    setObjectName(u"frmMain"_s);
+    setWindowTitle(modBrambury::ProgramTitle);
+    setWindowIcon(modIcons::Picture(u"brambury"_s));
+    BuildMenus();
+    QWidget* toolbar = BuildToolbar();
+    QWidget* sites = BuildSitePane();
+    QWidget* links = BuildLinkPane();
+    m_panes = new clsPanes(toolbar, sites, links, BuildBottomPane());
+    setCentralWidget(m_panes);
+    SetTabOrder();
+    SetBusy(false);
+    UpdateCounter();
+    m_highlightTimer.setSingleShot(true);
+    m_highlightTimer.setInterval(33ms);
+    connect(&m_highlightTimer, &QTimer::timeout, this, &frmMain::ShowPendingLink);
+}
+
+frmMain::~frmMain() = default;
+
+void frmMain::Load()
+{
+    const clsInside inside(*this);
+    const auto step = [](const char* routine, const std::function<void()>& body) {
+        if (!State().Terminating)
+            guarded(Module, routine, body);
+    };
+    RestoreSettings();
+    // Without its database the program can do nothing at all.
+    if (!State().Terminating && !modDBFunctions::OpenProcessDatabase() && !State().Terminating)
+        modBrambury::AbortProgram();
+    step("Form_Load", [this] { modMenus::EntryOf(*m_helpMenu, 4)->setChecked(IsOn(State().Settings.ShowTips)); });
+    step("OpenLists", [this] { OpenLists(); });
+    step("FillSiteList", [this] { FillSiteList(); });
+    step("RestoreLayout", [this] { m_gridLinkList->RestoreLayout(*Platform().Settings); });
+    step("Form_Load", [this] {
+        UpdateSort();
+        m_gridLinkList->setFocus();
+        ShowInState();
+    });
+    step("FirstStart", [this] { FirstStart(); });
+}
+
+void frmMain::RestoreSettings()
+{
+    const clsProgramSettings& settings = State().Settings;
+    m_hideInactiveDeclined->setChecked(settings.HideInactiveDeclined != 0);
+    m_chkShowURL->setChecked(settings.ShowURL != 0);
+    // Each in its own trap: one bad value must not cost the others.
+    guarded(Module, "RestorePlacement", [this] { RestorePlacement(); });
+    guarded(Module, "RestorePanes",
+            [&] { m_panes->SetPositions(ToNumber(settings.PaneLeft), ToNumber(settings.PaneTop)); });
+    SetIconSize(settings.IconSize);
+}
+
+void frmMain::RestorePlacement()
+{
+    const clsProgramSettings& settings = State().Settings;
+    resize(ToPixels(settings.WindowWidth), ToPixels(settings.WindowHeight));
+    if (ToNumber(settings.WindowLeft) == NotPlaced || ToNumber(settings.WindowTop) == NotPlaced)
+        return;
+    const QPoint place(ToPixels(settings.WindowLeft), ToPixels(settings.WindowTop));
+    // A window that was left on a screen that is gone would be out of reach.
+    const QRect titleBar(place, QSize(width(), 24));
+    const QList<QScreen*> screens = QGuiApplication::screens();
+    if (std::any_of(screens.begin(), screens.end(),
+                    [&](const QScreen* screen) { return screen->availableGeometry().intersects(titleBar); }))
+        move(place);
+}
+
+void frmMain::ShowInState()
+{
+    int state = Normal;
+    guarded(Module, "RestorePlacement", [&] { state = ToNumber(State().Settings.WindowState); });
+    if (state == Minimised)
+        showMinimized();
+    else if (state == Maximised)
+        showMaximized();
+    else
+        show();
+}
+
+void frmMain::SavePlacement()
+{
+    clsProgramSettings& settings = State().Settings;
+    settings.PaneLeft = QString::number(m_panes->PaneLeft());
+    settings.PaneTop = QString::number(m_panes->PaneTop());
+    settings.WindowState = QString::number(isMinimized() ? Minimised : isMaximized() ? Maximised : Normal);
+    // A maximised or minimised window comes back to its normal size later; move() counts the frame in, which only a
+    // normal window knows.
+    const bool normal = !isMinimized() && !isMaximized() && !isFullScreen();
+    const QRect place = normal ? QRect(pos(), size()) : normalGeometry();
+    if (!place.isValid())
+        return;
+    settings.WindowWidth = ToTwips(place.width());
+    settings.WindowHeight = ToTwips(place.height());
+    settings.WindowTop = ToTwips(place.top());
+    settings.WindowLeft = ToTwips(place.left());
+}
+
+void frmMain::FirstStart()
+{
+    clsProgramSettings& settings = State().Settings;
+    Platform().EventLoop->Yield();
+    if (settings.LastEntry.isEmpty())
+        Platform().Windows->ShowHelp(WelcomeTopic);
+    settings.LastEntry = Platform().Clock->Now().toString(u"yyyy-MM-dd"_s);
+    if (IsOn(settings.ShowTips))
+        Platform().Windows->ShowTips();
+    FillCategoryList();
+}
+
+void frmMain::CloseIfPending()
+{
+    if (m_inside == 0 && std::exchange(m_closePending, false))
+        QTimer::singleShot(0, this, &QWidget::close);
+}
+
+bool frmMain::MayHangUp() const
+{
+    const modBrambury::ProcessState& state = State();
+    return !state.Terminating && !state.Restarting && !state.SessionEnding && !state.DatabaseWork && state.Dialled &&
+           Platform().Connection->Connected();
+}
+
+void frmMain::closeEvent(QCloseEvent* event)
+{
+    if (m_unloaded)
+        return;
+    if (m_inside > 0) {
+        // Some routine of this window still waits for a run or a dialog; it must return before its window goes.
+        m_closePending = true;
+        if (m_busy)
+            StopRun();
+        event->ignore();
+        return;
+    }
+    const clsInside inside(*this);
+    guarded(Module, "Form_QueryUnload", [this] {
+        if (MayHangUp() && modCommonFunctions::MsgBox(u"Would you like to disconnect from the Internet now?"_s,
+                                                      clsDialogs::Buttons::YesNo, clsDialogs::Icon::Question) ==
+                               clsDialogs::Answer::Yes)
+            Platform().Connection->HangUp();
+    });
+    if (!State().Terminating) {
+        guarded(Module, "SavePlacement", [this] { SavePlacement(); });
+        guarded(Module, "SaveLayout", [this] { m_gridLinkList->SaveLayout(*Platform().Settings); });
+    }
+    m_gridLinkList->SetLinks(nullptr);
+    m_linkQuery.reset();
+    m_sites.reset();
+    m_unloaded = true;
+    m_closePending = false;
+    modBrambury::EndProgram(State().Terminating);
+    Q_EMIT Closed();
+}

@@ -1,0 +1,165 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The main window: the sites, the links of the selected one, the results log, and every command of the program.
+#pragma once
+
+#include "linktest/clsHTTP.h"
+#include "platform/clsDialogs.h"
+
+#include <QMainWindow>
+#include <QTimer>
+#include <array>
+#include <memory>
+
+class QAction;
+class QCheckBox;
+class QLabel;
+class QListWidget;
+class QMenu;
+class QPushButton;
+class QTabBar;
+class QToolBar;
+class QToolButton;
+class QTreeWidget;
+class clsButtonRow;
+class clsLinkGrid;
+class clsLogo;
+class clsPanes;
+class clsQueryDef;
+class clsRecordset;
+class clsResultsBox;
+class clsRunProgress;
+
+class frmMain final : public QMainWindow, public clsLinkTestParent
+{
+    Q_OBJECT
+
+public:
+    explicit frmMain(QWidget* parent = nullptr);
+    ~frmMain() override;
+
+    /// Settings, database, lists, menus; then the window is shown. Each step reports its own failure; an end that is
+    /// asked for meanwhile is carried out by whoever loads the window.
+    void Load();
+    /// True once a close request has been carried out.
+    [[nodiscard]] bool Unloaded() const { return m_unloaded; }
+
+    // What other windows and runs ask of this one.
+    /// One node for each site; the current one is selected.
+    void FillSiteList();
+    /// Makes a site current. @return false, with a warning and nothing changed, when its record is missing.
+    bool LoadSite(const QString& siteID);
+    /// The links of the current site in the current status view.
+    void FillLinkGrid();
+    void FillCategoryList();
+    /// @param code  a sort code of the data model.
+    void SortLinkGrid(int code);
+    [[nodiscard]] clsLogWindow* ResultsLog() const;
+
+    void HighLightLink(qint64 linkID, const QString& siteName = {}) override;
+    void RunProgress(qint64 done, qint64 total) override;
+
+Q_SIGNALS:
+    /// A close request has been carried out; the window can be deleted once the event loop is left.
+    void Closed();
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    class clsInside;
+
+    // Building (frmMainControls.cpp)
+    void BuildMenus();
+    QWidget* BuildToolbar();
+    QWidget* BuildSitePane();
+    QWidget* BuildLinkPane();
+    QWidget* BuildBottomPane();
+    void AddStatusTabs(int from, int to);
+    void SetTabOrder();
+    void SetIconSize(int choice);
+
+    // Loading and closing (frmMain.cpp)
+    void RestoreSettings();
+    void RestorePlacement();
+    void SavePlacement();
+    void ShowInState();
+    void FirstStart();
+    void CloseIfPending();
+    bool MayHangUp() const;
+
+    // Lists (frmMainLists.cpp)
+    void OpenLists();
+    void SelectSiteNode(const QString& siteID);
+    void SiteNodeChosen();
+    void ShowLinks(std::unique_ptr<clsRecordset> links);
+    void UpdateCounter();
+    void UpdateEmptyState();
+    void UpdateSort();
+    void StatusViewChosen(int tab);
+    void HideInactiveDeclinedClicked(bool hide);
+    void ShowPendingLink();
+    void ReportReadFailure();
+
+    // Commands (frmMainCommands.cpp)
+    /// Runs a command under its routine's trap, unless a run is busy.
+    void Command(const char* routine, const std::function<void()>& body);
+    void ServicesMenuElement(int index);
+    void SitesMenuElement(int index);
+    void LinkMenuElement(int index);
+    void LinkMenuElementSub(int index);
+    void ToolsMenuElement(int index);
+    void HelpMenuElement(int index);
+    void BryOnline(int index);
+    void ResultButton(int index);
+    void ShowLegend();
+    void ShowHelp(int topic, const QString& what);
+    void ToggleTips();
+    void SetForTest();
+    void SetMultipleTests();
+    void TestLinks();
+    void StopRun();
+    void SetBusy(bool busy);
+    [[nodiscard]] bool HasSite() const;
+    [[nodiscard]] bool HasLinks() const;
+    void SaveLog();
+
+    QMenu* m_fileMenu = nullptr;
+    QMenu* m_sitesMenu = nullptr;
+    QMenu* m_linksMenu = nullptr;
+    QMenu* m_sortMenu = nullptr;
+    QMenu* m_toolsMenu = nullptr;
+    QMenu* m_helpMenu = nullptr;
+    QMenu* m_onlineMenu = nullptr;
+    QMenu* m_toolbarMenu = nullptr;
+    clsPanes* m_panes = nullptr;
+    QWidget* m_topToolbar = nullptr;
+    QToolBar* m_bigToolBar = nullptr;
+    clsLogo* m_logo = nullptr;
+    QTreeWidget* m_siteList = nullptr;
+    QListWidget* m_lstCategory = nullptr;
+    std::array<QToolButton*, 4> m_siteButtons{};
+    QCheckBox* m_hideInactiveDeclined = nullptr;
+    QLabel* m_lblLinksInView = nullptr;
+    QTabBar* m_linksTab = nullptr;
+    clsLinkGrid* m_gridLinkList = nullptr;
+    clsButtonRow* m_linkButtonContainer = nullptr;
+    std::array<QToolButton*, 8> m_linkButtons{};
+    clsRunProgress* m_progress = nullptr;
+    QCheckBox* m_chkShowURL = nullptr;
+    clsResultsBox* m_txtResults = nullptr;
+    std::array<QPushButton*, 3> m_resultButtons{};
+    QAction* m_stop = nullptr;
+
+    std::unique_ptr<clsRecordset> m_sites;    ///< tblSites
+    std::unique_ptr<clsQueryDef> m_linkQuery; ///< qryLinkList
+    int m_view = -1;                          ///< the current status view
+    bool m_busy = false;                      ///< a run is in progress
+    int m_inside = 0;                         ///< routines of this window that have not returned
+    bool m_closePending = false;              ///< a close request waits for them
+    bool m_unloaded = false;
+    bool m_changingTabs = false; ///< the tab strip is being changed by the window itself
+    QTimer m_highlightTimer;
+    qint64 m_highlight = 0;     ///< the link being worked on
+    qint64 m_highlighted = 0;   ///< the link shown as such
+};

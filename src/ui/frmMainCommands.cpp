@@ -1,0 +1,414 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// What the menus, buttons and keys of the main window do.
+#include "ui/frmMain.h"
+
+#include "data/modDataModel.h"
+#include "linktest/modTestQueue.h"
+#include "platform/clsDatabase.h"
+#include "platform/clsDisk.h"
+#include "platform/clsWindows.h"
+#include "shell/modCommonFunctions.h"
+#include "shell/modErrorHandler.h"
+#include "shell/modLater.h"
+#include "ui/clsButtonRow.h"
+#include "ui/clsLinkGrid.h"
+#include "ui/clsLogo.h"
+#include "ui/clsResultsBox.h"
+#include "ui/clsRunProgress.h"
+#include "ui/frmMainInside.h"
+#include "ui/frmSetTest.h"
+#include "ui/modMenus.h"
+
+#include <QAction>
+#include <QCheckBox>
+#include <QMenu>
+#include <QMenuBar>
+#include <QTabBar>
+#include <QToolBar>
+#include <QToolButton>
+#include <QTreeWidget>
+#include <QVersionNumber>
+
+using namespace Qt::Literals::StringLiterals;
+using modBrambury::Platform;
+using modBrambury::State;
+using modCommonFunctions::MsgBox;
+using modLater::TellLater;
+using modMenus::EntryOf;
+
+namespace
+{
+constexpr char Module[] = "frmMain";
+const QString OnlineHome = u"https://www.example.com/brambury/"_s;
+constexpr int LegendTopic = 313;
+constexpr int MainScreenTopic = 1;
+/// Entries that stay when a run is busy.
+constexpr int ExitEntry = 10;
+
+void Tell(const QString& text)
+{
+    MsgBox(text, clsDialogs::Buttons::OK, clsDialogs::Icon::Information);
+}
+
+QString UpdatePage()
+{
+    const QVersionNumber version = QVersionNumber::fromString(QLatin1String(BRAMBURY_VERSION));
+    return u"%1update?maj=%2&min=%3&rev=%4"_s.arg(OnlineHome)
+        .arg(version.majorVersion())
+        .arg(version.minorVersion())
+        .arg(version.microVersion());
+}
+
+/// The hourglass for as long as it lives.
+class clsHourglass
+{
+public:
+    clsHourglass() { Platform().Windows->SetPointer(clsWindows::Pointer::Hourglass); }
+    ~clsHourglass() { Platform().Windows->SetPointer(clsWindows::Pointer::Default); }
+    clsHourglass(const clsHourglass&) = delete;
+    clsHourglass& operator=(const clsHourglass&) = delete;
+};
+} // namespace
+
+void frmMain::Command(const char* routine, const std::function<void()>& body)
+{
+    if (m_busy)
+        return;
+    const clsInside inside(*this);
+    guarded(Module, routine, body);
+}
+
+bool frmMain::HasSite() const
+{
+    return !State().CurrentSite.isEmpty();
+}
+
+bool frmMain::HasLinks() const
+{
+    if (m_gridLinkList->Links().rowCount() > 0)
+        return true;
+    Tell(u"There are no links available."_s);
+    return false;
+}
+
+clsLogWindow* frmMain::ResultsLog() const
+{
+    return m_txtResults;
+}
+
+void frmMain::ServicesMenuElement(int index)
+{
+    if (index == ExitEntry) {
+        close();
+        return;
+    }
+    Command("ServicesMenuElement_Click", [&] {
+        const bool needsSite = index == 0 || index == 1 || index == 2 || index == 5 || index == 7;
+        if (needsSite && !HasSite()) {
+            Tell(u"There are no sites available."_s);
+            return;
+        }
+        switch (index) {
+        case 0:
+            return TellLater(u"Previewing e-mail"_s);
+        case 1:
+            return TellLater(u"Sending e-mail"_s);
+        case 2:
+            return TestLinks();
+        case 4:
+            return TellLater(u"Importing links"_s);
+        case 5:
+            return TellLater(u"Exporting links"_s);
+        case 7:
+            return TellLater(u"The site report"_s);
+        case 8:
+            return TellLater(u"Printer set-up"_s);
+        default:
+            return;
+        }
+    });
+}
+
+void frmMain::SitesMenuElement(int index)
+{
+    Command("SitesMenuElement_Click", [&] {
+        const bool needsSite = index == 1 || index == 2 || index == 3 || index == 5;
+        if (needsSite && !HasSite()) {
+            Tell(u"There are no sites available."_s);
+            return;
+        }
+        switch (index) {
+        case 0:
+            return TellLater(u"Adding sites"_s);
+        case 1:
+            return TellLater(u"Editing sites"_s);
+        case 2:
+            return TellLater(u"Copying sites"_s);
+        case 3:
+            return TellLater(u"Renaming sites"_s);
+        case 5:
+            return TellLater(u"Deleting sites"_s);
+        default:
+            return;
+        }
+    });
+}
+
+void frmMain::LinkMenuElement(int index)
+{
+    Command("LinkMenuElement_Click", [&] {
+        if (index == 0) {
+            if (HasSite())
+                TellLater(u"Adding links"_s);
+            else
+                Tell(u"You must create a site before adding a new link."_s);
+            return;
+        }
+        const bool needsLinks = index == 1 || index == 2 || index == 4 || index == 6 || index == 7 || index == 9;
+        if (needsLinks && !HasLinks())
+            return;
+        switch (index) {
+        case 1:
+            return TellLater(u"Editing links"_s);
+        case 2:
+            return TellLater(u"Deleting links"_s);
+        case 4:
+            return m_gridLinkList->selectAll();
+        case 6:
+            return TellLater(u"Choosing e-mail messages"_s);
+        case 7:
+            return SetForTest();
+        case 8:
+            return SetMultipleTests();
+        case 9:
+            return TellLater(u"Changing the status of links"_s);
+        case 13:
+            return TellLater(u"Customizing the link list"_s);
+        default:
+            return;
+        }
+    });
+}
+
+void frmMain::LinkMenuElementSub(int index)
+{
+    constexpr int byCategory = 12;
+    Command("LinkMenuElementSub_Click",
+            [&] { SortLinkGrid(index == byCategory ? int{clsLinkModel::Category} : index); });
+}
+
+void frmMain::ToolsMenuElement(int index)
+{
+    Command("ToolsMenuElement_Click", [&] {
+        switch (index) {
+        case 0:
+            return TellLater(u"Editing e-mail templates"_s);
+        case 2:
+            return TellLater(u"Backing up and restoring"_s);
+        case 3:
+            return TellLater(u"Repairing the database"_s);
+        case 4:
+            return TellLater(u"Compacting the database"_s);
+        case 6:
+            return TellLater(u"Editing link categories"_s);
+        case 8:
+            return TellLater(u"Setting program options"_s);
+        default:
+            return;
+        }
+    });
+}
+
+void frmMain::HelpMenuElement(int index)
+{
+    Command("HelpMenuElement_Click", [&] {
+        switch (index) {
+        case 0:
+        case 1:
+        case 2:
+            return ShowHelp(MainScreenTopic, u"Help"_s);
+        case 4:
+            return ToggleTips();
+        case 7:
+            return modCommonFunctions::OpenWebBrowser(UpdatePage());
+        case 11:
+            return TellLater(u"The About box"_s);
+        default:
+            return;
+        }
+    });
+}
+
+void frmMain::BryOnline(int index)
+{
+    Command("BryOnline_Click", [&] {
+        switch (index) {
+        case 0:
+            return modCommonFunctions::OpenWebBrowser(OnlineHome);
+        case 1:
+            return modCommonFunctions::OpenWebBrowser(OnlineHome + u"support"_s);
+        case 2:
+            return modCommonFunctions::OpenWebBrowser(UpdatePage());
+        default:
+            return;
+        }
+    });
+}
+
+void frmMain::ShowHelp(int topic, const QString& what)
+{
+    if (!Platform().Windows->ShowHelp(topic))
+        TellLater(what);
+}
+
+void frmMain::ShowLegend()
+{
+    Command("LinkButtons_Click", [this] { ShowHelp(LegendTopic, u"The legend"_s); });
+}
+
+void frmMain::ToggleTips()
+{
+    State().Settings.ShowTips = IsOn(State().Settings.ShowTips) ? u"No"_s : u"Yes"_s;
+    EntryOf(*m_helpMenu, 4)->setChecked(IsOn(State().Settings.ShowTips));
+}
+
+void frmMain::SetForTest()
+{
+    const clsHourglass hourglass;
+    const std::vector<qint64> chosen = m_gridLinkList->ChosenLinks();
+    clsRecordset& links = *m_gridLinkList->Links().Recordset();
+    clsTransaction transaction(*State().Database);
+    for (const qint64 link : chosen) {
+        links.MoveTo(link);
+        const bool queued = links.Field(u"TestQueue"_s).toInt() != 0;
+        links.Edit();
+        links.SetField(u"TestQueue"_s, queued ? 0 : 1);
+        links.Update();
+    }
+    transaction.Commit();
+    m_gridLinkList->Links().RefreshAll();
+}
+
+void frmMain::SetMultipleTests()
+{
+    frmSetTest dialog(this);
+    dialog.exec();
+    if (dialog.Chosen() == frmSetTest::Choice::Cancel)
+        return;
+    const clsHourglass hourglass;
+    modTestQueue::Choice choice{.queue = dialog.Chosen() == frmSetTest::Choice::Select ? modTestQueue::Queue::Select
+                                                                                       : modTestQueue::Queue::Unselect,
+                                .statuses = {},
+                                .allSites = dialog.SelectAllSites(),
+                                .site = State().CurrentSite};
+    for (int status = 0; status < modDataModel::StatusCount; ++status) {
+        if (dialog.StatusToTest(status))
+            choice.statuses.insert(status);
+    }
+    if (!modTestQueue::SetTests(*State().Database, choice).anyLinks) {
+        Tell(u"There are no links available."_s);
+        return;
+    }
+    FillLinkGrid();
+}
+
+void frmMain::TestLinks()
+{
+    // One run at a time, whichever copy of the program has started it.
+    const auto run =
+        Platform().Disk->Lock(State().Settings.DataPath + u"Bramdat.run"_s, clsDisk::Share::Exclusive);
+    if (!run) {
+        MsgBox(u"Another link test or e-mail run is in progress on this database.  Please wait until it has ended."_s,
+               clsDialogs::Buttons::OK, clsDialogs::Icon::Exclamation);
+        return;
+    }
+    State().StopFlag = false;
+    SetBusy(true);
+    guarded(Module, "TestLinks", [this] {
+        clsHTTP session({this, m_txtResults, Platform(), State().Database.get(), {}});
+        session.CheckLinks();
+    });
+    SetBusy(false);
+    // After an end that was forced upon the run nothing touches the database any more.
+    if (!State().Terminating)
+        FillLinkGrid();
+}
+
+void frmMain::StopRun()
+{
+    if (m_busy)
+        State().StopFlag = true;
+}
+
+void frmMain::RunProgress(qint64 done, qint64 total)
+{
+    m_progress->Show(done, total);
+}
+
+void frmMain::SetBusy(bool busy)
+{
+    m_busy = busy;
+    for (QMenu* menu : {m_fileMenu, m_sitesMenu, m_linksMenu, m_sortMenu, m_toolsMenu, m_helpMenu, m_onlineMenu}) {
+        for (QAction* entry : menu->actions())
+            entry->setEnabled(!busy);
+    }
+    // To close the window is to stop the run.
+    EntryOf(*m_fileMenu, ExitEntry)->setEnabled(true);
+    for (QAction* action : m_bigToolBar->actions())
+        action->setEnabled(!busy);
+    m_stop->setEnabled(busy);
+    for (QToolButton* button : m_siteButtons)
+        button->setEnabled(!busy);
+    for (QToolButton* button : m_linkButtons)
+        button->setEnabled(!busy);
+    m_siteList->setEnabled(!busy);
+    m_linksTab->setEnabled(!busy);
+    m_hideInactiveDeclined->setEnabled(!busy);
+    m_chkShowURL->setEnabled(!busy);
+    if (busy) {
+        m_highlight = 0;
+        m_highlighted = 0;
+        m_logo->Start();
+        m_progress->Start();
+        return;
+    }
+    m_logo->Stop();
+    m_progress->Stop();
+    if (!State().Terminating)
+        ShowPendingLink();
+    m_highlight = 0;
+    m_txtResults->ShowPending();
+}
+
+void frmMain::ResultButton(int index)
+{
+    // These act during a run too.
+    const clsInside inside(*this);
+    guarded(Module, "ResultButtons_Click", [&] {
+        if (m_txtResults->Text().isEmpty()) {
+            Tell(u"The results log is empty."_s);
+            return;
+        }
+        switch (index) {
+        case 0:
+            return SaveLog();
+        case 1:
+            return modResultsLog::PrintLog(m_txtResults->Text(), *Platform().Printer);
+        case 2:
+            return m_txtResults->Clear();
+        default:
+            return;
+        }
+    });
+}
+
+void frmMain::SaveLog()
+{
+    const QString path = Platform().Dialogs->SaveFile({.title = u"Save To"_s,
+                                                       .filter = u"Log File (*.log)|*.log"_s,
+                                                       .fileName = u"Results.log"_s,
+                                                       .folder = modBrambury::ProgramFolder(),
+                                                       .confirmOverwrite = false});
+    if (!path.isEmpty())
+        modResultsLog::SaveLog(m_txtResults->Text(), path, *Platform().Disk);
+}

@@ -1,0 +1,323 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The lists of the main window: sites, categories, status views and links.
+#include "ui/frmMain.h"
+
+#include "data/clsDAO.h"
+#include "data/modDataModel.h"
+#include "data/modSites.h"
+#include "platform/clsDatabase.h"
+#include "shell/modCommonFunctions.h"
+#include "shell/modErrorHandler.h"
+#include "ui/clsLinkGrid.h"
+#include "ui/frmMainInside.h"
+#include "ui/modIcons.h"
+#include "ui/modMenus.h"
+
+#include <QAction>
+#include <QCheckBox>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QListWidget>
+#include <QMenu>
+#include <QSignalBlocker>
+#include <QTabBar>
+#include <QTreeWidget>
+
+using namespace Qt::Literals::StringLiterals;
+using modBrambury::State;
+using modCommonFunctions::MsgBox;
+
+namespace
+{
+constexpr char Module[] = "frmMain";
+/// Where a node of the site list keeps the site's key.
+constexpr int SiteRole = Qt::UserRole;
+/// The tab of the first status; the one before it shows all.
+constexpr int FirstStatusTab = 1;
+/// Entry of the sort menu for the category, whose sort code is another one.
+constexpr int CategoryEntry = 12;
+
+struct StatusTab
+{
+    const char16_t* caption;
+    const char16_t* tip;
+    const char16_t* picture;
+};
+// The tip of the second one calls the status by the word that the list's styles have for it.
+constexpr std::array<StatusTab, modDataModel::StatusCount> StatusTabs{{
+    {u"Offer", u"Show links in Offer status", u"status-offer"},
+    {u"In-Process", u"Show links in Pending status", u"status-pending"},
+    {u"Active", u"Show links in Active status", u"status-active"},
+    {u"Broken", u"Show links in Broken status", u"status-broken"},
+    {u"Inactive", u"Show links in Inactive status", u"status-inactive"},
+    {u"Declined", u"Show links in Declined status", u"status-declined"},
+}};
+
+QString MissingSiteText(const QString& site)
+{
+    return u"Settings for site \"%1\" could not be retrieved.\r\n"
+           "\r\n"
+           "If this problem persists, exit Brambury and restart \r\n"
+           "the program.  If it still persists, try repairing the \r\n"
+           "database by selecting the Repair Database option in \r\n"
+           "the Tools menu."_s.arg(site);
+}
+} // namespace
+
+void frmMain::OpenLists()
+{
+    clsDatabase& database = *State().Database;
+    m_sites = database.OpenRecordset(u"tblSites"_s);
+    m_linkQuery = database.QueryDef(u"qryLinkList"_s);
+}
+
+void frmMain::FillSiteList()
+{
+    {
+        const QSignalBlocker quiet(m_siteList);
+        m_siteList->clear();
+        for (m_sites->MoveFirst(); !m_sites->AfterLast(); m_sites->MoveNext()) {
+            const QString site = modCommonFunctions::TextOf(m_sites->Field(u"SiteID"_s));
+            auto* node = new QTreeWidgetItem(m_siteList, {site});
+            node->setData(0, SiteRole, site);
+            node->setToolTip(0, site);
+            node->setIcon(0, modIcons::Icon(u"site"_s));
+        }
+    }
+    if (modSites::MoveToLastUsed(*m_sites, State().Settings.Site)) {
+        LoadSite(modCommonFunctions::TextOf(m_sites->Field(u"SiteID"_s)));
+        return;
+    }
+    State().CurrentSite.clear();
+    FillCategoryList();
+    FillLinkGrid();
+}
+
+void frmMain::SelectSiteNode(const QString& siteID)
+{
+    const QSignalBlocker quiet(m_siteList);
+    for (int i = 0; i < m_siteList->topLevelItemCount(); ++i) {
+        QTreeWidgetItem* node = m_siteList->topLevelItem(i);
+        if (node->data(0, SiteRole).toString().compare(siteID, Qt::CaseInsensitive) == 0)
+            m_siteList->setCurrentItem(node);
+    }
+    m_siteList->viewport()->update();
+}
+
+void frmMain::SiteNodeChosen()
+{
+    const QTreeWidgetItem* node = m_siteList->currentItem();
+    if (!node)
+        return;
+    const QString site = node->data(0, SiteRole).toString();
+    Command("SiteList_NodeClick", [&] {
+        if (site != State().CurrentSite && !LoadSite(site))
+            SelectSiteNode(State().CurrentSite);
+    });
+}
+
+bool frmMain::LoadSite(const QString& siteID)
+{
+    if (!modSites::Find(*m_sites, siteID)) {
+        MsgBox(MissingSiteText(siteID), clsDialogs::Buttons::OK, clsDialogs::Icon::Exclamation);
+        return false;
+    }
+    modSites::Select(*m_sites);
+    State().Settings.Site = State().CurrentSite;
+    setWindowTitle(u"%1    [Site: %2]"_s.arg(modBrambury::ProgramTitle, State().CurrentSite));
+    SelectSiteNode(State().CurrentSite);
+    FillCategoryList();
+    FillLinkGrid();
+    return true;
+}
+
+void frmMain::FillCategoryList()
+{
+    m_lstCategory->clear();
+    QHash<qint64, QString> names;
+    if (HasSite()) {
+        const auto query = State().Database->QueryDef(u"qryCategories"_s);
+        query->SetParameter(u"Site"_s, State().CurrentSite);
+        const auto categories = query->OpenRecordset();
+        for (const auto& row : categories->Rows(0, categories->RecordCount(), {u"ID"_s, u"Category"_s})) {
+            if (row.empty())
+                continue;
+            const QString name = modCommonFunctions::TextOf(row[1]);
+            auto* item = new QListWidgetItem(name, m_lstCategory);
+            item->setData(Qt::UserRole, row[0]);
+            names.insert(row[0].toLongLong(), name);
+        }
+    }
+    m_gridLinkList->Links().SetCategories(std::move(names));
+}
+
+void frmMain::FillLinkGrid()
+{
+    std::unique_ptr<clsRecordset> links;
+    if (HasSite() && m_linkQuery) {
+        const modDataModel::StatusBounds bounds = modDataModel::BoundsOf(m_view, m_hideInactiveDeclined->isChecked());
+        m_linkQuery->SetParameter(u"Site"_s, State().CurrentSite);
+        m_linkQuery->SetParameter(u"StatusLow"_s, bounds.low);
+        m_linkQuery->SetParameter(u"StatusHigh"_s, bounds.high);
+        links = m_linkQuery->OpenRecordset();
+    }
+    // The order that is ticked in the menu holds for every view.
+    const QString field = modDataModel::SortField(State().Settings.Sort);
+    if (links && State().Settings.Sort != modDataModel::SortNatural && !field.isEmpty()) {
+        links->SetSort(field);
+        links = links->OpenRecordset();
+    }
+    ShowLinks(std::move(links));
+}
+
+void frmMain::ShowLinks(std::unique_ptr<clsRecordset> links)
+{
+    m_gridLinkList->SetLinks(std::move(links));
+    UpdateCounter();
+    UpdateEmptyState();
+}
+
+void frmMain::UpdateCounter()
+{
+    m_lblLinksInView->setText(u"[ %1 link(s) in current view ]"_s.arg(m_gridLinkList->Links().rowCount()));
+}
+
+void frmMain::UpdateEmptyState()
+{
+    if (!HasSite())
+        m_gridLinkList->SetEmptyState(u"There is no site yet"_s,
+                                      u"Begin with your own web site: choose \"New...\" in the Sites menu."_s);
+    else if (m_view >= 0)
+        m_gridLinkList->SetEmptyState(u"No link of this site has the status \"%1\""_s.arg(
+                                          State().StatusNames.value(m_view)),
+                                      u"The tab \"All\" shows the others."_s);
+    else if (m_hideInactiveDeclined->isChecked())
+        m_gridLinkList->SetEmptyState(u"There are no links to show"_s,
+                                      u"Choose \"New Link\" to add a partner.  Links that are inactive or declined "
+                                      "are hidden."_s);
+    else
+        m_gridLinkList->SetEmptyState(u"This site has no links yet"_s,
+                                      u"Choose \"New Link\" below the list to add your first partner."_s);
+}
+
+void frmMain::SortLinkGrid(int code)
+{
+    if (!HasLinks()) {
+        UpdateSort();
+        return;
+    }
+    State().Settings.Sort = static_cast<qint16>(code);
+    const QString field = modDataModel::SortField(code);
+    if (code == modDataModel::SortNatural || field.isEmpty()) {
+        FillLinkGrid();
+    } else {
+        const auto clone = m_gridLinkList->Links().Recordset()->Clone();
+        clone->SetSort(field);
+        ShowLinks(clone->OpenRecordset());
+    }
+    UpdateSort();
+}
+
+void frmMain::UpdateSort()
+{
+    const int code = State().Settings.Sort;
+    const bool sorted = code != modDataModel::SortNatural && !modDataModel::SortField(code).isEmpty();
+    int entry = sorted ? code : modDataModel::SortNatural;
+    if (entry == clsLinkModel::Category)
+        entry = CategoryEntry;
+    for (QAction* action : m_sortMenu->actions())
+        action->setChecked(!action->isSeparator() && action->data().toInt() == entry);
+    m_gridLinkList->ShowSort(sorted ? code : -1);
+}
+
+void frmMain::AddStatusTabs(int from, int to)
+{
+    for (int i = from; i < to; ++i) {
+        const StatusTab& tab = StatusTabs.at(static_cast<std::size_t>(i));
+        m_linksTab->addTab(modIcons::Picture(QString::fromUtf16(tab.picture)), QString::fromUtf16(tab.caption));
+        m_linksTab->setTabToolTip(i + FirstStatusTab, QString::fromUtf16(tab.tip));
+    }
+}
+
+void frmMain::StatusViewChosen(int tab)
+{
+    // The strip shows the new tab before anyone is asked; during a run it keeps the old one.
+    const int view = tab - FirstStatusTab;
+    if (m_busy) {
+        const QSignalBlocker quiet(m_linksTab);
+        m_linksTab->setCurrentIndex(m_view + FirstStatusTab);
+        return;
+    }
+    if (view == m_view)
+        return;
+    m_view = view;
+    Command("LinksTab_Click", [this] { FillLinkGrid(); });
+}
+
+void frmMain::HideInactiveDeclinedClicked(bool hide)
+{
+    State().Settings.HideInactiveDeclined = hide ? 1 : 0;
+    {
+        const QSignalBlocker quiet(m_linksTab);
+        if (hide) {
+            // A view whose tab goes away gives way to all links.
+            if (m_view >= modDataModel::Inactive) {
+                m_view = modDataModel::ViewAll;
+                m_linksTab->setCurrentIndex(0);
+            }
+            while (m_linksTab->count() > modDataModel::Inactive + FirstStatusTab)
+                m_linksTab->removeTab(m_linksTab->count() - 1);
+        } else if (m_linksTab->count() == modDataModel::Inactive + FirstStatusTab) {
+            AddStatusTabs(modDataModel::Inactive, modDataModel::StatusCount);
+        }
+    }
+    Command("HideInactiveDeclined_Click", [this] { FillLinkGrid(); });
+}
+
+void frmMain::HighLightLink(qint64 linkID, const QString& /*siteName*/)
+{
+    m_highlight = linkID;
+    if (!m_highlightTimer.isActive())
+        m_highlightTimer.start();
+}
+
+void frmMain::ShowPendingLink()
+{
+    m_highlightTimer.stop();
+    if (m_highlight == 0)
+        return;
+    guarded(Module, "HighLightLink", [this] {
+        // What has been judged since last time shows its verdict.
+        if (m_highlight != m_highlighted)
+            m_gridLinkList->Links().RefreshAll();
+        m_highlighted = m_highlight;
+        m_gridLinkList->MakeCurrent(m_highlight);
+    });
+}
+
+void frmMain::ReportReadFailure()
+{
+    const clsInside inside(*this);
+    guarded(Module, "gridLinkList_UnboundReadData", [this] { m_gridLinkList->Links().ReadFailedRows(); });
+}
+
+bool frmMain::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched == m_siteList && event->type() == QEvent::KeyPress) {
+        switch (static_cast<QKeyEvent*>(event)->key()) {
+        case Qt::Key_Insert:
+            SitesMenuElement(0);
+            return true;
+        case Qt::Key_Return:
+        case Qt::Key_Enter:
+            SitesMenuElement(1);
+            return true;
+        case Qt::Key_Delete:
+            SitesMenuElement(5);
+            return true;
+        default:
+            break;
+        }
+    }
+    return QMainWindow::eventFilter(watched, event);
+}

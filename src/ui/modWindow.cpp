@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ui/modWindow.h"
+
+#include "data/modDBFunctions.h"
+#include "platform/clsDisk.h"
+#include "platform/impl/clsPlatformParts.h"
+#include "platform/impl/modPlatformImpl.h"
+#include "platform/widgets/modWidgets.h"
+#include "shell/modBrambury.h"
+#include "shell/modErrorHandler.h"
+#include "ui/clsEndRequests.h"
+#include "ui/clsWindowParts.h"
+
+#include <QCoreApplication>
+
+namespace
+{
+/// What the process says to whoever started it.
+enum ExitCode : int { Done = 0, CouldNotRun = 3, InUse = 4 };
+} // namespace
+
+int modWindow::RunWindow(clsPlatformParts& parts)
+{
+    clsWindowParts with(parts, nullptr);
+    if (!parts.Installed() &&
+        guarded("modBrambury", "Main", [&] { parts.LayDown(false); }) != Guarded::Done)
+        return CouldNotRun;
+
+    const auto instance =
+        modPlatformImpl::MakeInstance(parts.ProgramFolder(), [&] { with.Windows.RaiseMain(); });
+    modBrambury::State().Platform.Instance = instance.get();
+    const clsEndRequests endRequests([&] { with.Windows.EndSession(); });
+
+    bool started = false;
+    do {
+        modWidgets::AllowDialogs();
+        started = modBrambury::Main();
+        if (started && with.Windows.AnyLoaded())
+            QCoreApplication::exec();
+        with.Windows.Discard();
+    } while (started && modBrambury::NextStep() == modBrambury::Next::Restart);
+
+    if (modDBFunctions::LastUse() == modDBFunctions::Use::InUse)
+        return InUse;
+    if (modBrambury::State().Terminating)
+        return CouldNotRun;
+    // A copy that only brought the other one to the front has done its work.
+    return started || instance->PrevInstance() ? Done : CouldNotRun;
+}

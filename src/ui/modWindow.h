@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The program with its window: from the entry routine to the last window closed, restarts included.
+#pragma once
+
+#include <QString>
+
+class clsPlatformParts;
+
+namespace modWindow
+{
+/// Opens the main window and runs until the program ends. A QApplication must exist.
+/// @return the process's exit code.
+int RunWindow(clsPlatformParts& parts);
+/// Renders every window offscreen into PNG files in `folder`, light and dark, 1x and 2x, from the given installation.
+/// @return the process's exit code.
+int RenderPictures(clsPlatformParts& parts, const QString& folder);
+} // namespace modWindow
