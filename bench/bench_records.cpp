@@ -76,7 +76,7 @@ void MeasureAll(const clsTestInstallation& installation)
     Measure(u"filter one status"_s, [&] { (void)OpenLinks(database, 1, 3); });
     Measure(u"read 50 rows in the middle"_s, [&] { (void)links->Rows(Links / 2, 50, shown); });
     Measure(u"find a number"_s, [&] { (void)links->FindFirst(u"ID = %1"_s.arg(Links - 1)); });
-    Measure(u"find a title, not indexed"_s, [&] { (void)links->FindFirst(u"Title = \"partner 000000\""_s); });
+    Measure(u"find a title"_s, [&] { (void)links->FindFirst(u"Title = \"partner 000000\""_s); });
     Measure(u"step 1,000 records, reading one field"_s, [&] {
         links->MoveFirst();
         for (int i = 0; i < 1000; ++i) {
@@ -88,7 +88,6 @@ void MeasureAll(const clsTestInstallation& installation)
         for (links->MoveFirst(); !links->AfterLast(); links->MoveNext())
             (void)links->Field(u"Title"_s);
     });
-    Measure(u"read every row, all columns shown"_s, [&] { (void)links->Rows(0, Links, shown); });
     for (const auto& field : {u"Title"_s, u"HomePage"_s, u"Email"_s, u"FullName"_s, u"Status"_s, u"TestQueue"_s,
                               u"CategoryID"_s, u"Description"_s}) {
         Measure(u"sort by "_s + field, [&] {
@@ -109,6 +108,8 @@ void MeasureAll(const clsTestInstallation& installation)
             links->MoveNext();
         }
     });
+    Out() << "peak memory so far " << QString::number(PeakMemory(), 'f', 1) << " MiB\n";
+    Measure(u"read every row, all columns shown"_s, [&] { (void)links->Rows(0, Links, shown); });
 }
 } // namespace
 

@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # SPDX-License-Identifier: GPL-3.0-or-later
 # What run.sh and test.sh share: installing what is missing. To be sourced by bash in the project's folder.
 

@@ -72,9 +72,9 @@ CREATE INDEX idxLinkListSite ON tblLinkList (
     SiteName, ID, Status, EmailQueue, TestQueue, Results, Offers, CategoryID);
 -- The text by which long lists are sorted most: read from here, without the rest of the records.
 CREATE INDEX idxLinkListTitle ON tblLinkList (Title);
--- The queues are short beside the table.
-CREATE INDEX idxLinkListTestQueue ON tblLinkList (ID) WHERE TestQueue <> 0;
-CREATE INDEX idxLinkListEmailQueue ON tblLinkList (ID) WHERE EmailQueue <> 0 AND EmailQueue <> 2;
+-- The queues are short beside the table, and are read without it.
+CREATE INDEX idxLinkListTestQueue ON tblLinkList (ID, TestQueue) WHERE TestQueue <> 0;
+CREATE INDEX idxLinkListEmailQueue ON tblLinkList (ID, EmailQueue, Message) WHERE EmailQueue <> 0 AND EmailQueue <> 2;
 
 -- The categories under which a site's links are filed.
 CREATE TABLE tblCategory (

@@ -10,13 +10,16 @@
 #include <QCoreApplication>
 #include <algorithm>
 #include <array>
+#include <cstdlib>
+#include <optional>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace
 {
-constexpr char Footer[] = "Exit codes: 0 done, 1 done but a link failed or there was nothing to write, 2 wrong usage or\n"
-                          "refused input, 3 could not run or ended by an error, 4 in use by another run, 5 stopped.";
+constexpr char Footer[] =
+    "Exit codes: 0 done, 1 done but a link failed or there was nothing to write, 2 wrong usage or\n"
+    "refused input, 3 could not run or ended by an error, 4 in use by another run, 5 stopped.";
 
 int Number(ExitCode code)
 {
@@ -28,8 +31,8 @@ struct Wish
 {
     modCommands::Word home;
     bool yes = false;
-    clsCommand command;     ///< empty: the window, or pictures
-    std::string pictures;   ///< folder for the pictures
+    clsCommand command;   ///< empty: the window, or pictures
+    std::string pictures; ///< folder for the pictures
     bool makePictures = false;
 };
 
@@ -72,6 +75,13 @@ std::optional<int> Understand(CLI::App& app, int argc, char** argv)
     return Number(modConsole::Finish() ? ExitCode::Done : ExitCode::Failed);
 }
 
+int TellNoDisplay()
+{
+    modConsole::ErrorLine(
+        u"There is no display to open the window on; brambury --help lists the commands that need none."_s);
+    return Number(ExitCode::Failed);
+}
+
 bool HasDisplay()
 {
 #ifdef Q_OS_LINUX
@@ -80,6 +90,15 @@ bool HasDisplay()
 #else
     return true;
 #endif
+}
+
+/// Hears what Qt says while it connects to the display: that it cannot is fatal to Qt, and an answer here.
+void WhileConnecting(QtMsgType type, const QMessageLogContext& /*context*/, const QString& text)
+{
+    modConsole::ErrorLine(text);
+    if (type != QtFatalMsg)
+        return;
+    std::_Exit(TellNoDisplay());
 }
 
 int RunCommand(const clsCommand& command, const QString& home, bool yes)
@@ -109,14 +128,13 @@ int RunCommandLine(int argc, char** argv, const clsWindowEntry& window)
         const QCoreApplication application(one, argv);
         return RunCommand(wish.command, home, wish.yes);
     }
-    if (!wish.makePictures && !HasDisplay()) {
-        modConsole::ErrorLine(u"There is no display to open the window on; brambury --help lists the commands that "
-                              "need none."_s);
-        return Number(ExitCode::Failed);
-    }
+    if (!wish.makePictures && !HasDisplay())
+        return TellNoDisplay();
     if (wish.makePictures)
         qputenv("QT_QPA_PLATFORM", "offscreen");
+    const QtMessageHandler before = qInstallMessageHandler(&WhileConnecting);
     const auto application = window.MakeApplication(one, argv);
+    qInstallMessageHandler(before);
     clsPlatformParts parts(home);
     if (wish.makePictures)
         return window.RenderPictures(parts, QString::fromLocal8Bit(wish.pictures.data(), std::ssize(wish.pictures)));

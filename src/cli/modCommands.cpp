@@ -25,10 +25,10 @@ QSet<int> modCommands::StatusCodes(const Word& names)
             return entry.compare(name.trimmed(), Qt::CaseInsensitive) == 0;
         });
         if (status == known.cend())
-            throw CLI::ValidationError(names.option->get_name(),
-                                       (u"there is no status \""_s + name + u"\"; the statuses are "_s +
-                                        known.join(u", "_s).toLower())
-                                           .toStdString());
+            throw CLI::ValidationError(
+                names.option->get_name(),
+                (u"there is no status \""_s + name + u"\"; the statuses are "_s + known.join(u", "_s).toLower())
+                    .toStdString());
         codes.insert(static_cast<int>(status - known.cbegin()));
     }
     return codes;

@@ -52,7 +52,8 @@ bool modConsole::Finish()
 {
     Flush();
     if (s_writeError != 0 && s_writeError != EPIPE)
-        ErrorLine(u"The standard output could not be written: "_s + QString::fromLocal8Bit(std::strerror(s_writeError)));
+        ErrorLine(u"The standard output could not be written: "_s +
+                  QString::fromLocal8Bit(std::strerror(s_writeError)));
     return s_writeError == 0;
 }
 

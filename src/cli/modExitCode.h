@@ -3,7 +3,8 @@
 #pragma once
 
 /// The same for every command. Where several apply: Stopped, then Failed, then Findings.
-enum class ExitCode : int {
+enum class ExitCode : int
+{
     Done = 0,     ///< all well; an empty queue too
     Findings = 1, ///< done, but a link failed, a message was not sent, damage was found, or there was nothing to write
     Refused = 2,  ///< wrong usage or refused input; nothing was changed

@@ -68,7 +68,8 @@ ExitCode Init(const clsCommandSession& session, bool sample, bool force)
         const auto lock = modBrambury::Platform().Disk->Lock(modBrambury::FolderPath(u"\\Data\\Bramdat.use"_s),
                                                              clsDisk::Share::Exclusive);
         if (!lock)
-            return clsCommandSession::InUse(u"The database is in use: close Brambury's window and end its runs first."_s);
+            return clsCommandSession::InUse(
+                u"The database is in use: close Brambury's window and end its runs first."_s);
         clsSetAside old(modBrambury::FolderPath(u"\\Data\\"_s) + modBrambury::DatabaseFile);
         parts.LayDown(sample);
         old.Done();

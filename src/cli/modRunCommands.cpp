@@ -131,11 +131,11 @@ void modCommands::AddRuns(CLI::App& app, clsCommand& chosen)
     queueTest->add_flag("--all-sites", words->allSites, "Links of all sites")->excludes(words->site.option);
     queueTest->add_flag("--remove", words->remove, "Take the links off the queue");
     queueTest->callback([&chosen, words] {
-        const modTestQueue::Choice choice{
-            .queue = words->remove ? modTestQueue::Queue::Unselect : modTestQueue::Queue::Select,
-            .statuses = StatusCodes(words->statuses),
-            .allSites = words->allSites,
-            .site = words->site.Text()};
+        const modTestQueue::Choice choice{.queue = words->remove ? modTestQueue::Queue::Unselect
+                                                                 : modTestQueue::Queue::Select,
+                                          .statuses = StatusCodes(words->statuses),
+                                          .allSites = words->allSites,
+                                          .site = words->site.Text()};
         chosen = [choice](clsCommandSession& session) { return QueueTest(session, choice); };
     });
 }

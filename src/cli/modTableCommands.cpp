@@ -38,8 +38,8 @@ struct Table
 /// Which records of a table are wanted.
 struct Filter
 {
-    QString siteID;      ///< Null: of all sites
-    QSet<int> statuses;  ///< empty: all
+    QString siteID;     ///< Null: of all sites
+    QSet<int> statuses; ///< empty: all
 };
 
 /// The words that all tables share.
@@ -235,7 +235,8 @@ void AddLinks(CLI::App& app, clsCommand& chosen)
     CLI::App* links = AddTable(app, "links", "List the link partners", words);
     AddSiteOption(*links, words);
     words->statuses.option =
-        links->add_option("--status", words->statuses.text, "Of these statuses only, separated by commas: active,broken")
+        links
+            ->add_option("--status", words->statuses.text, "Of these statuses only, separated by commas: active,broken")
             ->type_name("STATUS,...");
     links->callback([&chosen, words] {
         Filter filter{.siteID = words->site.Text(), .statuses = {}};

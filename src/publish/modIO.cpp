@@ -56,10 +56,9 @@ QByteArray CsvField(const QVariant& value)
     if (!value.isValid())
         return {};
     QByteArray text = AsText(value).toUtf8();
-    const bool quoted =
-        text.isEmpty() || std::any_of(text.cbegin(), text.cend(), [](char letter) {
-            return letter == ',' || letter == '"' || letter == '\r' || letter == '\n';
-        });
+    const bool quoted = text.isEmpty() || std::any_of(text.cbegin(), text.cend(), [](char letter) {
+                            return letter == ',' || letter == '"' || letter == '\r' || letter == '\n';
+                        });
     return quoted ? '"' + text.replace('"', "\"\"") + '"' : text;
 }
 

@@ -11,7 +11,8 @@
 
 namespace modIO
 {
-enum class TableForm {
+enum class TableForm
+{
     People, ///< columns in line, numbers to the right; a cell is one line and at most 60 characters wide
     Csv,    ///< RFC 4180: heading line, CR LF; Null is nothing at all, an empty text is ""
     Json,   ///< an array with one object a row, keyed by column name; numbers as numbers, Null as null

@@ -90,7 +90,6 @@ void frmErrorMessage::ToggleDetails()
     m_toggle->setAccessibleName(opening ? u"Hide the details"_s : u"Show the details"_s);
     m_details->setVisible(opening);
     // The layout's new smallest size must stand before the window shrinks, or the old one holds it open.
-    layout()->invalidate();
     layout()->activate();
     resize(wanted);
 }

@@ -155,16 +155,29 @@ void frmMain::SavePlacement()
     settings.PaneLeft = QString::number(m_panes->PaneLeft());
     settings.PaneTop = QString::number(m_panes->PaneTop());
     settings.WindowState = QString::number(isMinimized() ? Minimised : isMaximized() ? Maximised : Normal);
-    // A maximised or minimised window comes back to its normal size later; move() counts the frame in, which only a
-    // normal window knows.
-    const bool normal = !isMinimized() && !isMaximized() && !isFullScreen();
-    const QRect place = normal ? QRect(pos(), size()) : normalGeometry();
+    // A maximised or minimised window comes back to its normal place later. Places count the frame in.
+    const QRect place = IsNormal() ? QRect(pos(), size()) : normalGeometry().translated(-m_frame);
     if (!place.isValid())
         return;
     settings.WindowWidth = ToTwips(place.width());
     settings.WindowHeight = ToTwips(place.height());
     settings.WindowTop = ToTwips(place.top());
     settings.WindowLeft = ToTwips(place.left());
+}
+
+bool frmMain::IsNormal() const
+{
+    return !isMinimized() && !isMaximized() && !isFullScreen();
+}
+
+bool frmMain::event(QEvent* event)
+{
+    const bool done = QMainWindow::event(event);
+    // The frame comes some time after the window, and says so in one of these ways or another.
+    const QEvent::Type type = event->type();
+    if ((type == QEvent::Move || type == QEvent::Resize || type == QEvent::WindowActivate) && isVisible() && IsNormal())
+        m_frame = geometry().topLeft() - pos();
+    return done;
 }
 
 void frmMain::FirstStart()

@@ -64,6 +64,7 @@ Q_SIGNALS:
 
 protected:
     void closeEvent(QCloseEvent* event) override;
+    bool event(QEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
@@ -84,9 +85,10 @@ private:
     void RestorePlacement();
     void SavePlacement();
     void ShowInState();
+    [[nodiscard]] bool IsNormal() const;
     void FirstStart();
     void CloseIfPending();
-    bool MayHangUp() const;
+    [[nodiscard]] bool MayHangUp() const;
 
     // Lists (frmMainLists.cpp)
     void OpenLists();
@@ -158,7 +160,7 @@ private:
     int m_inside = 0;                         ///< routines of this window that have not returned
     bool m_closePending = false;              ///< a close request waits for them
     bool m_unloaded = false;
-    bool m_changingTabs = false; ///< the tab strip is being changed by the window itself
+    QPoint m_frame; ///< from the corner of the frame of the normal window to that of its inside
     QTimer m_highlightTimer;
     qint64 m_highlight = 0;     ///< the link being worked on
     qint64 m_highlighted = 0;   ///< the link shown as such

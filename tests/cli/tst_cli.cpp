@@ -161,9 +161,9 @@ void tstCli::WrongUsageSaysWhyAndNothingElse_data()
     QTest::newRow("missing option") << QStringList{u"queue"_s, u"test"_s} << u"--status"_s;
     QTest::newRow("unknown status") << QStringList{u"links"_s, u"--status"_s, u"active,brocken"_s} << u"brocken"_s;
     QTest::newRow("option without value") << QStringList{u"links"_s, u"--site"_s} << u"--site"_s;
-    QTest::newRow("two sites at once")
-        << QStringList{u"queue"_s, u"test"_s, u"--status"_s, u"active"_s, u"--site"_s, u"a"_s, u"--all-sites"_s}
-        << u"--site"_s;
+    QTest::newRow("two sites at once") << QStringList{u"queue"_s,  u"test"_s, u"--status"_s,   u"active"_s,
+                                                      u"--site"_s, u"a"_s,    u"--all-sites"_s}
+                                       << u"--site"_s;
     QTest::newRow("two forms at once") << QStringList{u"sites"_s, u"--csv"_s, u"--json"_s} << u"--csv"_s;
     QTest::newRow("setting without key") << QStringList{u"settings"_s, u"get"_s, u"General"_s} << u"key"_s;
     QTest::newRow("home without name") << QStringList{u"sites"_s, u"--home"_s, QString()} << u"--home"_s;
@@ -182,18 +182,9 @@ void tstCli::WrongUsageSaysWhyAndNothingElse()
 
 void tstCli::HelpNeedsNoInstallation()
 {
-    const QList<QStringList> commands{{},
-                                      {u"init"_s},
-                                      {u"test"_s},
-                                      {u"queue"_s},
-                                      {u"queue"_s, u"test"_s},
-                                      {u"sites"_s},
-                                      {u"links"_s},
-                                      {u"categories"_s},
-                                      {u"templates"_s},
-                                      {u"settings"_s},
-                                      {u"settings"_s, u"set"_s},
-                                      {u"pictures"_s}};
+    const QList<QStringList> commands{
+        {},           {u"init"_s},       {u"test"_s},      {u"queue"_s},    {u"queue"_s, u"test"_s},   {u"sites"_s},
+        {u"links"_s}, {u"categories"_s}, {u"templates"_s}, {u"settings"_s}, {u"settings"_s, u"set"_s}, {u"pictures"_s}};
     for (const QStringList& command : commands) {
         const Outcome outcome = Run(QStringList(command) << u"--help"_s);
         QCOMPARE(outcome.code, 0);
@@ -401,12 +392,12 @@ void tstCli::CannotRun_data()
     QTest::newRow("another kind of file")
         << u"garbage"_s << QStringList{u"test"_s} << u"*Error Number: \t3031\n*Module:     \tclsDAO\n*"_s;
     QTest::newRow("a truncated file") << u"truncated"_s << QStringList{u"sites"_s} << u"*Error Number: \t*"_s;
-    QTest::newRow("no connection")
-        << u"offline"_s << QStringList{u"test"_s} << u"Could not establish a connected to the Internet.\n"_s;
-    QTest::newRow("unknown site inside a run")
-        << u"orphan"_s << QStringList{u"test"_s}
-        << u"Could not locate information for site Gone.  Process aborted.\n"_s;
+    QTest::newRow("no connection") << u"offline"_s << QStringList{u"test"_s}
+                                   << u"Could not establish a connected to the Internet.\n"_s;
+    QTest::newRow("unknown site inside a run") << u"orphan"_s << QStringList{u"test"_s}
+                                               << u"Could not locate information for site Gone.  Process aborted.\n"_s;
     QTest::newRow("no display") << u"none"_s << QStringList{} << u"There is no display*\n"_s;
+    QTest::newRow("a display that is gone") << u"display"_s << QStringList{} << u"*\nThere is no display*\n"_s;
 }
 
 void tstCli::CannotRun()
@@ -436,6 +427,8 @@ void tstCli::CannotRun()
     QHash<QString, QString> variables;
     if (trouble == u"offline")
         variables.insert(u"BRAMBURY_OFFLINE"_s, u"1"_s);
+    if (trouble == u"display")
+        variables.insert(u"DISPLAY"_s, u":9999"_s);
     const Outcome outcome = Run(In(installation.Folder(), words), variables);
     QCOMPARE(outcome.code, 3);
     const QString expected = message.contains(u"%1"_s) ? message.arg(installation.DataPath()) : message;
@@ -488,9 +481,8 @@ void tstCli::LinkTestRun()
     qint64 bad = 0;
     {
         const auto opened = installation.Open();
-        clsTestInstallation::AddSite(
-            *opened, u"garden"_s,
-            {{u"SiteName"_s, u"The Garden"_s}, {u"LinkPage"_s, server.Url(u"/own.html"_s)}});
+        clsTestInstallation::AddSite(*opened, u"garden"_s,
+                                     {{u"SiteName"_s, u"The Garden"_s}, {u"LinkPage"_s, server.Url(u"/own.html"_s)}});
         good = clsTestInstallation::AddLink(*opened, u"garden"_s, u"Good"_s,
                                             {{u"HomePage"_s, u"http://good.example/"_s},
                                              {u"LinkPage"_s, server.Url(u"/good.html"_s)},
@@ -512,18 +504,18 @@ void tstCli::LinkTestRun()
     const QStringList lines = first.out.split(u'\n');
     QVERIFY2(QRegularExpression(u"^BEGIN LINK TEST SESSION - "_s + when + u'$').match(lines.first()).hasMatch(),
              qPrintable(first.out));
-    QVERIFY2(QRegularExpression(u"^END LINK TEST SESSION - "_s + when + u'$').match(lines.at(lines.size() - 2)).hasMatch(),
-             qPrintable(first.out));
-    QCOMPARE(lines.mid(1, lines.size() - 3),
-             (QStringList{u"  \u2022 Current site: The Garden"_s,
-                          u"    \u2022 Searching Good for a reference to The Garden"_s,
-                          u"        Located a link to The Garden on Good"_s,
-                          u"    \u2022 Searching The Garden for a reference to Good"_s,
-                          u"        Located a link to Good on The Garden"_s,
-                          u"    \u2022 Searching Bad for a reference to The Garden"_s,
-                          u"        Could not locate a link to The Garden on Bad"_s,
-                          u"    \u2022 Searching The Garden for a reference to Bad"_s,
-                          u"        Located a link to Bad on The Garden"_s}));
+    QVERIFY2(
+        QRegularExpression(u"^END LINK TEST SESSION - "_s + when + u'$').match(lines.at(lines.size() - 2)).hasMatch(),
+        qPrintable(first.out));
+    QCOMPARE(lines.mid(1, lines.size() - 3), (QStringList{u"  \u2022 Current site: The Garden"_s,
+                                                          u"    \u2022 Searching Good for a reference to The Garden"_s,
+                                                          u"        Located a link to The Garden on Good"_s,
+                                                          u"    \u2022 Searching The Garden for a reference to Good"_s,
+                                                          u"        Located a link to Good on The Garden"_s,
+                                                          u"    \u2022 Searching Bad for a reference to The Garden"_s,
+                                                          u"        Could not locate a link to The Garden on Bad"_s,
+                                                          u"    \u2022 Searching The Garden for a reference to Bad"_s,
+                                                          u"        Located a link to Bad on The Garden"_s}));
     QCOMPARE(lines.last(), QString());
     {
         const auto opened = installation.Open();

@@ -56,7 +56,7 @@ while read -r file; do
             esac
             ;;
         '"'*) complain "$file" "includes $header without its folder" ;;
-        '<'Q*)
+        '<Q'*)
             case $folder in
             ui | platform/widgets) ;;
             platform/impl)

@@ -25,6 +25,7 @@ suiteProgram::suiteProgram(const QString& home) : m_home(home)
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     for (const auto& name : {u"BRAMBURY_HOME"_s, u"BRAMBURY_OFFLINE"_s, u"DISPLAY"_s})
         environment.remove(name);
+    environment.insert(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);
     m_process.setProcessEnvironment(environment);
     m_process.setProgram(QStringLiteral(BRAMBURY_BINARY_DIR "/bin/brambury"));
 }
@@ -102,7 +103,7 @@ suiteQueue::suiteQueue(int links)
         const int partner = request.target.mid(8, request.target.indexOf('/', 1) - 8).toInt();
         switch (partner % 4) {
         case 2:
-            return serverReply::Page("<a href=\"/\">nothing</a>").After(2ms);
+            return serverReply::Page("<a href=\"elsewhere.html\">another</a>").After(2ms);
         case 3:
             return serverReply().Close();
         default:

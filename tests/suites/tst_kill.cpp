@@ -68,7 +68,7 @@ QString tst_kill::LossesOf(const suiteQueue& queue, const suiteQueue::Links& bef
 
 void tst_kill::KilledRunsLoseNothing()
 {
-    const int rounds = suiteReport::Long() ? 400 : 12;
+    const int rounds = suiteReport::Long() ? 300 : 10;
     QRandomGenerator random(suiteReport::Seed());
     suiteQueue queue(LinkCount);
 

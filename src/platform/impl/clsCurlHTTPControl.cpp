@@ -375,7 +375,8 @@ void clsCurlHTTPControl::Disconnect()
 void clsCurlHTTPControl::ReadAhead(std::function<std::optional<clsPageRequest>()> next)
 {
     DropPredictions();
-    m_next = std::move(next);
+    if (next)
+        m_next = std::make_shared<std::function<std::optional<clsPageRequest>()>>(std::move(next));
     Schedule();
 }
 
@@ -401,9 +402,11 @@ void clsCurlHTTPControl::CloseAll()
     m_multi.CloseIdle();
 }
 
-/// Uses what room there is: first for those that wait, then for new predictions.
+/// Uses what room there is: first for those that wait, then for new predictions. The page in turn needs none.
 void clsCurlHTTPControl::Schedule()
 {
+    if (m_unreadBytes > MostUnreadBytes)
+        return;
     for (std::size_t i = 0; i < m_waiting.size() && !AllUnderWay();) {
         const PagePtr page = m_waiting[i];
         if (!HostHasRoom(page->transfer->HostName())) {
@@ -414,14 +417,14 @@ void clsCurlHTTPControl::Schedule()
         Start(page);
     }
     int asked = 0;
-    while (m_next && ReadsAhead() && !AllUnderWay() && m_unreadBytes <= MostUnreadBytes &&
+    while (m_next && ReadsAhead() && !AllUnderWay() &&
            static_cast<int>(m_waiting.size()) < m_limits.simultaneousDownloads) {
         if (++asked > PredictionsAtOnce) {
             m_scheduleSoon.start();
             return;
         }
-        const auto next = m_next; // which may end the reading ahead
-        std::optional<clsPageRequest> request = next();
+        const auto next = m_next; // it may end the reading ahead while it is asked
+        std::optional<clsPageRequest> request = (*next)();
         if (!request) {
             m_next = nullptr;
             return;

@@ -90,7 +90,7 @@ private:
     QByteArray m_caFile;
     clsCurlMulti m_multi;
 
-    std::function<std::optional<clsPageRequest>()> m_next;
+    std::shared_ptr<std::function<std::optional<clsPageRequest>()>> m_next; ///< empty: no reading ahead
     std::deque<Prediction> m_predicted;       ///< in the order in which they will be asked for
     QHash<QByteArray, PagePtr> m_byAddress;   ///< the newest page of each address
     std::list<PagePtr> m_kept;                ///< asked for and of no use now, longest unused first

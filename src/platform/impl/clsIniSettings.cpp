@@ -80,14 +80,12 @@ public:
 
     void Flush() override
     {
-        // A QSettings keeps its first bad status for ever, a damaged line met while reading included. Another one on
-        // the same file shares the unwritten changes and starts afresh; the second has nothing left to read.
-        for (int attempt = 0; attempt < 2; ++attempt) {
-            QSettings fresh(m_settings.fileName(), QSettings::IniFormat);
-            fresh.sync();
-            if (fresh.status() == QSettings::AccessError)
-                throw NotWritten();
-        }
+        // A QSettings keeps its first bad status for ever. Another one on the same file shares the unwritten changes
+        // and starts afresh, so that a failure that is over does not count again.
+        QSettings fresh(m_settings.fileName(), QSettings::IniFormat);
+        fresh.sync();
+        if (fresh.status() == QSettings::AccessError)
+            throw NotWritten();
     }
 
 private:

@@ -72,13 +72,19 @@ void clsPlatformParts::LayDown(bool sample)
 {
     clsDisk& disk = *m_parts->disk;
     const QString share = modPlatformImpl::ShareFolder();
-    const QString database = m_programFolder + u"/Data/Bramdat.mdb"_s;
-    disk.MakeFolder(m_programFolder + u"/Data"_s);
-    for (const auto& name : {u"Musfall.wav"_s}) {
-        if (!disk.FileExists(m_programFolder + u'/' + name))
-            disk.CopyFile(share + u'/' + name, m_programFolder + u'/' + name);
+    const QString source = share + (sample ? u"/Sample.mdb"_s : u"/Bramdat.mdb"_s);
+    const QString data = m_programFolder + u"/Data"_s;
+    const QString sound = m_programFolder + u"/Musfall.wav"_s;
+    disk.MakeFolder(m_programFolder);
+    if (!disk.FileExists(sound))
+        disk.CopyFile(share + u"/Musfall.wav"_s, sound);
+    if (disk.FolderExists(data)) {
+        if (!disk.FileExists(data + u"/Bramdat.mdb"_s))
+            disk.CopyFile(source, data + u"/Bramdat.mdb"_s);
+        return;
     }
-    // The database comes last: a folder that holds it is complete.
-    if (!disk.FileExists(database))
-        disk.CopyFile(share + (sample ? u"/Sample.mdb"_s : u"/Bramdat.mdb"_s), database);
+    // A program folder is there once it holds Data, so Data appears with the database in it or not at all.
+    disk.MakeFolder(data + u".new"_s);
+    disk.CopyFile(source, data + u".new/Bramdat.mdb"_s);
+    disk.RenameFile(data + u".new"_s, data);
 }

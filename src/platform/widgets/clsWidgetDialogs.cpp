@@ -118,7 +118,7 @@ clsDialogs::Answer clsWidgetDialogs::MsgBox(const QString& text, Buttons buttons
     if (QAbstractButton* retry = box.button(QMessageBox::Retry))
         retry->setText(u"&Retry"_s); // the only one that has no key of its own otherwise
     box.setDefaultButton(set.safe);
-    
+    box.setEscapeButton(set.safe);
     box.exec();
     const QAbstractButton* clicked = box.clickedButton();
     return answerOf(clicked ? box.standardButton(box.clickedButton()) : set.safe);

@@ -1,0 +1,150 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The main window on a temporary installation: real database, event loop and HTTP, scripted answers to boxes.
+#pragma once
+
+#include "platform/clsBrowser.h"
+#include "platform/clsDisk.h"
+#include "platform/clsPrinter.h"
+#include "platform/frmResources.h"
+#include "platform/impl/modPlatformImpl.h"
+#include "shell/modBrambury.h"
+#include "support/fakes.h"
+#include "support/installation.h"
+#include "ui/clsLinkGrid.h"
+#include "ui/clsUIWindows.h"
+#include "ui/frmMain.h"
+
+#include <QAction>
+#include <QLabel>
+#include <QTabBar>
+
+class fakeBrowser : public clsBrowser
+{
+public:
+    QStringList opened;
+    Outcome Open(const QString& address) override
+    {
+        opened << address;
+        return Outcome::Opened;
+    }
+};
+
+class fakePrinter : public clsPrinter
+{
+public:
+    QStringList lines;
+    void StartDoc(const QString&, int, int) override {}
+    void SetFont(const QString&, double, bool) override {}
+    void PrintLine(const QString& text) override { lines << text; }
+    void EndDoc() override {}
+    void SetOutputFile(const QString&) override {}
+};
+
+/// One at a time. The program stands as after its start, and is not loaded yet: Open() does that.
+class clsTestWindow
+{
+public:
+    clsTestWindow()
+    {
+        modBrambury::State() = {};
+        modBrambury::State().Platform = {.DBEngine = engine.get(),
+                                         .Settings = &settings,
+                                         .EventLoop = eventLoop.get(),
+                                         .Clock = clock.get(),
+                                         .Dialogs = &dialogs,
+                                         .Windows = &windows,
+                                         .Connection = &connection,
+                                         .Printer = &printer,
+                                         .Sound = &sound,
+                                         .Browser = &browser,
+                                         .Disk = disk.get(),
+                                         .Resources = &resources};
+        modBrambury::SetProgramFolder(installation.Folder());
+        Set(QStringLiteral("General"), QStringLiteral("AutoBackup"), QStringLiteral("No"));
+        opened = installation.Open();
+    }
+    ~clsTestWindow()
+    {
+        Close();
+        modBrambury::State() = {};
+    }
+    clsTestWindow(const clsTestWindow&) = delete;
+    clsTestWindow& operator=(const clsTestWindow&) = delete;
+
+    /// The site Shop with the tests of both directions, and a link of each status, titled by it.
+    void Fill()
+    {
+        clsTestInstallation::AddSite(*opened, QStringLiteral("Shop"));
+        for (int status = 0; status < 6; ++status)
+            ids << clsTestInstallation::AddLink(*opened, QStringLiteral("Shop"), StatusTitle(status),
+                                                {{QStringLiteral("Status"), status}});
+    }
+    static QString StatusTitle(int status) { return QStringLiteral("Partner %1").arg(status); }
+
+    /// Starts the program: the main window is loaded.
+    frmMain& Open()
+    {
+        if (!modBrambury::Main())
+            qFatal("the main window did not load");
+        return *windows.Main();
+    }
+    void Close()
+    {
+        if (!windows.Main())
+            return;
+        windows.Main()->close();
+        windows.Discard();
+    }
+
+    frmMain& Window() const { return *windows.Main(); }
+    clsLinkGrid& Grid() const { return *Window().findChild<clsLinkGrid*>(); }
+    template <typename Control> Control& Find(const QString& name) const
+    {
+        auto* control = Window().findChild<Control*>(name);
+        if (!control)
+            qFatal("no control %s", qPrintable(name));
+        return *control;
+    }
+    /// Chooses a menu entry or toolbar button by its name.
+    void Trigger(const QString& name) const { Find<QAction>(name).trigger(); }
+    [[nodiscard]] QString Counter() const { return Find<QLabel>(QStringLiteral("lblLinksInView")).text(); }
+    /// What the rows show in a column.
+    [[nodiscard]] QStringList Shown(int column) const
+    {
+        QStringList texts;
+        for (int row = 0; row < Grid().Links().rowCount(); ++row)
+            texts << Grid().Links().index(row, column).data().toString();
+        return texts;
+    }
+    [[nodiscard]] QString Style(int row, int column) const
+    {
+        return Grid().Links().index(row, column).data(clsLinkModel::StyleRole).toString();
+    }
+    void Set(const QString& section, const QString& key, const QString& value)
+    {
+        settings.SaveSetting(section, key, value);
+    }
+    [[nodiscard]] QString Setting(const QString& section, const QString& key) const
+    {
+        return settings.GetSetting(section, key, {});
+    }
+
+    clsTestInstallation installation;
+    clsTestInstallation::Opened opened; ///< the database as another program sees it
+    QList<qint64> ids;                  ///< of the links that Fill made
+    int closed = 0;
+
+    fakeSettings settings;
+    fakeDialogs dialogs;
+    fakeConnection connection;
+    fakeSound sound;
+    fakeBrowser browser;
+    fakePrinter printer;
+    clsUIWindows windows{[this] { ++closed; }};
+
+    const std::unique_ptr<clsClock> clock = modPlatformImpl::MakeClock();
+    const std::unique_ptr<clsDBEngine> engine = modPlatformImpl::MakeDBEngine();
+    const std::unique_ptr<clsDisk> disk = modPlatformImpl::MakeDisk();
+    const std::unique_ptr<clsEventLoop> eventLoop = modPlatformImpl::MakeEventLoop();
+    frmResources resources{modPlatformImpl::MakeHTTPControl(*disk), nullptr, nullptr};
+};

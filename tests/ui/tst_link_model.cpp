@@ -1,0 +1,192 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The model behind the list of links, on a real database: a hundred thousand rows, styles of cells, refills.
+#include "main_window_fixture.h"
+
+#include "data/clsDAO.h"
+
+#include <QAbstractItemModelTester>
+#include <QHeaderView>
+#include <QScrollBar>
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace
+{
+constexpr int Many = 100'000;
+} // namespace
+
+class tst_link_model : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void styles_data();
+    void styles();
+    void manyLinks();
+    void refillKeepsPlace();
+    void closedDatabaseIsReportedOnce();
+};
+
+void tst_link_model::styles_data()
+{
+    QTest::addColumn<QString>("field");
+    QTest::addColumn<QVariant>("value");
+    QTest::addColumn<int>("column");
+    QTest::addColumn<QString>("style");
+    QTest::addColumn<QString>("shown");
+    QTest::addColumn<QString>("spoken");
+    using M = clsLinkModel;
+    const auto row = [](const char* name, const QString& field, const QVariant& value, int column,
+                        const QString& style, const QString& shown, const QString& spoken) {
+        QTest::newRow(name) << field << value << column << style << shown << spoken;
+    };
+    row("queued for mail", u"EmailQueue"_s, 1, M::EmailQueue, u"Checked"_s, {}, u"Queued for e-mail"_s);
+    row("converted true", u"EmailQueue"_s, -1, M::EmailQueue, u"Checked"_s, {}, u"Queued for e-mail"_s);
+    row("not to be sent", u"EmailQueue"_s, 2, M::EmailQueue, u"YellowFlag"_s, {}, u"E-mail not to be sent"_s);
+    row("mail Null", u"EmailQueue"_s, {}, M::EmailQueue, {}, {}, u"No e-mail queued"_s);
+    row("queued for testing", u"TestQueue"_s, 1, M::TestQueue, u"Checked"_s, {}, u"Queued for testing"_s);
+    row("status 1 has two names", u"Status"_s, 1, M::Status, u"Pending"_s, u"In-Process"_s, u"Status: In-Process"_s);
+    row("passed", u"Results"_s, 1, M::TestResults, u"GreenBall"_s, {}, u"Passed the last test"_s);
+    row("link missing", u"Results"_s, 4, M::TestResults, u"RedBall"_s, {}, u"Failed the last test"_s);
+    row("page missing", u"Results"_s, 192, M::TestResults, u"RedBall"_s, {}, u"Failed the last test"_s);
+    row("bad address", u"Results"_s, 260, M::TestResults, u"YellowBall"_s, {},
+        u"A page's address could not be used in the last test"_s);
+    row("never tested", u"Results"_s, 0, M::TestResults, {}, {}, u"No test result"_s);
+    row("odd result", u"Results"_s, 2, M::TestResults, {}, {}, u"No test result"_s);
+    row("comments Null", u"Comments"_s, {}, M::Notes, u"NoNotes"_s, {}, u"No comments"_s);
+    row("comments", u"Comments"_s, u"Wrote in May"_s, M::Notes, u"Notes"_s, {}, u"Has comments"_s);
+    row("text Null", u"HomePage"_s, {}, M::HomePage, {}, {}, {});
+}
+
+void tst_link_model::styles()
+{
+    QFETCH(QString, field);
+    QFETCH(QVariant, value);
+    QFETCH(int, column);
+    clsTestWindow program;
+    clsTestInstallation::AddSite(*program.opened, u"Shop"_s);
+    clsTestInstallation::AddLink(*program.opened, u"Shop"_s, u"Bob"_s, {{field, value}});
+    program.Open();
+    const QModelIndex cell = program.Grid().Links().index(0, column);
+    QTEST(cell.data(clsLinkModel::StyleRole).toString(), "style");
+    QTEST(cell.data().toString(), "shown");
+    QTEST(cell.data(Qt::AccessibleTextRole).toString(), "spoken");
+    QFETCH(QString, style);
+    QCOMPARE(!cell.data(Qt::DecorationRole).isNull(), !style.isEmpty());
+}
+
+void tst_link_model::manyLinks()
+{
+    clsTestWindow program;
+    clsTestInstallation::AddSite(*program.opened, u"Shop"_s);
+    clsTestInstallation::AddLinks(*program.opened, u"Shop"_s, Many);
+    program.Set(u"General"_s, u"HideInactiveDeclined"_s, u"0"_s);
+    QElapsedTimer time;
+    time.start();
+    program.Open();
+    qInfo("load: %lld ms", time.restart());
+    clsLinkModel& model = program.Grid().Links();
+    QCOMPARE(model.rowCount(), Many);
+    QCOMPARE(program.Counter(), u"[ 100000 link(s) in current view ]"_s);
+
+    const QModelIndex last = model.index(Many - 1, clsLinkModel::Title);
+    program.Grid().scrollTo(last);
+    QCOMPARE(program.Grid().rowAt(program.Grid().viewport()->height() - 4), Many - 1);
+    QVERIFY(last.data().toString().startsWith(u"Partner "_s));
+
+    program.Grid().selectAll();
+    program.Grid().MakeCurrent(model.LinkAt(4711));
+    const qint64 current = program.Grid().CurrentLink();
+    time.restart();
+    program.Trigger(u"LinkMenuElementSub_2"_s);
+    qInfo("sort with everything selected: %lld ms", time.restart());
+    QStringList titles;
+    for (int row = 0; row < Many; row += 997)
+        titles << model.index(row, clsLinkModel::Title).data().toString();
+    QVERIFY(std::is_sorted(titles.begin(), titles.end()));
+    QCOMPARE(program.Grid().CurrentLink(), current);
+    QCOMPARE(program.Grid().ChosenLinks().size(), std::size_t{Many});
+
+    time.restart();
+    program.Window().FillLinkGrid();
+    qInfo("refill: %lld ms", time.restart());
+    program.Find<QTabBar>(u"LinksTab"_s).setCurrentIndex(3);
+    qInfo("another view: %lld ms", time.restart());
+    QVERIFY(model.rowCount() < Many);
+
+    // The tester looks at every cell whenever anything happens, so it comes when all else is done.
+    const QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
+    program.Find<QTabBar>(u"LinksTab"_s).setCurrentIndex(0);
+    QCOMPARE(model.rowCount(), Many);
+}
+
+void tst_link_model::refillKeepsPlace()
+{
+    clsTestWindow program;
+    clsTestInstallation::AddSite(*program.opened, u"Shop"_s);
+    QList<qint64> ids;
+    for (int i = 0; i < 300; ++i)
+        ids << clsTestInstallation::AddLink(*program.opened, u"Shop"_s, u"Partner %1"_s.arg(i, 3, 10, '0'_L1));
+    program.Open();
+    clsLinkGrid& grid = program.Grid();
+    const auto select = [&](int row) {
+        grid.selectionModel()->select(grid.Links().index(row, 0),
+                                      QItemSelectionModel::Select | QItemSelectionModel::Rows);
+    };
+    grid.MakeCurrent(ids[120]);
+    grid.clearSelection();
+    for (const int row : {100, 101, 150})
+        select(row);
+    grid.verticalScrollBar()->setValue(grid.verticalHeader()->sectionPosition(110) + 3);
+
+    // Two links above the view and one that is selected go; the others stay where they are on the screen.
+    const auto links = program.opened->OpenRecordset(u"tblLinkList"_s);
+    for (const int gone : {5, 6, 101}) {
+        QVERIFY(links->FindFirst(clsDAO::NumberCriteria(u"ID"_s, ids[gone])));
+        links->Delete();
+    }
+    program.Window().FillLinkGrid();
+    QCOMPARE(grid.CurrentLink(), ids[120]);
+    QCOMPARE(grid.ChosenLinks(), (std::vector<qint64>{ids[100], ids[150]}));
+    QCOMPARE(grid.Links().LinkAt(grid.rowAt(0)), ids[110]);
+    QCOMPARE(grid.rowViewportPosition(grid.rowAt(0)), -3);
+
+    // The same records again, one changed: no reset, the cell shows it.
+    const QSignalSpy reset(&grid.Links(), &QAbstractItemModel::modelReset);
+    QVERIFY(links->FindFirst(clsDAO::NumberCriteria(u"ID"_s, ids[120])));
+    links->Edit();
+    links->SetField(u"Title"_s, u"Renamed"_s);
+    links->Update();
+    program.Window().FillLinkGrid();
+    QCOMPARE(reset.size(), 0);
+    QCOMPARE(grid.Links().index(grid.Links().RowOf(ids[120]), clsLinkModel::Title).data().toString(), u"Renamed"_s);
+
+    // The current link leaves the view: another row becomes current, so that commands have one.
+    QVERIFY(links->FindFirst(clsDAO::NumberCriteria(u"ID"_s, ids[120])));
+    links->Delete();
+    grid.clearSelection();
+    program.Window().FillLinkGrid();
+    QCOMPARE(grid.ChosenLinks(), (std::vector<qint64>{ids[0]}));
+}
+
+void tst_link_model::closedDatabaseIsReportedOnce()
+{
+    clsTestWindow program;
+    program.Fill();
+    program.Open();
+    clsLinkModel& model = program.Grid().Links();
+    disconnect(&model, &clsLinkModel::ReadFailed, nullptr, nullptr); // no error window here
+    const QSignalSpy failures(&model, &clsLinkModel::ReadFailed);
+    modBrambury::State().Database->Close();
+    model.RefreshAll();
+    for (int row = 0; row < model.rowCount(); ++row)
+        QCOMPARE(model.index(row, clsLinkModel::Title).data().toString(), QString());
+    QCOMPARE(failures.size(), 0);
+    QTRY_COMPARE(failures.size(), 1);
+    QVERIFY_THROWS_EXCEPTION(clsError, model.ReadFailedRows());
+}
+
+QTEST_MAIN(tst_link_model)
+#include "tst_link_model.moc"
