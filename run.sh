@@ -46,7 +46,7 @@ lay_down_sample() {
     local said status=0
     said=$("$brambury" ${common[@]+"${common[@]}"} init --sample 2>&1) || status=$?
     case $status in
-    0) echo "$said" ;;
+    0) echo "$said" >&2 ;;
     2) ;; # there is one already
     *)
         echo "$said" >&2
@@ -64,12 +64,12 @@ stop_server() {
 wait_for_server() {
     local tries
     for ((tries = 0; tries < 100; tries++)); do
+        # The server writes this once the port is its own; somebody else's answer on that port would prove nothing.
+        [ ! -s "$scratch/web/nginx.pid" ] || return 0
         kill -0 "$server" 2>/dev/null || break
-        if (exec 3<>/dev/tcp/127.0.0.1/28480) 2>/dev/null; then return; fi
         sleep 0.1
     done
     echo "The web server for the sample's pages did not start." >&2
-    cat "$scratch/web/error.log" >&2 || true
     exit 3
 }
 
@@ -103,7 +103,7 @@ show_link_test() {
     [ $status -eq 1 ] || exit $status
 }
 
-build
+build >&2
 sort_arguments "$@"
 case $command in
 init | --help | -h | --version) exec "$brambury" "$@" ;;

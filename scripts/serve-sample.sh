@@ -12,6 +12,7 @@ port=28480
 
 # The server gives up the rights of root, so the pages must be open to all.
 umask 022
+rm -f "$folder/nginx.pid"
 mkdir -p "$folder/pages"
 grep -v '^#' "$list" | cut -f1 | sort -u | while read -r host; do
     mkdir -p "$folder/pages/$host"

@@ -33,9 +33,8 @@ ExitCode clsCommandSession::Run(const std::function<ExitCode(clsCommandSession&)
 {
     ExitCode code = ExitCode::Failed;
     const Guarded ending = guarded("modCommandLine", "RunCommandLine", [&] { code = command(*this); });
-    // Some errors are for Error.log alone; a command that fails must say why all the same.
-    if (ending != Guarded::Done && !m_windows.ErrorShown())
-        modConsole::ErrorLine(clsErrorHandler::Instance().Description);
+    if (ending != Guarded::Done)
+        TellHiddenError();
     return ending == Guarded::Done && !State().Terminating ? code : ExitCode::Failed;
 }
 
@@ -51,9 +50,15 @@ ExitCode clsCommandSession::OpenDatabase() const
         return ExitCode::Done;
     if (modDBFunctions::LastUse() == modDBFunctions::Use::InUse)
         return ExitCode::InUse;
-    if (!m_windows.ErrorShown())
-        modConsole::ErrorLine(clsErrorHandler::Instance().Description);
+    TellHiddenError();
     return ExitCode::Failed;
+}
+
+void clsCommandSession::TellHiddenError()
+{
+    const clsErrorHandler& last = clsErrorHandler::Instance();
+    if (!last.Shown)
+        modConsole::ErrorLine(last.Description);
 }
 
 clsDatabase& clsCommandSession::Database()

@@ -5,7 +5,6 @@
 
 void clsConsoleWindows::ShowError(ErrorIcon /*icon*/, const QString& message, const QString& details)
 {
-    m_errorShown = true;
     modConsole::ErrorLine(message);
     modConsole::ErrorLine(details);
 }

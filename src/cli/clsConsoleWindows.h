@@ -20,10 +20,4 @@ public:
     bool ShowBackupRestore() override { return false; }
     bool ShowHelp(int) override { return false; }
     bool ShowTips() override { return false; }
-
-    /// True once an error has been shown. Some kinds go to Error.log only.
-    [[nodiscard]] bool ErrorShown() const { return m_errorShown; }
-
-private:
-    bool m_errorShown = false;
 };

@@ -101,6 +101,13 @@ void WhileConnecting(QtMsgType type, const QMessageLogContext& /*context*/, cons
     std::_Exit(TellNoDisplay());
 }
 
+/// The offscreen platform says of every window that it cannot pass its size on; nobody needs that for a picture.
+void WhileTakingPictures(QtMsgType /*type*/, const QMessageLogContext& /*context*/, const QString& text)
+{
+    if (!text.startsWith("This plugin does not support"_L1))
+        modConsole::ErrorLine(text);
+}
+
 int RunCommand(const clsCommand& command, const QString& home, bool yes)
 {
     clsPlatformParts parts(home);
@@ -136,7 +143,9 @@ int RunCommandLine(int argc, char** argv, const clsWindowEntry& window)
     const auto application = window.MakeApplication(one, argv);
     qInstallMessageHandler(before);
     clsPlatformParts parts(home);
-    if (wish.makePictures)
+    if (wish.makePictures) {
+        qInstallMessageHandler(&WhileTakingPictures);
         return window.RenderPictures(parts, QString::fromLocal8Bit(wish.pictures.data(), std::ssize(wish.pictures)));
+    }
     return window.OpenWindow(parts);
 }

@@ -20,17 +20,19 @@ namespace
 class clsSetAside
 {
 public:
-    explicit clsSetAside(const QString& database) : m_database(database)
+    explicit clsSetAside(const QString& database) : m_database(database) {}
+    /// Moves the database to its dated name. @throws clsError; what was moved until then goes back.
+    void Aside()
     {
         clsDisk& disk = *modBrambury::Platform().Disk;
-        if (!disk.FileExists(database))
+        if (!disk.FileExists(m_database))
             return;
         const QString stamp = modBrambury::Platform().Clock->Now().toString(u"yyyy-MM-dd-HHmmss"_s);
-        const QString stem = database.chopped(4) + u'-' + stamp;
+        const QString stem = m_database.chopped(4) + u'-' + stamp;
         m_kept = stem + u".mdb"_s;
         for (int i = 2; disk.FileExists(m_kept); ++i)
             m_kept = u"%1-%2.mdb"_s.arg(stem).arg(i);
-        Move(database, m_kept);
+        Move(m_database, m_kept);
     }
     ~clsSetAside()
     {
@@ -71,6 +73,7 @@ ExitCode Init(const clsCommandSession& session, bool sample, bool force)
             return clsCommandSession::InUse(
                 u"The database is in use: close Brambury's window and end its runs first."_s);
         clsSetAside old(modBrambury::FolderPath(u"\\Data\\"_s) + modBrambury::DatabaseFile);
+        old.Aside();
         parts.LayDown(sample);
         old.Done();
         if (!old.Kept().isEmpty())

@@ -29,6 +29,10 @@ public:
 
 ExitCode CodeOf(const clsHTTP& test)
 {
+    const modBrambury::ProcessState& state = modBrambury::State();
+    const bool ended = test.LastEnding() == clsHTTP::Ending::Done || test.LastEnding() == clsHTTP::Ending::Empty;
+    if (state.StopFlag && !state.Terminating && !ended)
+        return ExitCode::Stopped;
     switch (test.LastEnding()) {
     case clsHTTP::Ending::Done:
         return test.FailedLinks() > 0 ? ExitCode::Findings : ExitCode::Done;
@@ -71,6 +75,8 @@ ExitCode Test(const clsCommandSession& session, const QString& siteID)
                   .Database = state.Database.get(),
                   .MakeEngine = {}});
     test.CheckLinks();
+    if (test.LastEnding() == clsHTTP::Ending::Failed)
+        clsCommandSession::TellHiddenError();
     return CodeOf(test);
 }
 

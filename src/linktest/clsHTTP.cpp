@@ -126,6 +126,12 @@ bool Lists(const clsPageList& page, const QString& form)
     return page.IndexOf(form) >= 0 || page.IndexOf(form + u'/') >= 0;
 }
 
+/// The limit of one page; a setting out of range counts as the nearest one that is in it.
+std::chrono::seconds PageLimit()
+{
+    return std::chrono::seconds(std::clamp<int>(State().Settings.Timeout, 1, 3600));
+}
+
 QString DateAndTime(const QDateTime& time)
 {
     return modCommonFunctions::LongDate(time) + u" at "_s + modCommonFunctions::MediumTime(time);
@@ -278,7 +284,7 @@ void clsHTTP::Session::MakeFetcher()
     } else {
         const clsPlatform& platform = m_test.m_with.Platform;
         const clsProgramSettings& settings = State().Settings;
-        platform.Resources->HTTPControl->SetLimits({.timeoutSeconds = settings.Timeout,
+        platform.Resources->HTTPControl->SetLimits({.timeoutSeconds = static_cast<int>(PageLimit().count()),
                                                     .simultaneousDownloads = settings.SimultaneousDownloads,
                                                     .perHostConnections = settings.PerHostConnections,
                                                     .caFile = settings.CaFile});
@@ -288,7 +294,7 @@ void clsHTTP::Session::MakeFetcher()
                                          .Clock = platform.Clock,
                                          .Stopped = &Session::Stopped,
                                          .DefaultLocalFile = modBrambury::FolderPath(u"\\$$$http.tmp"_s),
-                                         .TimeoutSeconds = settings.Timeout});
+                                         .TimeoutSeconds = static_cast<int>(PageLimit().count())});
     }
     // Handed over once: the port and the proxy of the sites that are loaded later do not reach the fetcher.
     m_fetcher->SetPort(m_test.m_port);
@@ -400,8 +406,7 @@ clsHTTP::Session::Phase clsHTTP::Session::TestPage(const Direction& direction)
     }
     const auto settled = [this] { return m_fetcher->GetComplete() || Stopped(); };
     if (!settled())
-        static_cast<void>(
-            m_test.m_with.Platform.EventLoop->Wait(settled, std::chrono::seconds(State().Settings.Timeout)));
+        static_cast<void>(m_test.m_with.Platform.EventLoop->Wait(settled, PageLimit()));
     if (Stopped())
         return Phase::Stop;
     if (!m_fetcher->GetComplete()) {
@@ -456,6 +461,9 @@ bool clsHTTP::Session::SearchImage(const Direction& direction)
 void clsHTTP::Session::WriteVerdict()
 {
     m_fetcher->EndConnectToServer();
+    // Somebody else may have deleted the link while its pages were fetched.
+    if (!m_links->Refresh())
+        return;
     const bool passed = std::all_of(m_found.begin(), m_found.end(), [](bool found) { return found; });
     m_links->Edit();
     if (passed) {

@@ -42,6 +42,8 @@ public:
     virtual void MoveTo(clsBookmark bookmark) = 0;
     /// Bookmark of the record last added or updated through this set.
     [[nodiscard]] virtual clsBookmark LastModified() const = 0;
+    /// Reads the current record anew. @return false when it has been deleted elsewhere. @throws NoCurrentRecord
+    [[nodiscard]] virtual bool Refresh() = 0;
     /// 0-based place of a record in the set, -1 when it is not in it.
     [[nodiscard]] virtual qint64 PositionOf(clsBookmark bookmark) const = 0;
     /// Bookmark at a 0-based place. @throws NoCurrentRecord outside the set.

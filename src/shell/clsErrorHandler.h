@@ -17,4 +17,5 @@ public:
     QString Source;
     qint32 LastSystemError = 0;
     qint32 LineNumber = 0;
+    bool Shown = false; ///< whether the user has seen it; some kinds of error are for Error.log alone
 };

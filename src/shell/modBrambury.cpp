@@ -79,7 +79,8 @@ bool Start()
 {
     modBrambury::ProcessState& state = modBrambury::State();
     const clsPlatform& platform = state.Platform;
-    if (platform.Instance && platform.Instance->PrevInstance()) {
+    state.OtherCopy = platform.Instance && platform.Instance->PrevInstance();
+    if (state.OtherCopy) {
         modCommonFunctions::ActivatePrevInstance();
         return false;
     }
@@ -90,6 +91,9 @@ bool Start()
     if (!state.Restarting)
         ShowSplash();
     state.Restarting = false;
+    // The splash window lets events run, and one of them may tell the program to end.
+    if (state.SessionEnding)
+        return false;
     platform.Windows->LoadMain();
     return true;
 }

@@ -50,6 +50,7 @@ struct ProcessState
     std::unique_ptr<clsFileLock> DatabaseInUse; ///< shared lock on Bramdat.use while the database is open
 
     bool Terminating = false;    ///< end without the normal closing work
+    bool OtherCopy = false;      ///< another copy runs already and was brought to the front
     bool Restarting = false;     ///< the next Main shows no splash
     bool BackupFromExit = false; ///< the backup window was opened from an offer
     bool DatabaseWork = false;   ///< compact or repair is at work on the file

@@ -91,8 +91,11 @@ void AppendToErrorLog(const clsErrorHandler& error)
 
 void ShowErrorWindow(clsWindows::ErrorIcon icon, bool quiet)
 {
-    if (!quiet)
-        modBrambury::Platform().Windows->ShowError(icon, MessageText(), DetailsText(clsErrorHandler::Instance()));
+    if (quiet)
+        return;
+    clsErrorHandler& last = clsErrorHandler::Instance();
+    last.Shown = true; // before the window, which lets further errors happen
+    modBrambury::Platform().Windows->ShowError(icon, MessageText(), DetailsText(last));
 }
 } // namespace
 
@@ -107,6 +110,7 @@ ErrorAction modErrorHandler::ErrorHandler(const QString& module, const QString& 
     last.Source = error.Source();
     last.LastSystemError = error.SystemError();
     last.LineNumber = lineNumber;
+    last.Shown = false;
 
     const bool logged = ignoringErrors([&] { AppendToErrorLog(last); });
     const Verdict verdict = Classify(error.Number());

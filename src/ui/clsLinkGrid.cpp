@@ -181,7 +181,12 @@ void clsLinkGrid::GoTo(const Place& place)
     // Last, because making a row current scrolls to it.
     updateGeometries();
     const int top = place.top ? m_links->RowOf(place.top) : -1;
-    verticalScrollBar()->setValue(top >= 0 ? verticalHeader()->sectionPosition(top) + place.topOffset : place.scroll);
+    if (top >= 0)
+        verticalScrollBar()->setValue(verticalHeader()->sectionPosition(top) + place.topOffset);
+    else if (place.current && m_links->RowOf(place.current) >= 0)
+        verticalScrollBar()->setValue(place.scroll);
+    else
+        scrollToTop(); // other links altogether
 }
 
 void clsLinkGrid::SetLinks(std::unique_ptr<clsRecordset> links)

@@ -6,6 +6,7 @@
 #include "shell/modCommonFunctions.h"
 #include "shell/modErrorHandler.h"
 #include "ui/modIcons.h"
+#include "ui/modTips.h"
 
 #include <QIcon>
 #include <QTimer>
@@ -339,6 +340,7 @@ QVariant clsLinkModel::data(const QModelIndex& index, int role) const
         return style.isEmpty() ? QVariant() : QVariant(PictureOf(style));
     }
     case Qt::ToolTipRole:
+        return modTips::Plain(Spoken(row, column));
     case Qt::AccessibleTextRole:
         return Spoken(row, column);
     case Qt::TextAlignmentRole:

@@ -88,8 +88,10 @@ void clsUIWindows::SetPointer(Pointer pointer)
         QApplication::setOverrideCursor(Qt::WaitCursor);
 }
 
-QWidget* clsUIWindows::DialogOwner() const
+QWidget* clsUIWindows::DialogOwner()
 {
+    // Asked for before every box, and no box may stand behind the splash window.
+    HideSplash();
     if (QWidget* modal = QApplication::activeModalWidget())
         return modal;
     return m_main && m_main->isVisible() ? m_main.get() : nullptr;
@@ -101,8 +103,7 @@ void clsUIWindows::ShowError(ErrorIcon icon, const QString& message, const QStri
     const modBrambury::ProcessState& state = modBrambury::State();
     if (state.Terminating || state.SessionEnding)
         return;
-    // A report must not stand behind the splash window or under an hourglass.
-    HideSplash();
+    // A report must not stand under an hourglass.
     SetPointer(Pointer::Default);
     frmErrorMessage(icon, message, details, DialogOwner()).exec();
 }

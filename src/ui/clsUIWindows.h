@@ -41,7 +41,7 @@ public:
     /// The loaded main window, null when there is none.
     [[nodiscard]] frmMain* Main() const { return m_main.get(); }
     /// The window that a box asked for now belongs to; may be null.
-    [[nodiscard]] QWidget* DialogOwner() const;
+    [[nodiscard]] QWidget* DialogOwner();
 
 private:
     std::function<void()> m_mainClosed;

@@ -7,17 +7,20 @@
 #include "platform/impl/clsPlatformParts.h"
 #include "platform/widgets/modWidgets.h"
 #include "shell/modBrambury.h"
+#include "ui/modIcons.h"
 
 #include <QApplication>
 
+using namespace Qt::Literals::StringLiterals;
+
 clsWindowParts::clsWindowParts(const clsPlatformParts& parts, clsDialogs* dialogs)
-    : Windows([] { QCoreApplication::quit(); }), m_dialogs(modWidgets::MakeDialogs([this] {
-          return Windows.DialogOwner();
-      })),
+    : Windows([] { QCoreApplication::quit(); }), m_dialogs(modWidgets::MakeDialogs([this] { return Windows.DialogOwner(); }, &modIcons::BoxPicture)),
       m_printer(modWidgets::MakePrinter()), m_browser(modWidgets::MakeBrowser())
 {
     // Boxes at the start and at the end have no window behind them, and are not the end of the program.
     QApplication::setQuitOnLastWindowClosed(false);
+    // By this name the desktop finds the program's icon.
+    QGuiApplication::setDesktopFileName(u"brambury"_s);
     clsPlatform bundle = parts.Bundle();
     bundle.Dialogs = dialogs ? dialogs : m_dialogs.get();
     bundle.Printer = m_printer.get();

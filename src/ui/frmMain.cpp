@@ -9,6 +9,7 @@
 #include "platform/clsEventLoop.h"
 #include "platform/clsSettingsStore.h"
 #include "platform/clsWindows.h"
+#include "shell/clsErrorHandler.h"
 #include "shell/modCommonFunctions.h"
 #include "shell/modErrorHandler.h"
 #include "ui/clsLinkGrid.h"
@@ -96,8 +97,12 @@ void frmMain::Load()
     };
     RestoreSettings();
     // Without its database the program can do nothing at all.
-    if (!State().Terminating && !modDBFunctions::OpenProcessDatabase() && !State().Terminating)
+    if (!State().Terminating && !modDBFunctions::OpenProcessDatabase() && !State().Terminating) {
+        const clsErrorHandler& last = clsErrorHandler::Instance();
+        if (modDBFunctions::LastUse() == modDBFunctions::Use::Free && !last.Shown)
+            modCommonFunctions::MsgBox(last.Description, clsDialogs::Buttons::OK, clsDialogs::Icon::Critical);
         modBrambury::AbortProgram();
+    }
     step("Form_Load", [this] { modMenus::EntryOf(*m_helpMenu, 4)->setChecked(IsOn(State().Settings.ShowTips)); });
     step("OpenLists", [this] { OpenLists(); });
     step("FillSiteList", [this] { FillSiteList(); });
@@ -228,6 +233,8 @@ void frmMain::closeEvent(QCloseEvent* event)
         guarded(Module, "SavePlacement", [this] { SavePlacement(); });
         guarded(Module, "SaveLayout", [this] { m_gridLinkList->SaveLayout(*Platform().Settings); });
     }
+    // The list is let go of before the last question, not emptied: nobody is to think that the links are gone.
+    m_gridLinkList->SetEmptyState({}, {});
     m_gridLinkList->SetLinks(nullptr);
     m_linkQuery.reset();
     m_sites.reset();

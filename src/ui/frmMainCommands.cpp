@@ -280,6 +280,8 @@ void frmMain::SetForTest()
     clsTransaction transaction(*State().Database);
     for (const qint64 link : chosen) {
         links.MoveTo(link);
+        if (!links.Refresh())
+            continue; // deleted by somebody else
         const bool queued = links.Field(u"TestQueue"_s).toInt() != 0;
         links.Edit();
         links.SetField(u"TestQueue"_s, queued ? 0 : 1);

@@ -12,6 +12,7 @@
 #include "ui/frmMainInside.h"
 #include "ui/modIcons.h"
 #include "ui/modMenus.h"
+#include "ui/modTips.h"
 
 #include <QAction>
 #include <QCheckBox>
@@ -19,6 +20,7 @@
 #include <QLabel>
 #include <QListWidget>
 #include <QMenu>
+#include <QScopeGuard>
 #include <QSignalBlocker>
 #include <QTabBar>
 #include <QTreeWidget>
@@ -80,7 +82,7 @@ void frmMain::FillSiteList()
             const QString site = modCommonFunctions::TextOf(m_sites->Field(u"SiteID"_s));
             auto* node = new QTreeWidgetItem(m_siteList, {site});
             node->setData(0, SiteRole, site);
-            node->setToolTip(0, site);
+            node->setToolTip(0, modTips::Plain(site));
             node->setIcon(0, modIcons::Icon(u"site"_s));
         }
     }
@@ -206,7 +208,11 @@ void frmMain::SortLinkGrid(int code)
         UpdateSort();
         return;
     }
-    State().Settings.Sort = static_cast<qint16>(code);
+    const qint16 before = std::exchange(State().Settings.Sort, static_cast<qint16>(code));
+    auto failed = qScopeGuard([&] {
+        State().Settings.Sort = before;
+        UpdateSort();
+    });
     const QString field = modDataModel::SortField(code);
     if (code == modDataModel::SortNatural || field.isEmpty()) {
         FillLinkGrid();
@@ -215,6 +221,7 @@ void frmMain::SortLinkGrid(int code)
         clone->SetSort(field);
         ShowLinks(clone->OpenRecordset());
     }
+    failed.dismiss();
     UpdateSort();
 }
 
@@ -250,8 +257,16 @@ void frmMain::StatusViewChosen(int tab)
     }
     if (view == m_view)
         return;
-    m_view = view;
-    Command("LinksTab_Click", [this] { FillLinkGrid(); });
+    Command("LinksTab_Click", [this, view] {
+        const int before = std::exchange(m_view, view);
+        auto failed = qScopeGuard([&] {
+            const QSignalBlocker quiet(m_linksTab);
+            m_view = before;
+            m_linksTab->setCurrentIndex(before + FirstStatusTab);
+        });
+        FillLinkGrid();
+        failed.dismiss();
+    });
 }
 
 void frmMain::HideInactiveDeclinedClicked(bool hide)

@@ -124,15 +124,20 @@ bool OfMain(const clsPlatformParts& parts, const std::function<void(frmMain&)>& 
     return taken;
 }
 /// The scale holds for a whole process, so the same pictures at the double scale take a second one.
-int AgainAtDoubleScale()
+int AgainAtDoubleScale(const QString& home, const QString& folder)
 {
+    QStringList words{u"pictures"_s, folder};
+    if (!home.isEmpty())
+        words = QStringList{u"--home"_s, home} + words;
     QProcess again;
     again.setProcessChannelMode(QProcess::ForwardedChannels);
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(u"QT_SCALE_FACTOR"_s, u"2"_s);
     again.setProcessEnvironment(environment);
-    again.start(QCoreApplication::applicationFilePath(), QCoreApplication::arguments().mid(1));
-    again.waitForFinished(-1);
+    again.start(QCoreApplication::applicationFilePath(), words);
+    constexpr int limitMs = 120'000;
+    if (!again.waitForFinished(limitMs))
+        return CouldNotRun;
     return again.exitStatus() == QProcess::NormalExit ? again.exitCode() : CouldNotRun;
 }
 } // namespace
@@ -174,5 +179,5 @@ int modWindow::RenderPictures(clsPlatformParts& parts, const QString& folder)
     });
     if (!emptyToo)
         return CouldNotRun;
-    return qApp->devicePixelRatio() == 1 ? AgainAtDoubleScale() : 0;
+    return qApp->devicePixelRatio() == 1 ? AgainAtDoubleScale(parts.Home(), folder) : 0;
 }

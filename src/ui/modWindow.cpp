@@ -31,6 +31,7 @@ int modWindow::RunWindow(clsPlatformParts& parts)
     modBrambury::State().Platform.Instance = instance.get();
     const clsEndRequests endRequests([&] { with.Windows.EndSession(); });
 
+    const modBrambury::ProcessState& state = modBrambury::State();
     bool started = false;
     do {
         modWidgets::AllowDialogs();
@@ -38,12 +39,13 @@ int modWindow::RunWindow(clsPlatformParts& parts)
         if (started && with.Windows.AnyLoaded())
             QCoreApplication::exec();
         with.Windows.Discard();
-    } while (started && modBrambury::NextStep() == modBrambury::Next::Restart);
+    } while (started && modBrambury::NextStep() == modBrambury::Next::Restart && !state.SessionEnding &&
+             !state.Terminating);
 
     if (modDBFunctions::LastUse() == modDBFunctions::Use::InUse)
         return InUse;
-    if (modBrambury::State().Terminating)
+    if (state.Terminating)
         return CouldNotRun;
     // A copy that only brought the other one to the front has done its work.
-    return started || instance->PrevInstance() ? Done : CouldNotRun;
+    return started || state.OtherCopy || state.SessionEnding ? Done : CouldNotRun;
 }

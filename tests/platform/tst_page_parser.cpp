@@ -79,10 +79,10 @@ private Q_SLOTS:
         };
         row("entities, blanks and case", "<A HREF=' http://x.example/?a=1&amp;b=2\n'>x</A><IMG SRC=\"A&#46;gif\">",
             u"http://x.example/?a=1&b=2"_s, u"A.gif"_s);
-        row("empty href counts, no href does not", "<a href=''>1</a><a href>2</a><a name=x>3</a><img><img src=''>", u"|"_s,
-            u""_s);
-        row("areas, svg anchors, duplicates", "<a href=1></a><map><area href=2></map><svg><a xlink:href=3 /></svg><a href=1>",
-            u"1|2|3|1"_s);
+        row("empty href counts, no href does not", "<a href=''>1</a><a href>2</a><a name=x>3</a><img><img src=''>",
+            u"|"_s, u""_s);
+        row("areas, svg anchors, duplicates",
+            "<a href=1></a><map><area href=2></map><svg><a xlink:href=3 /></svg><a href=1>", u"1|2|3|1"_s);
         row("what is no part of the page",
             "<!-- <a href=1> --><script>'<a href=2>'</script><style><a href=3></style><textarea><a href=4></textarea>"
             "<template><a href=5></template><iframe><a href=6></iframe><frame src=f><link href=l><a href=7>",
@@ -90,9 +90,10 @@ private Q_SLOTS:
         row("script with a script in it", "<script><!-- <script></script><a href=1> --></script><a href=2>", u"2"_s);
         row("noscript is read", "<noscript><a href=1><img src=2></noscript>", u"1"_s, u"2"_s);
         row("open over blocks, once each", "<p><a href=1><b>x<p>y<div>z</div><p><a href=2>w<table><td>v", u"1|2"_s);
-        row("misplaced in a table, in the page's order", "<a href=1></a><table><a href=2>x<tr><td><a href=3></table><a href=4>",
-            u"1|2|3|4"_s);
-        row("quotes, slashes and equal signs", "<a/href=1/><a title='>' href=\"2\"><a =x href=3><a href = 4>", u"1/|2|3|4"_s);
+        row("misplaced in a table, in the page's order",
+            "<a href=1></a><table><a href=2>x<tr><td><a href=3></table><a href=4>", u"1|2|3|4"_s);
+        row("quotes, slashes and equal signs", "<a/href=1/><a title='>' href=\"2\"><a =x href=3><a href = 4>",
+            u"1/|2|3|4"_s);
         row("page ends inside a tag", "<a href=1><a href=2", u"1"_s);
         row("first of two hrefs", "<a href=1 href=2>", u"1"_s);
         row("image of old", "<image src=1>", u""_s, u"1"_s);
@@ -141,16 +142,17 @@ private Q_SLOTS:
         QTest::newRow("plain UTF-8") << QByteArray("<a href=\xC3\xBC>") << QByteArray() << umlaut;
         QTest::newRow("neither: windows-1252") << QByteArray("<a href=\xFC\x80>") << QByteArray() << umlaut + u'\u20AC';
         QTest::newRow("charset of the answer") << QByteArray("<a href=\xC1>") << QByteArray("KOI8-R") << u"\u0430"_s;
-        QTest::newRow("meta") << QByteArray("<meta charset='windows-1251'><a href=\xE0>") << QByteArray() << u"\u0430"_s;
+        QTest::newRow("meta") << QByteArray("<meta charset='windows-1251'><a href=\xE0>") << QByteArray()
+                              << u"\u0430"_s;
         QTest::newRow("old meta") << QByteArray("<META http-equiv=Content-Type content='text/html; charset=Shift_JIS'>"
                                                 "<a href=\x83\x41>")
                                   << QByteArray() << u"\u30A2"_s;
-        QTest::newRow("meta in a comment") << QByteArray("<!-- <meta charset=koi8-r> --><a href=\xFC>") << QByteArray()
-                                           << umlaut;
-        QTest::newRow("answer before meta") << QByteArray("<meta charset=koi8-r><a href=\xFC>")
-                                            << QByteArray("iso-8859-1") << umlaut;
-        QTest::newRow("mark before answer") << QByteArray("\xEF\xBB\xBF<a href=\xC3\xBC>") << QByteArray("koi8-r")
-                                            << umlaut;
+        QTest::newRow("meta in a comment")
+            << QByteArray("<!-- <meta charset=koi8-r> --><a href=\xFC>") << QByteArray() << umlaut;
+        QTest::newRow("answer before meta")
+            << QByteArray("<meta charset=koi8-r><a href=\xFC>") << QByteArray("iso-8859-1") << umlaut;
+        QTest::newRow("mark before answer")
+            << QByteArray("\xEF\xBB\xBF<a href=\xC3\xBC>") << QByteArray("koi8-r") << umlaut;
         QTest::newRow("UTF-16 by its mark") << utf16("<a href=\xC3\xBC>") << QByteArray() << umlaut;
         QTest::newRow("unknown name") << QByteArray("<a href=\xFC>") << QByteArray("x-no-such") << umlaut;
         QTest::newRow("broken UTF-8 goes on") << QByteArray("\xFF\xC3<a href=1>") << QByteArray("utf-8") << u"1"_s;
@@ -185,14 +187,36 @@ private Q_SLOTS:
         row("tables in tables", QByteArray("<table><tr><td>").repeated(200), true);
         row("svg in svg", QByteArray("<svg><foreignObject>").repeated(300), true);
         // Open for ever as far as the page says, yet not deep as HTML reads it.
-        for (const char* tag : {"<p>", "<li>", "<dt>x<dd>", "<td>", "<tr>", "<tr><td>", "<br>", "<img>", "<input>", "<option>",
-                                "<h1>", "<a href=x>", "<b>", "<font color=red>", "<button>", "<form>", "<hr>", "<p><b>",
-                                "<p><font size=2><a name=x>", "<p><ul><li></ul>", "<svg><path><p>", "<select><div><option></select>",
-                                "</div>", "<ruby><rt></ruby>"})
+        for (const char* tag : {"<p>",
+                                "<li>",
+                                "<dt>x<dd>",
+                                "<td>",
+                                "<tr>",
+                                "<tr><td>",
+                                "<br>",
+                                "<img>",
+                                "<input>",
+                                "<option>",
+                                "<h1>",
+                                "<a href=x>",
+                                "<b>",
+                                "<font color=red>",
+                                "<button>",
+                                "<form>",
+                                "<hr>",
+                                "<p><b>",
+                                "<p><font size=2><a name=x>",
+                                "<p><ul><li></ul>",
+                                "<svg><path><p>",
+                                "<select><div><option></select>",
+                                "</div>",
+                                "<ruby><rt></ruby>"})
             row(tag, QByteArray(tag).repeated(3000), false);
-        for (const char* tag : {"<td>", "<tr>", "<tr><td>x", "<tbody><tr><td><font>", "<tr><td><p><a href=x>", "<caption>",
-                                "<tr><form><td>", "<td><table><tr><td></table>", "<tr><td><ul><li>", "<option>"})
-            row(qPrintable(u"in a table: "_s + QLatin1StringView(tag)), "<table>" + QByteArray(tag).repeated(3000), false);
+        for (const char* tag :
+             {"<td>", "<tr>", "<tr><td>x", "<tbody><tr><td><font>", "<tr><td><p><a href=x>", "<caption>",
+              "<tr><form><td>", "<td><table><tr><td></table>", "<tr><td><ul><li>", "<option>"})
+            row(qPrintable(u"in a table: "_s + QLatin1StringView(tag)), "<table>" + QByteArray(tag).repeated(3000),
+                false);
         row("deep only in a comment", "<!--" + QByteArray("<div>").repeated(3000) + "-->", false);
         row("deep only in a script", "<script>" + QByteArray("<div>").repeated(3000) + "</script>", false);
         row("deep only in a text field", "<textarea>" + QByteArray("<div>").repeated(3000) + "</textarea>", false);
@@ -248,17 +272,20 @@ private Q_SLOTS:
     {
         // A formatting tag in svg or math ends that, as most tags do; blanked it does not. So never both on one page.
         static const QList<QByteArray> formatting = {"<b>", "</b>", "<font size=1>", "</font>", "<i>", "<nobr>"};
-        static const QList<QByteArray> foreign = {"<svg>", "</svg>", "<path/>", "<g>", "<title>", "</title>", "<![CDATA[", "]]>",
-                                                  "<math>", "<mi>", "</math>", "<foreignObject>"};
+        static const QList<QByteArray> foreign = {"<svg>",   "</svg>",   "<path/>",   "<g>",
+                                                  "<title>", "</title>", "<![CDATA[", "]]>",
+                                                  "<math>",  "<mi>",     "</math>",   "<foreignObject>"};
         static const QList<QByteArray> common = {
-            "<p>", "</p>", "<div>", "</div>", "<table>", "</table>", "<tr>",
-            "<td>", "</td>", "</tr>", "<th>", "<tbody>", "<caption>", "<ul>", "</ul>", "<li>", "<dl>", "<dd>", "<dt>",
-            "<select>", "</select>", "<option>", "<optgroup>", "<form>", "</form>", "<h1>", "</h2>", "<button>", "</button>",
-            "<script>", "</script>", "<!--", "-->", "<object>",
-            "</object>", "<span>", "</span>", "<textarea>", "</textarea>", "<br>", "<img src=x>", "<input>", "text", "&amp;",
-            "<style>", "</style>", "<noscript>", "</noscript>", "<body>", "</body>", "<html a=b>", "<center>", "</center>",
-            "</a>", "</a>", "<colgroup>", "<col>",
-            "<marquee>", "<hr>", "<ruby>", "<rt>", "'", "\"", "<", "</", "<x y='>'>"};
+            "<p>",       "</p>",       "<div>",      "</div>",      "<table>",    "</table>",    "<tr>",
+            "<td>",      "</td>",      "</tr>",      "<th>",        "<tbody>",    "<caption>",   "<ul>",
+            "</ul>",     "<li>",       "<dl>",       "<dd>",        "<dt>",       "<select>",    "</select>",
+            "<option>",  "<optgroup>", "<form>",     "</form>",     "<h1>",       "</h2>",       "<button>",
+            "</button>", "<script>",   "</script>",  "<!--",        "-->",        "<object>",    "</object>",
+            "<span>",    "</span>",    "<textarea>", "</textarea>", "<br>",       "<img src=x>", "<input>",
+            "text",      "&amp;",      "<style>",    "</style>",    "<noscript>", "</noscript>", "<body>",
+            "</body>",   "<html a=b>", "<center>",   "</center>",   "</a>",       "</a>",        "<colgroup>",
+            "<col>",     "<marquee>",  "<hr>",       "<ruby>",      "<rt>",       "'",           "\"",
+            "<",         "</",         "<x y='>'>"};
         const bool whole = qEnvironmentVariableIsSet("BRAMBURY_LONG");
         const int pages = whole ? 200'000 : 3'000;
         QRandomGenerator random(20260105);
@@ -278,8 +305,8 @@ private Q_SLOTS:
             if (guarded.size() < html.size())
                 QVERIFY2(reference.depth > 400, html.constData());
             const Reference seen(guarded);
-            QVERIFY2(seen.Joined() == reference.Joined(), html + "\n" + seen.Joined().toUtf8() + "\n" +
-                                                              reference.Joined().toUtf8());
+            QVERIFY2(seen.Joined() == reference.Joined(),
+                     html + "\n" + seen.Joined().toUtf8() + "\n" + reference.Joined().toUtf8());
             ++compared;
         }
         QCOMPARE(compared, pages);
@@ -289,11 +316,45 @@ private Q_SLOTS:
     /// What the guard lets through must not be much deeper than it thinks, whatever is opened and closed.
     void GuardSeesDepth()
     {
-        static const QList<QByteArray> openers = {
-            "<div>", "<p>", "<a href=x>", "<table>", "<tr>", "<td>", "<svg>", "<foreignObject>", "<select>", "<option>", "<object>",
-            "<li>", "<ul>", "<b id=#>", "<form>", "<button>", "<math>", "<mi>", "<span>", "<h1>", "<template>", "<marquee>",
-            "<caption>", "<ruby>", "<rt>", "</a>", "</p>", "</form>", "<annotation-xml encoding=text/html>", "<frameset>",
-            "<noscript>", "</table>", "<center>", "<nobr>", "<desc>", "<title>", "</title>", "</select>", "<dd>"};
+        static const QList<QByteArray> openers = {"<div>",
+                                                  "<p>",
+                                                  "<a href=x>",
+                                                  "<table>",
+                                                  "<tr>",
+                                                  "<td>",
+                                                  "<svg>",
+                                                  "<foreignObject>",
+                                                  "<select>",
+                                                  "<option>",
+                                                  "<object>",
+                                                  "<li>",
+                                                  "<ul>",
+                                                  "<b id=#>",
+                                                  "<form>",
+                                                  "<button>",
+                                                  "<math>",
+                                                  "<mi>",
+                                                  "<span>",
+                                                  "<h1>",
+                                                  "<template>",
+                                                  "<marquee>",
+                                                  "<caption>",
+                                                  "<ruby>",
+                                                  "<rt>",
+                                                  "</a>",
+                                                  "</p>",
+                                                  "</form>",
+                                                  "<annotation-xml encoding=text/html>",
+                                                  "<frameset>",
+                                                  "<noscript>",
+                                                  "</table>",
+                                                  "<center>",
+                                                  "<nobr>",
+                                                  "<desc>",
+                                                  "<title>",
+                                                  "</title>",
+                                                  "</select>",
+                                                  "<dd>"};
         QRandomGenerator random(20260106);
         const int rounds = qEnvironmentVariableIsSet("BRAMBURY_LONG") ? 20'000 : 400;
         int deepest = 0;

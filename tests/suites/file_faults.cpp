@@ -27,8 +27,20 @@ static_assert(sizeof(long) == 8, "the raw calls below take their offsets in one 
 
 namespace
 {
-enum class Kind { Off, Count, Kill, Full, Io, Locked };
-enum class Call { Grow, Change };
+enum class Kind
+{
+    Off,
+    Count,
+    Kill,
+    Full,
+    Io,
+    Locked
+};
+enum class Call
+{
+    Grow,
+    Change
+};
 
 Kind s_kind = Kind::Off;
 long s_at = 0;

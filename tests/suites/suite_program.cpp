@@ -16,7 +16,10 @@ using namespace std::chrono_literals;
 
 QByteArray programRun::Story() const
 {
-    return "ended with " + QByteArray::number(code) + (hung ? ", hung" : killed ? ", killed by a signal" : "") +
+    return "ended with " + QByteArray::number(code) +
+           (hung     ? ", hung"
+            : killed ? ", killed by a signal"
+                     : "") +
            "\n-- standard output\n" + out + "-- error stream\n" + err;
 }
 
@@ -80,8 +83,9 @@ suiteQueue::suiteQueue(int links)
     {
         const auto database = m_installation.Open();
         clsTransaction transaction(*database);
-        clsTestInstallation::AddSite(*database, u"Shop"_s,
-                                     {{u"HomePage"_s, m_server.Url(u"/home/"_s)}, {u"LinkPage"_s, m_server.Url(u"/links/"_s)}});
+        clsTestInstallation::AddSite(
+            *database, u"Shop"_s,
+            {{u"HomePage"_s, m_server.Url(u"/home/"_s)}, {u"LinkPage"_s, m_server.Url(u"/links/"_s)}});
         for (int i = 0; i < links; ++i) {
             const QString home = m_server.Url(u"/partner%1/"_s.arg(i));
             ownPage += "<a href=\"" + home.toLatin1() + "\">partner</a>\n";
@@ -139,7 +143,8 @@ suiteQueue::Links suiteQueue::Read() const
         link.queued = records->Field(u"TestQueue"_s).toInt() != 0;
         link.lastSuccess = records->Field(u"LastSuccessfulTest"_s).toString();
         for (const QString& name : records->FieldNames()) {
-            if (name != u"Status"_s && name != u"Results"_s && name != u"TestQueue"_s && name != u"LastSuccessfulTest"_s)
+            if (name != u"Status"_s && name != u"Results"_s && name != u"TestQueue"_s &&
+                name != u"LastSuccessfulTest"_s)
                 link.rest += name + u'=' + records->Field(name).toString() + u'\n';
         }
         links.insert(records->Field(u"ID"_s).toLongLong(), link);

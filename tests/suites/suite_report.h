@@ -38,8 +38,8 @@ inline void WriteRow(const QString& suite, const QString& seeds, const QString& 
                 !line.startsWith(mark))
                 rows.append(line);
     }
-    rows.append(QStringLiteral("%1 %2 | %3 | %4 |")
-                    .arg(mark, seeds, counts, QDate::currentDate().toString(Qt::ISODate)));
+    rows.append(
+        QStringLiteral("%1 %2 | %3 | %4 |").arg(mark, seeds, counts, QDate::currentDate().toString(Qt::ISODate)));
     rows.sort();
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))

@@ -73,6 +73,8 @@ class tst_fault : public QObject
 private Q_SLOTS:
     void WritesFailInRun_data();
     void WritesFailInRun();
+    void PageFileCannotBeWritten_data() { WritesFailInRun_data(); }
+    void PageFileCannotBeWritten();
     void WritesFailInQueueChange_data() { WritesFailInRun_data(); }
     void WritesFailInQueueChange();
     void WritesFailInInit_data() { WritesFailInRun_data(); }
@@ -91,6 +93,7 @@ private Q_SLOTS:
     void WindowKeepsSettings();
     void WindowWithoutItsDatabase();
     void StandardOutputFails();
+    void cleanup() { m_failed = m_failed || QTest::currentTestFailed(); }
     void cleanupTestCase();
 
 private:
@@ -100,6 +103,7 @@ private:
     QRandomGenerator m_random{suiteReport::Seed()};
     int m_faults = 0;
     int m_reported = 0;
+    bool m_failed = false;
 };
 
 QList<int> tst_fault::Places(int calls, int sample)
@@ -129,8 +133,9 @@ void tst_fault::WritesFailInRun()
 {
     QFETCH(const QString, kind);
     suiteQueue queue(LinkCount);
+    const QString data = queue.Home() + u"/Data/"_s;
     suiteProgram whole(queue.Home());
-    whole.SetFault(u"count"_s, 0);
+    whole.SetFault(u"count"_s, 0, data);
     const programRun counted = whole.Run({u"test"_s});
     QVERIFY2(counted.code == 1, counted.Story().constData());
     const int calls = whole.Calls();
@@ -140,7 +145,7 @@ void tst_fault::WritesFailInRun()
         queue.Restore();
         const suiteQueue::Links before = queue.Read();
         suiteProgram program(queue.Home());
-        program.SetFault(kind, call);
+        program.SetFault(kind, call, data);
         const programRun run = program.Run({u"test"_s});
         const QByteArray story = "call " + QByteArray::number(call) + ' ' + run.Story();
         ++m_faults;
@@ -162,6 +167,22 @@ void tst_fault::WritesFailInRun()
         const programRun rest = suiteProgram(queue.Home()).Run({u"test"_s});
         QVERIFY2(rest.code < 2 && suiteQueue::Queued(queue.Read()) == 0, story + rest.Story());
     }
+}
+
+void tst_fault::PageFileCannotBeWritten()
+{
+    // What fails on this side is no verdict on the partner.
+    QFETCH(const QString, kind);
+    suiteQueue queue(LinkCount);
+    const suiteQueue::Links before = queue.Read();
+    suiteProgram program(queue.Home());
+    program.SetFault(kind, 2, queue.Home() + u"/$$$http.tmp"_s);
+    const programRun run = program.Run({u"test"_s});
+    ++m_faults;
+    ++m_reported;
+    const QString losses = queue.Losses(before, queue.Read());
+    QVERIFY2(losses.isEmpty(), losses.toUtf8() + run.Story());
+    QVERIFY2(run.code == Failed && !run.err.isEmpty(), run.Story());
 }
 
 void tst_fault::WritesFailInQueueChange()
@@ -247,7 +268,9 @@ void tst_fault::WritesFailInSettings()
     QTemporaryDir place;
     const QString home = place.filePath(u"home"_s);
     suiteProgram(home).Run({u"init"_s});
-    QCOMPARE(suiteProgram(home).Run({u"settings"_s, u"set"_s, u"General"_s, u"DefaultEmail"_s, u"me@example.org"_s}).code, 0);
+    QCOMPARE(
+        suiteProgram(home).Run({u"settings"_s, u"set"_s, u"General"_s, u"DefaultEmail"_s, u"me@example.org"_s}).code,
+        0);
     const QByteArray old = ReadAll(home + u"/Brambury.ini"_s);
     QVERIFY(!old.isEmpty());
     const QStringList words{u"settings"_s, u"set"_s, u"General"_s, u"DaysToReminder"_s, u"30"_s};
@@ -458,10 +481,12 @@ void tst_fault::SettingsThatDoNotConvert_data()
 {
     QTest::addColumn<QByteArray>("settings");
     QTest::addColumn<QByteArray>("logged");
-    QTest::newRow("text for a number") << QByteArray("[Brambury]\nGeneral\\DaysToReminder=often\n") << QByteArray("\"13\"");
+    QTest::newRow("text for a number") << QByteArray("[Brambury]\nGeneral\\DaysToReminder=often\n")
+                                       << QByteArray("\"13\"");
     QTest::newRow("too large") << QByteArray("[Brambury]\nGeneral\\BCC=40000\n") << QByteArray("\"6\"");
     QTest::newRow("no time-out") << QByteArray("[Brambury]\nNetwork\\Timeout=\n") << QByteArray("\"13\"");
-    QTest::newRow("port out of range") << QByteArray("[Brambury]\nGeneral\\DefaultMailPort=70000\n") << QByteArray("\"6\"");
+    QTest::newRow("port out of range") << QByteArray("[Brambury]\nGeneral\\DefaultMailPort=70000\n")
+                                       << QByteArray("\"6\"");
     QTest::newRow("not a settings file") << QByteArray(5000, '\xff') << QByteArray();
 }
 
@@ -496,7 +521,8 @@ void tst_fault::WindowKeepsSettings()
     WriteAll(file, "[Brambury]\nGeneral\\DaysToReminder=often\nGeneral\\DefaultEmail=me@example.org\n");
     suiteProgram window(queue.Home());
     window.Start({});
-    QTRY_VERIFY2_WITH_TIMEOUT(ReadAll(queue.Home() + u"/Error.log"_s).contains("\"13\""), "the error was not logged", 20000);
+    QTRY_VERIFY2_WITH_TIMEOUT(ReadAll(queue.Home() + u"/Error.log"_s).contains("\"13\""), "the error was not logged",
+                              20000);
     QTRY_VERIFY2_WITH_TIMEOUT(!queue.HeldLocks().isEmpty(), "the database was not opened", 20000);
     window.Process().terminate();
     const programRun run = window.Finish();
@@ -514,7 +540,8 @@ void tst_fault::WindowWithoutItsDatabase()
     WriteAll(queue.DatabasePath(), QByteArray("This is no database at all.\r\n").repeated(200));
     suiteProgram window(queue.Home());
     window.Start({});
-    QTRY_VERIFY2_WITH_TIMEOUT(ReadAll(queue.Home() + u"/Error.log"_s).contains("\"3031\""), "the error was not logged", 20000);
+    QTRY_VERIFY2_WITH_TIMEOUT(ReadAll(queue.Home() + u"/Error.log"_s).contains("\"3031\""), "the error was not logged",
+                              20000);
     // The error window waits for its button; told to end, it waits no longer.
     window.Process().terminate();
     const programRun run = window.Finish();
@@ -554,10 +581,11 @@ void tst_fault::StandardOutputFails()
 
 void tst_fault::cleanupTestCase()
 {
-    if (QTest::currentTestFailed())
+    if (m_failed)
         return;
-    suiteReport::Report(u"fault"_s, u"%1 faults, %2 of them hindered the work and were reported, 0 losses"_s.arg(m_faults)
-                                        .arg(m_reported));
+    suiteReport::Report(
+        u"fault"_s,
+        u"%1 faults, %2 of them hindered the work and were reported, 0 losses"_s.arg(m_faults).arg(m_reported));
 }
 
 QTEST_GUILESS_MAIN(tst_fault)

@@ -127,7 +127,8 @@ void tst_kill::KilledRunsLoseNothing()
         before = queue.Read();
     }
     // Kills that all fall before or after the work would prove nothing.
-    QVERIFY2(kills >= rounds / 2 && halfway >= rounds / 4, qPrintable(u"%1 kills, %2 halfway"_s.arg(kills).arg(halfway)));
+    QVERIFY2(kills >= rounds / 2 && halfway >= rounds / 4,
+             qPrintable(u"%1 kills, %2 halfway"_s.arg(kills).arg(halfway)));
     suiteReport::Report(u"kill"_s, u"%1 kills (%2 in the middle of a run), 0 losses"_s.arg(kills).arg(halfway));
 }
 

@@ -161,6 +161,9 @@ private:
 void monkey::Note(const QString& deed)
 {
     deeds << u"%1: %2"_s.arg(m_done).arg(deed);
+    // For a crash, which leaves nobody to tell the last deeds.
+    if (qEnvironmentVariableIsSet("BRAMBURY_TRACE"))
+        std::fprintf(stderr, "%s\n", qPrintable(deeds.last()));
     if (deeds.size() > DeedsKept)
         deeds.removeFirst();
 }
@@ -214,7 +217,8 @@ void monkey::Check()
         if (window.findChild<QAction*>(name)->isEnabled() == busy)
             Fault(name + (busy ? u" is enabled while busy"_s : u" is disabled while idle"_s));
     }
-    for (const auto& name : {u"SiteList"_s, u"LinksTab"_s, u"LinkButtons_4"_s, u"HideInactiveDeclined"_s, u"SiteButtons_0"_s}) {
+    for (const auto& name :
+         {u"SiteList"_s, u"LinksTab"_s, u"LinkButtons_4"_s, u"HideInactiveDeclined"_s, u"SiteButtons_0"_s}) {
         // By its own flag: a modal dialog does not change it.
         if (window.findChild<QWidget*>(name)->isEnabled() == busy)
             Fault(name + (busy ? u" is enabled while busy"_s : u" is disabled while idle"_s));
@@ -242,8 +246,9 @@ void monkey::CheckRows(const frmMain& window)
     const int view = window.findChild<QTabBar*>(u"LinksTab"_s)->currentIndex() - 1;
     const bool hides = window.findChild<QCheckBox*>(u"HideInactiveDeclined"_s)->isChecked();
     const QString wanted = view >= 0 ? u"Status = %1"_s.arg(view) : hides ? u"Status < 4"_s : u"1"_s;
-    const qint64 stored = m_database->OpenRecordset(u"SELECT * FROM tblLinkList WHERE SiteName = '%1' AND %2"_s.arg(site, wanted))
-                              ->RecordCount();
+    const qint64 stored =
+        m_database->OpenRecordset(u"SELECT * FROM tblLinkList WHERE SiteName = '%1' AND %2"_s.arg(site, wanted))
+            ->RecordCount();
     if (stored != rows)
         Fault(u"%1 rows are shown of %2 links (%3, %4)"_s.arg(rows).arg(stored).arg(site, wanted));
 }
@@ -319,7 +324,8 @@ void monkey::ActOnDialog(QDialog& dialog)
 
 void monkey::ActOnPopup(QWidget& popup)
 {
-    static const QList<Qt::Key> keys{Qt::Key_Down, Qt::Key_Up, Qt::Key_Left, Qt::Key_Right, Qt::Key_Return, Qt::Key_Escape};
+    static const QList<Qt::Key> keys{Qt::Key_Down,  Qt::Key_Up,     Qt::Key_Left,
+                                     Qt::Key_Right, Qt::Key_Return, Qt::Key_Escape};
     if (!popup.windowHandle() || Below(8) == 0) {
         Note(u"popup closed"_s);
         popup.close();
@@ -345,7 +351,9 @@ void monkey::Click(QWidget& window, QWidget& target)
     const Qt::KeyboardModifiers keys = Below(6) == 0   ? Qt::ControlModifier
                                        : Below(6) == 0 ? Qt::ShiftModifier
                                                        : Qt::NoModifier;
-    Note(u"%1 click on %2 %3"_s.arg(kind == 2 ? u"double"_s : kind == 0 ? u"right"_s : u"simple"_s,
+    Note(u"%1 click on %2 %3"_s.arg(kind == 2   ? u"double"_s
+                                    : kind == 0 ? u"right"_s
+                                                : u"simple"_s,
                                     QString::fromLatin1(target.metaObject()->className()), target.objectName()));
     if (kind == 2)
         QTest::mouseDClick(window.windowHandle(), Qt::LeftButton, keys, place);
@@ -356,7 +364,8 @@ void monkey::Click(QWidget& window, QWidget& target)
 void monkey::Drag(frmMain& window)
 {
     const auto widgets = window.findChildren<QWidget*>();
-    const QWidget* grip = window.findChild<QWidget*>(AnyOf<QString>(m_random, {u"imgVertSplitter"_s, u"imgHorzSplitter"_s}));
+    const QWidget* grip =
+        window.findChild<QWidget*>(AnyOf<QString>(m_random, {u"imgVertSplitter"_s, u"imgHorzSplitter"_s}));
     const QWidget* start = Below(2) == 0 && grip ? grip : AnyOf(m_random, widgets);
     if (!start->isVisible())
         return;
@@ -375,13 +384,36 @@ void monkey::Drag(frmMain& window)
 
 void monkey::PressKey(QWidget& window)
 {
-    static const QList<QKeyCombination> keys{
-        Qt::Key_Tab,    Qt::SHIFT | Qt::Key_Tab, Qt::Key_Up,      Qt::Key_Down,         Qt::Key_Left,       Qt::Key_Right,
-        Qt::Key_Home,   Qt::Key_End,             Qt::Key_PageUp,  Qt::Key_PageDown,     Qt::Key_Return,     Qt::Key_Space,
-        Qt::Key_Insert, Qt::Key_Delete,          Qt::Key_Escape,  Qt::Key_F5,           Qt::Key_F1,         Qt::Key_F10,
-        Qt::Key_A,      Qt::Key_P,               Qt::Key_9,       Qt::CTRL | Qt::Key_A, Qt::ALT | Qt::Key_F, Qt::ALT | Qt::Key_L,
-        Qt::Key_Menu,   Qt::CTRL | Qt::Key_C,    Qt::CTRL | Qt::Key_End, Qt::SHIFT | Qt::Key_Down, Qt::ALT | Qt::Key_G,
-        Qt::CTRL | Qt::Key_Tab};
+    static const QList<QKeyCombination> keys{Qt::Key_Tab,
+                                             Qt::SHIFT | Qt::Key_Tab,
+                                             Qt::Key_Up,
+                                             Qt::Key_Down,
+                                             Qt::Key_Left,
+                                             Qt::Key_Right,
+                                             Qt::Key_Home,
+                                             Qt::Key_End,
+                                             Qt::Key_PageUp,
+                                             Qt::Key_PageDown,
+                                             Qt::Key_Return,
+                                             Qt::Key_Space,
+                                             Qt::Key_Insert,
+                                             Qt::Key_Delete,
+                                             Qt::Key_Escape,
+                                             Qt::Key_F5,
+                                             Qt::Key_F1,
+                                             Qt::Key_F10,
+                                             Qt::Key_A,
+                                             Qt::Key_P,
+                                             Qt::Key_9,
+                                             Qt::CTRL | Qt::Key_A,
+                                             Qt::ALT | Qt::Key_F,
+                                             Qt::ALT | Qt::Key_L,
+                                             Qt::Key_Menu,
+                                             Qt::CTRL | Qt::Key_C,
+                                             Qt::CTRL | Qt::Key_End,
+                                             Qt::SHIFT | Qt::Key_Down,
+                                             Qt::ALT | Qt::Key_G,
+                                             Qt::CTRL | Qt::Key_Tab};
     const QKeyCombination key = AnyOf(m_random, keys);
     Note(u"key "_s + QKeySequence(key).toString());
     QTest::keyClick(window.windowHandle(), key.key(), key.keyboardModifiers());
@@ -402,7 +434,9 @@ void monkey::ActOnWindow(frmMain& window)
     const int dice = Below(100);
     if (dice < 30) {
         auto widgets = window.findChildren<QWidget*>();
-        erase_if(widgets, [](const QWidget* widget) { return !widget->isVisible() || widget->window() != widget->topLevelWidget(); });
+        erase_if(widgets, [](const QWidget* widget) {
+            return !widget->isVisible() || widget->window() != widget->topLevelWidget();
+        });
         QWidget* target = AnyOf(m_random, widgets);
         if (target->window() == &window)
             Click(window, *target);
@@ -443,8 +477,8 @@ void monkey::ActOnWindow(frmMain& window)
     } else if (dice < 91) {
         auto* grid = window.findChild<QTableView*>(u"gridLinkList"_s);
         Note(u"wheel"_s);
-        QWheelEvent wheel(QPointF(5, 5), grid->viewport()->mapToGlobal(QPointF(5, 5)), {}, QPoint(0, 240 - Below(480)), {}, {},
-                          Qt::NoScrollPhase, false);
+        QWheelEvent wheel(QPointF(5, 5), grid->viewport()->mapToGlobal(QPointF(5, 5)), {}, QPoint(0, 240 - Below(480)),
+                          {}, {}, Qt::NoScrollPhase, false);
         QApplication::sendEvent(grid->viewport(), &wheel);
     } else if (dice < 94) {
         Trigger(window, u"LinkMenuElement_4"_s);
@@ -464,12 +498,14 @@ class tst_monkey : public QObject
 private Q_SLOTS:
     void Window_data();
     void Window();
+    void cleanup() { m_failed = m_failed || QTest::currentTestFailed(); }
     void cleanupTestCase();
 
 private:
     static void Fill(const clsTestInstallation& installation, const scriptedServer& server);
 
     QStringList m_seeds;
+    bool m_failed = false;
     int m_steps = 0;
     int m_runs = 0;
     int m_stops = 0;
@@ -494,8 +530,8 @@ void tst_monkey::Fill(const clsTestInstallation& installation, const scriptedSer
     clsTransaction transaction(*database);
     const QList<std::pair<QString, int>> sites{{u"Shop"_s, 60}, {u"Garden \"Rose\""_s, 300}, {u"Empty"_s, 0}};
     for (const auto& [site, links] : sites) {
-        clsTestInstallation::AddSite(*database, site,
-                                     {{u"HomePage"_s, server.Url(u"/home/"_s)}, {u"LinkPage"_s, server.Url(u"/links/"_s)}});
+        clsTestInstallation::AddSite(
+            *database, site, {{u"HomePage"_s, server.Url(u"/home/"_s)}, {u"LinkPage"_s, server.Url(u"/links/"_s)}});
         const qint64 category = clsTestInstallation::AddCategory(*database, site, u"Friends"_s);
         for (int i = 0; i < links; ++i) {
             const QString home = server.Url(u"/partner%1/"_s.arg(i));
@@ -581,18 +617,18 @@ void tst_monkey::Window()
 
 void tst_monkey::cleanupTestCase()
 {
-    if (QTest::currentTestFailed() || m_seeds.isEmpty())
+    if (m_failed)
         return;
     QVERIFY2(m_runs > 0 && m_boxes > 0, "a monkey that starts no run and meets no box proves little");
-    suiteReport::Report(u"monkey"_s,
-                        u"%1 steps, %2 sessions, %3 runs, %4 stops, %5 boxes answered, longest pause %6 ms, 0 faults"_s
-                            .arg(m_steps)
-                            .arg(m_sessions)
-                            .arg(m_runs)
-                            .arg(m_stops)
-                            .arg(m_boxes)
-                            .arg(m_longest),
-                        m_seeds.join(u", "_s));
+    suiteReport::Report(
+        u"monkey"_s,
+        u"%1 steps, %2 sessions, %3 runs, %4 stops, %5 boxes answered, longest pause %6 ms, 0 faults"_s.arg(m_steps)
+            .arg(m_sessions)
+            .arg(m_runs)
+            .arg(m_stops)
+            .arg(m_boxes)
+            .arg(m_longest),
+        m_seeds.join(u", "_s));
 }
 
 QTEST_MAIN(tst_monkey)

@@ -161,9 +161,9 @@ private:
                 others = m_shared->others;
         }
         if (!known)
-            m_steps = (others ? others(request)
-                              : serverReply::Page("gone", "Content-Type: text/plain\r\n", "404 Not Found"))
-                          .m_steps;
+            m_steps =
+                (others ? others(request) : serverReply::Page("gone", "Content-Type: text/plain\r\n", "404 Not Found"))
+                    .m_steps;
         Go();
     }
 
@@ -231,18 +231,15 @@ struct scriptedServer::Running
     QObject home; ///< lives in the thread; owns the listening socket and with it every connection
 };
 
-scriptedServer::scriptedServer() : scriptedServer(Options())
-{
-}
+scriptedServer::scriptedServer() : scriptedServer(Options()) {}
 
 scriptedServer::scriptedServer(const Options& options)
     : m_shared(std::make_shared<Shared>()), m_running(std::make_unique<Running>())
 {
     m_shared->tls = !options.certificate.isEmpty();
     m_shared->host = options.address.protocol() == QAbstractSocket::IPv6Protocol ? u"[%1]"_s : u"%1"_s;
-    m_shared->host = m_shared->host.arg(options.address == QHostAddress(QHostAddress::Any)
-                                            ? u"127.0.0.1"_s
-                                            : options.address.toString());
+    m_shared->host = m_shared->host.arg(
+        options.address == QHostAddress(QHostAddress::Any) ? u"127.0.0.1"_s : options.address.toString());
     m_running->home.moveToThread(&m_running->thread);
     m_running->thread.start();
     const auto listen = [this, options] {
@@ -353,7 +350,8 @@ QByteArray Deflated(const QByteArray& plain, int windowBits)
 {
     z_stream stream{};
     deflateInit2(&stream, Z_BEST_COMPRESSION, Z_DEFLATED, windowBits, 8, Z_DEFAULT_STRATEGY);
-    QByteArray packed(static_cast<qsizetype>(deflateBound(&stream, static_cast<uLong>(plain.size()))), Qt::Uninitialized);
+    QByteArray packed(static_cast<qsizetype>(deflateBound(&stream, static_cast<uLong>(plain.size()))),
+                      Qt::Uninitialized);
     QByteArray input = plain;
     stream.next_in = reinterpret_cast<Bytef*>(input.data());
     stream.avail_in = static_cast<uInt>(input.size());

@@ -13,7 +13,7 @@
 /// One request as it came in.
 struct serverRequest
 {
-    QByteArray raw;     ///< request line and headers to the blank line, every byte
+    QByteArray raw; ///< request line and headers to the blank line, every byte
     QByteArray method;
     QByteArray target;  ///< second word of the request line
     QByteArray host;    ///< value of the Host line
@@ -49,7 +49,15 @@ public:
 
 private:
     friend class scriptedConnection;
-    enum class Kind { Send, Pause, Endless, Silent, Close, Reset };
+    enum class Kind
+    {
+        Send,
+        Pause,
+        Endless,
+        Silent,
+        Close,
+        Reset
+    };
     struct Step
     {
         Kind kind;

@@ -20,7 +20,13 @@ constexpr int PredictionsAtOnce = 64; ///< asking for predictions costs its give
 
 struct clsCurlHTTPControl::Page : std::enable_shared_from_this<Page>
 {
-    enum class State { Waiting, UnderWay, Parsing, Arrived };
+    enum class State
+    {
+        Waiting,
+        UnderWay,
+        Parsing,
+        Arrived
+    };
 
     QByteArray key; ///< all that the answer may depend on; empty for an address that cannot be requested
     State state = State::Waiting;
@@ -225,9 +231,8 @@ void clsCurlHTTPControl::StartNow(const PagePtr& page)
     std::erase(m_waiting, page);
     const QByteArray host = page->transfer->HostName();
     if (!HostHasRoom(host)) {
-        const auto last = std::find_if(m_underWay.crbegin(), m_underWay.crend(), [&](const PagePtr& other) {
-            return other->transfer->HostName() == host;
-        });
+        const auto last = std::find_if(m_underWay.crbegin(), m_underWay.crend(),
+                                       [&](const PagePtr& other) { return other->transfer->HostName() == host; });
         PutOff(PagePtr(*last));
     }
     if (AllUnderWay())

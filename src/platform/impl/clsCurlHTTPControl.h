@@ -16,9 +16,9 @@
 class clsDisk;
 
 /// Events of a page, in order: ServerActive(true), then either TransferComplete and, with FinishTransfer or
-/// Disconnect, ServerActive(false), or ServerActive(false) and Error; at last, with Disconnect, ConnectionClosed. A page
-/// that is already there (read ahead, or shared) completes or fails inside Connect, others later out of the event loop.
-/// Nothing is reported for a page before it is asked for.
+/// Disconnect, ServerActive(false), or ServerActive(false) and Error; at last, with Disconnect, ConnectionClosed. A
+/// page that is already there (read ahead, or shared) completes or fails inside Connect, others later out of the event
+/// loop. Nothing is reported for a page before it is asked for.
 ///
 /// An address that is on its way already, or has arrived a moment ago, is not fetched again. Pages that were read
 /// ahead are parsed on the worker thread as they arrive, so that asking for one costs nothing but its file.
@@ -91,13 +91,13 @@ private:
     clsCurlMulti m_multi;
 
     std::shared_ptr<std::function<std::optional<clsPageRequest>()>> m_next; ///< empty: no reading ahead
-    std::deque<Prediction> m_predicted;       ///< in the order in which they will be asked for
-    QHash<QByteArray, PagePtr> m_byAddress;   ///< the newest page of each address
-    std::list<PagePtr> m_kept;                ///< asked for and of no use now, longest unused first
-    std::deque<PagePtr> m_waiting;            ///< for a connection, first come first
-    std::vector<PagePtr> m_underWay;          ///< in the order in which they were begun
+    std::deque<Prediction> m_predicted;     ///< in the order in which they will be asked for
+    QHash<QByteArray, PagePtr> m_byAddress; ///< the newest page of each address
+    std::list<PagePtr> m_kept;              ///< asked for and of no use now, longest unused first
+    std::deque<PagePtr> m_waiting;          ///< for a connection, first come first
+    std::vector<PagePtr> m_underWay;        ///< in the order in which they were begun
     qsizetype m_keptBytes = 0;
-    qsizetype m_unreadBytes = 0;              ///< downloaded, never asked for
+    qsizetype m_unreadBytes = 0; ///< downloaded, never asked for
     QTimer m_scheduleSoon;
 
     PagePtr m_current;

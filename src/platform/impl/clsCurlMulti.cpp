@@ -3,6 +3,8 @@
 
 #include "platform/clsError.h"
 
+#include <algorithm>
+#include <limits>
 #include <mutex>
 
 using namespace Qt::Literals::StringLiterals;
@@ -113,7 +115,8 @@ void clsCurlMulti::Watch(curl_socket_t socket, int what)
         if (notifier) {
             notifier->setEnabled(wanted[i]);
         } else if (wanted[i]) {
-            notifier = std::make_unique<QSocketNotifier>(socket, i == 0 ? QSocketNotifier::Read : QSocketNotifier::Write);
+            notifier =
+                std::make_unique<QSocketNotifier>(socket, i == 0 ? QSocketNotifier::Read : QSocketNotifier::Write);
             const int events = i == 0 ? CURL_CSELECT_IN : CURL_CSELECT_OUT;
             QObject::connect(notifier.get(), &QSocketNotifier::activated, notifier.get(),
                              [this, socket, events] { Act(socket, events); });

@@ -16,10 +16,11 @@ class clsHTTPTransfer final : private clsCurlListener
 {
 public:
     static constexpr int MostRedirects = 10;
-    static constexpr qsizetype MostBytes = 4 * 1024 * 1024; ///< of the decoded body; what lies behind is not read
+    static constexpr qsizetype MostBytes = 4 * 1024 * 1024;  ///< of the decoded body; what lies behind is not read
     static constexpr qsizetype MostHeaderBytes = 256 * 1024; ///< of one hop
 
-    enum class Hop {
+    enum class Hop
+    {
         Redirected, ///< another hop is to be begun
         Finished,   ///< Code, Body and the rest hold the outcome
     };
@@ -73,9 +74,9 @@ private:
     QTimer m_deadline;         ///< of the transfer; libcurl keeps that of connecting
     int m_redirects = 0;
     bool m_connected = false;
-    bool m_cut = false;        ///< the rest of the answer is of no use and was not read
+    bool m_cut = false; ///< the rest of the answer is of no use and was not read
     qsizetype m_headerBytes = 0;
-    qsizetype m_unused = 0;    ///< bytes of a body that nobody wants
+    qsizetype m_unused = 0; ///< bytes of a body that nobody wants
     QByteArray m_body;
     QByteArray m_charset;
     int m_code = 0;

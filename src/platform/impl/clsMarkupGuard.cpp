@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <utility>
 
 namespace
 {
@@ -26,12 +27,37 @@ bool IsLetter(char c)
 bool BreaksOutOfForeign(GumboTag tag)
 {
     switch (tag) {
-    case GUMBO_TAG_BLOCKQUOTE: case GUMBO_TAG_BODY: case GUMBO_TAG_BR: case GUMBO_TAG_CENTER: case GUMBO_TAG_DD:
-    case GUMBO_TAG_DIV: case GUMBO_TAG_DL: case GUMBO_TAG_DT: case GUMBO_TAG_EMBED: case GUMBO_TAG_H1:
-    case GUMBO_TAG_H2: case GUMBO_TAG_H3: case GUMBO_TAG_H4: case GUMBO_TAG_H5: case GUMBO_TAG_H6: case GUMBO_TAG_HEAD:
-    case GUMBO_TAG_HR: case GUMBO_TAG_IMG: case GUMBO_TAG_LI: case GUMBO_TAG_LISTING: case GUMBO_TAG_MENU:
-    case GUMBO_TAG_META: case GUMBO_TAG_OL: case GUMBO_TAG_P: case GUMBO_TAG_PRE: case GUMBO_TAG_RUBY:
-    case GUMBO_TAG_SPAN: case GUMBO_TAG_SUB: case GUMBO_TAG_SUP: case GUMBO_TAG_TABLE: case GUMBO_TAG_UL:
+    case GUMBO_TAG_BLOCKQUOTE:
+    case GUMBO_TAG_BODY:
+    case GUMBO_TAG_BR:
+    case GUMBO_TAG_CENTER:
+    case GUMBO_TAG_DD:
+    case GUMBO_TAG_DIV:
+    case GUMBO_TAG_DL:
+    case GUMBO_TAG_DT:
+    case GUMBO_TAG_EMBED:
+    case GUMBO_TAG_H1:
+    case GUMBO_TAG_H2:
+    case GUMBO_TAG_H3:
+    case GUMBO_TAG_H4:
+    case GUMBO_TAG_H5:
+    case GUMBO_TAG_H6:
+    case GUMBO_TAG_HEAD:
+    case GUMBO_TAG_HR:
+    case GUMBO_TAG_IMG:
+    case GUMBO_TAG_LI:
+    case GUMBO_TAG_LISTING:
+    case GUMBO_TAG_MENU:
+    case GUMBO_TAG_META:
+    case GUMBO_TAG_OL:
+    case GUMBO_TAG_P:
+    case GUMBO_TAG_PRE:
+    case GUMBO_TAG_RUBY:
+    case GUMBO_TAG_SPAN:
+    case GUMBO_TAG_SUB:
+    case GUMBO_TAG_SUP:
+    case GUMBO_TAG_TABLE:
+    case GUMBO_TAG_UL:
     case GUMBO_TAG_VAR:
         return true;
     default:
@@ -64,10 +90,11 @@ const clsMarkupGuard::Rule* clsMarkupGuard::Rules()
         set(Kind::PlainText, Special, {GUMBO_TAG_PLAINTEXT});
         set(Kind::Paragraph, Special, {GUMBO_TAG_P});
         set(Kind::Block, Special,
-            {GUMBO_TAG_ADDRESS, GUMBO_TAG_ARTICLE, GUMBO_TAG_ASIDE, GUMBO_TAG_BLOCKQUOTE, GUMBO_TAG_CENTER,
-             GUMBO_TAG_DETAILS, GUMBO_TAG_DIR, GUMBO_TAG_DIV, GUMBO_TAG_DL, GUMBO_TAG_FIELDSET, GUMBO_TAG_FIGCAPTION,
-             GUMBO_TAG_FIGURE, GUMBO_TAG_FOOTER, GUMBO_TAG_HEADER, GUMBO_TAG_HGROUP, GUMBO_TAG_MAIN, GUMBO_TAG_MENU,
-             GUMBO_TAG_NAV, GUMBO_TAG_SECTION, GUMBO_TAG_SUMMARY, GUMBO_TAG_PRE, GUMBO_TAG_LISTING});
+            {GUMBO_TAG_ADDRESS,    GUMBO_TAG_ARTICLE, GUMBO_TAG_ASIDE,  GUMBO_TAG_BLOCKQUOTE, GUMBO_TAG_CENTER,
+             GUMBO_TAG_DETAILS,    GUMBO_TAG_DIR,     GUMBO_TAG_DIV,    GUMBO_TAG_DL,         GUMBO_TAG_FIELDSET,
+             GUMBO_TAG_FIGCAPTION, GUMBO_TAG_FIGURE,  GUMBO_TAG_FOOTER, GUMBO_TAG_HEADER,     GUMBO_TAG_HGROUP,
+             GUMBO_TAG_MAIN,       GUMBO_TAG_MENU,    GUMBO_TAG_NAV,    GUMBO_TAG_SECTION,    GUMBO_TAG_SUMMARY,
+             GUMBO_TAG_PRE,        GUMBO_TAG_LISTING});
         set(Kind::Block, Special | ListScope, {GUMBO_TAG_OL, GUMBO_TAG_UL});
         set(Kind::Heading, Special,
             {GUMBO_TAG_H1, GUMBO_TAG_H2, GUMBO_TAG_H3, GUMBO_TAG_H4, GUMBO_TAG_H5, GUMBO_TAG_H6});
@@ -248,7 +275,8 @@ const char* clsMarkupGuard::ReadTag(const char* name, Tag& tag) const
 bool clsMarkupGuard::EndsRawText(const char* at, const Tag& tag) const
 {
     const char* behind = at + 2 + tag.name.size();
-    return behind < m_end && at[1] == '/' && qstrnicmp(at + 2, tag.name.data(), static_cast<size_t>(tag.name.size())) == 0 &&
+    return behind < m_end && at[1] == '/' &&
+           qstrnicmp(at + 2, tag.name.data(), static_cast<size_t>(tag.name.size())) == 0 &&
            (IsBlank(*behind) || *behind == '/' || *behind == '>');
 }
 
@@ -411,10 +439,16 @@ bool clsMarkupGuard::StartInForeign(const Tag& tag)
         return true;
     bool holdsHtml = false;
     switch (tag.known) {
-    case GUMBO_TAG_FOREIGNOBJECT: case GUMBO_TAG_DESC: case GUMBO_TAG_TITLE:
+    case GUMBO_TAG_FOREIGNOBJECT:
+    case GUMBO_TAG_DESC:
+    case GUMBO_TAG_TITLE:
         holdsHtml = Top() == Kind::Svg;
         break;
-    case GUMBO_TAG_MI: case GUMBO_TAG_MO: case GUMBO_TAG_MN: case GUMBO_TAG_MS: case GUMBO_TAG_MTEXT:
+    case GUMBO_TAG_MI:
+    case GUMBO_TAG_MO:
+    case GUMBO_TAG_MN:
+    case GUMBO_TAG_MS:
+    case GUMBO_TAG_MTEXT:
     case GUMBO_TAG_ANNOTATION_XML:
         holdsHtml = Top() == Kind::Math;
         break;
@@ -444,7 +478,11 @@ bool clsMarkupGuard::StartInSelect(const Tag& tag, const Rule& rule)
     case Kind::Select:
         PopTo(m_structures.back());
         return true;
-    case Kind::Table: case Kind::Caption: case Kind::Section: case Kind::Row: case Kind::Cell:
+    case Kind::Table:
+    case Kind::Caption:
+    case Kind::Section:
+    case Kind::Row:
+    case Kind::Cell:
         if (m_structures.size() < 2)
             return true;
         break;
@@ -613,7 +651,11 @@ void clsMarkupGuard::End(const Tag& tag)
             return;
         case Kind::Select:
             return PopTo(m_structures.back());
-        case Kind::Table: case Kind::Caption: case Kind::Section: case Kind::Row: case Kind::Cell:
+        case Kind::Table:
+        case Kind::Caption:
+        case Kind::Section:
+        case Kind::Row:
+        case Kind::Cell:
             if (OpenInScope(tag.id, TableScope) < 0)
                 return;
             PopTo(m_structures.back());
@@ -659,7 +701,11 @@ void clsMarkupGuard::End(const Tag& tag)
     case Kind::Marker:
         found = OpenInScope(tag.id, Scope);
         break;
-    case Kind::Table: case Kind::Caption: case Kind::Section: case Kind::Row: case Kind::Cell:
+    case Kind::Table:
+    case Kind::Caption:
+    case Kind::Section:
+    case Kind::Row:
+    case Kind::Cell:
         found = OpenInScope(tag.id, TableScope);
         break;
     case Kind::Template:

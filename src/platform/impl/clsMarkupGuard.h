@@ -9,8 +9,9 @@
 
 /// The parser's time is quadratic in three things, and this takes each away:
 ///  - Depth and the number of attributes of one tag: the page is cut in front of the first tag that goes over a limit,
-///    or with which the two together have cost too much. Which elements are open is followed by the rules of HTML (implied end tags, table and select contexts, foreign
-///    content), so that a page which merely leaves its tags open is not taken for a deep one.
+///    or with which the two together have cost too much. Which elements are open is followed by the rules of HTML
+///    (implied end tags, table and select contexts, foreign content), so that a page which merely leaves its tags open
+///    is not taken for a deep one.
 ///  - Formatting elements that are left open (b, font, i, ...): HTML opens each of them again in every paragraph that
 ///    follows. They carry no address and hide none, so the parser is shown blanks in their place.
 ///  - Attributes of html and body tags after the first, which HTML would gather on one element: blanked likewise. So is
@@ -18,21 +19,50 @@
 class clsMarkupGuard
 {
 public:
-    static constexpr qsizetype MostElements = 512;  ///< open inside one another, html and body included
-    static constexpr int MostAttributes = 256;      ///< on one tag
+    static constexpr qsizetype MostElements = 512; ///< open inside one another, html and body included
+    static constexpr int MostAttributes = 256;     ///< on one tag
 
     /// @param html  UTF-8; changed in place: shortened where it goes over a limit, blanked, never lengthened.
     static void Prepare(QByteArray& html);
 
 private:
-    enum class Kind : quint8 {
-        Other, Void, Formatting, RawText, Script, PlainText, Root, Paragraph, Block, Heading, Item, Term, Button,
-        Option, OptGroup, Select, Input, Table, Caption, ColGroup, Section, Row, Cell, RubyPart, Form, Marker, Svg, Math,
-        Anchor, Template,
+    enum class Kind : quint8
+    {
+        Other,
+        Void,
+        Formatting,
+        RawText,
+        Script,
+        PlainText,
+        Root,
+        Paragraph,
+        Block,
+        Heading,
+        Item,
+        Term,
+        Button,
+        Option,
+        OptGroup,
+        Select,
+        Input,
+        Table,
+        Caption,
+        ColGroup,
+        Section,
+        Row,
+        Cell,
+        RubyPart,
+        Form,
+        Marker,
+        Svg,
+        Math,
+        Anchor,
+        Template,
         Frameset
     };
-    enum Flag : quint8 {
-        Scope = 1,        ///< "in scope" ends here
+    enum Flag : quint8
+    {
+        Scope = 1, ///< "in scope" ends here
         ButtonScope = 2,
         ListScope = 4,
         TableScope = 8,
@@ -95,12 +125,12 @@ private:
     QByteArray& m_html;
     char* const m_begin;
     const char* const m_end;
-    std::vector<Element> m_open;           ///< inside body
-    std::vector<qsizetype> m_structures;   ///< where in m_open those stand that have the flag Structure
-    int m_paragraphs = 0;                  ///< of m_open
-    int m_framesets = 0;                   ///< a page of frames holds nothing else, other pages hold none
-    bool m_form = false;                   ///< a form was begun and not ended by its end tag
-    qint64 m_work = 0;                     ///< what the tags so far cost the parser
+    std::vector<Element> m_open;         ///< inside body
+    std::vector<qsizetype> m_structures; ///< where in m_open those stand that have the flag Structure
+    int m_paragraphs = 0;                ///< of m_open
+    int m_framesets = 0;                 ///< a page of frames holds nothing else, other pages hold none
+    bool m_form = false;                 ///< a form was begun and not ended by its end tag
+    qint64 m_work = 0;                   ///< what the tags so far cost the parser
     bool m_tooMuch = false;
     bool m_htmlSeen = false;
     bool m_bodySeen = false;

@@ -125,8 +125,7 @@ clsPageLists clsPageParser::Parse(const QByteArray& body, const QByteArray& char
     clsMarkupGuard::Prepare(html);
     GumboOptions options = kGumboDefaultOptions;
     options.max_errors = 0;
-    GumboOutput* output =
-        gumbo_parse_with_options(&options, html.constData(), static_cast<std::size_t>(html.size()));
+    GumboOutput* output = gumbo_parse_with_options(&options, html.constData(), static_cast<std::size_t>(html.size()));
     Harvest harvest;
     Walk(output->document, harvest);
     gumbo_destroy_output(&options, output);

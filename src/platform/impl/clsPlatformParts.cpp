@@ -28,7 +28,7 @@ struct clsPlatformParts::Parts
     std::unique_ptr<frmResources> resources;
 };
 
-clsPlatformParts::clsPlatformParts(const QString& home) : m_parts(std::make_unique<Parts>())
+clsPlatformParts::clsPlatformParts(const QString& home) : m_parts(std::make_unique<Parts>()), m_home(home)
 {
     // Where the platform's habit is to install into the user's reach, the program's folder would be the executable's;
     // here it is one folder per user.

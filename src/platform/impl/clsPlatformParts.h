@@ -22,6 +22,8 @@ public:
     [[nodiscard]] clsPlatform Bundle() const;
     /// The folder of this installation, which may not exist yet.
     [[nodiscard]] const QString& ProgramFolder() const { return m_programFolder; }
+    /// The folder named to the constructor; empty for the user's own installation.
+    [[nodiscard]] const QString& Home() const { return m_home; }
     /// True when that folder has been laid down.
     [[nodiscard]] bool Installed() const;
     /// Lays the program folder down from the share folder: Data with the empty database (or the sample), sound and
@@ -31,5 +33,6 @@ public:
 private:
     struct Parts;
     std::unique_ptr<Parts> m_parts;
+    QString m_home;
     QString m_programFolder;
 };

@@ -261,6 +261,13 @@ void clsSqlRecordset::MoveTo(clsBookmark bookmark)
     m_position = position;
 }
 
+bool clsSqlRecordset::Refresh()
+{
+    RequireCurrent();
+    m_read = {};
+    return !RowAt(m_position, 1).empty();
+}
+
 clsBookmark clsSqlRecordset::LastModified() const
 {
     (void)Connection();

@@ -50,6 +50,7 @@ public:
     void MovePrevious() override;
     clsBookmark Bookmark() const override;
     void MoveTo(clsBookmark bookmark) override;
+    bool Refresh() override;
     clsBookmark LastModified() const override;
     qint64 PositionOf(clsBookmark bookmark) const override;
     clsBookmark BookmarkAt(qint64 position) const override;

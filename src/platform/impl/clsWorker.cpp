@@ -3,9 +3,7 @@
 
 #include <QMetaObject>
 
-clsWorker::clsWorker() : m_thread([this] { Run(); })
-{
-}
+clsWorker::clsWorker() : m_thread([this] { Run(); }) {}
 
 clsWorker::~clsWorker()
 {

@@ -9,20 +9,33 @@ namespace
 int SocketCode(long systemError)
 {
     switch (systemError) {
-    case EACCES: return 13;
-    case ENETDOWN: return 50;
-    case ENETUNREACH: return 51;
-    case ENETRESET: return 52;
-    case ECONNABORTED: return 53;
+    case EACCES:
+        return 13;
+    case ENETDOWN:
+        return 50;
+    case ENETUNREACH:
+        return 51;
+    case ENETRESET:
+        return 52;
+    case ECONNABORTED:
+        return 53;
     case ECONNRESET:
-    case EPIPE: return 54;
-    case ENOBUFS: return 55;
-    case EADDRNOTAVAIL: return modHTTPErrors::AddressNotAvailable;
-    case ETIMEDOUT: return modHTTPErrors::ConnectTimedOut;
-    case ECONNREFUSED: return 61;
-    case EHOSTDOWN: return 64;
-    case EHOSTUNREACH: return 65;
-    default: return 0;
+    case EPIPE:
+        return 54;
+    case ENOBUFS:
+        return 55;
+    case EADDRNOTAVAIL:
+        return modHTTPErrors::AddressNotAvailable;
+    case ETIMEDOUT:
+        return modHTTPErrors::ConnectTimedOut;
+    case ECONNREFUSED:
+        return 61;
+    case EHOSTDOWN:
+        return 64;
+    case EHOSTUNREACH:
+        return 65;
+    default:
+        return 0;
     }
 }
 

@@ -9,16 +9,16 @@ namespace modHTTPErrors
 constexpr int AddressNotAvailable = 49; ///< also a malformed address and a scheme other than http and https
 constexpr int ConnectTimedOut = 60;
 constexpr int TransferTimedOut = 501;
-constexpr int OtherBase = 900;          ///< everything without a number of its own: this and the library's code
+constexpr int OtherBase = 900; ///< everything without a number of its own: this and the library's code
 
 /// What is known of a transfer that ended.
 struct Ending
 {
     CURLcode result = CURLE_OK;
-    long systemError = 0;    ///< errno of the last socket call that failed, 0 unknown
-    bool connected = false;  ///< the request could be sent
-    long status = 0;         ///< HTTP status of the answer, 0 none
-    long proxyStatus = 0;    ///< HTTP status of a proxy's answer to CONNECT, 0 none
+    long systemError = 0;   ///< errno of the last socket call that failed, 0 unknown
+    bool connected = false; ///< the request could be sent
+    long status = 0;        ///< HTTP status of the answer, 0 none
+    long proxyStatus = 0;   ///< HTTP status of a proxy's answer to CONNECT, 0 none
 };
 
 /// Socket error number less 10000, 501, an HTTP status, or a number from 900 on. 0: no error.
