@@ -14,6 +14,7 @@
 #include "shell/modSocketErrors.h"
 
 #include <QHash>
+#include <QScopeGuard>
 #include <algorithm>
 #include <array>
 
@@ -53,6 +54,9 @@ struct FailureCodes
 };
 constexpr FailureCodes PartnerCodes{4, 8, 128, 256};
 constexpr FailureCodes OwnCodes{16, 32, 64, 512};
+
+/// How long verdicts may be on their way to the disk.
+constexpr std::chrono::milliseconds VerdictsKeptWithin{100};
 
 /// The control's number for an address that cannot be requested.
 constexpr int AddressNotAvailable = 49;
@@ -201,6 +205,8 @@ private:
     void SearchPage(const Direction& direction, const QString& stripped, const QString& ipForm);
     bool SearchImage(const Direction& direction);
     void WriteVerdict();
+    /// Makes the verdicts written until now last.
+    void KeepVerdicts();
     std::optional<QString> NextAddress();
     void Log(const QString& text, qint16 indent, bool bullet) { m_test.m_log.LogItem(text, indent, bullet); }
     static bool Stopped() { return State().StopFlag; }
@@ -221,6 +227,11 @@ private:
     std::unique_ptr<clsRecordset> m_links;
     std::unique_ptr<clsRecordset> m_coming; ///< runs ahead of m_links
     std::optional<QString> m_comingOwnPage;
+
+    // Verdicts that follow each other at once share one transaction: to wait for the disk after each would take longer
+    // than everything else. It never outlives a wait.
+    std::optional<clsTransaction> m_verdicts;
+    std::chrono::milliseconds m_verdictsSince{0};
 
     std::unique_ptr<clsHTTPEngine> m_fetcher; ///< last: its end ends the calls of NextAddress
 };
@@ -246,7 +257,13 @@ void clsHTTP::Session::Run()
     modBrambury::ClearResults(State().CurrentSite);
     m_links->MoveFirst();
 
+    // After a failure too: what was judged before it stays judged.
+    const auto keep = qScopeGuard([this] {
+        ignoringErrors([this] { KeepVerdicts(); });
+        m_verdicts.reset();
+    });
     Ending ending = TestLinks();
+    KeepVerdicts();
     if (ending != Ending::NoConnection && Stopped()) {
         Log(u"Stop button was pressed.  Process aborted."_s, 1, true);
         ending = Ending::Stopped;
@@ -294,7 +311,8 @@ void clsHTTP::Session::MakeFetcher()
                                          .Clock = platform.Clock,
                                          .Stopped = &Session::Stopped,
                                          .DefaultLocalFile = modBrambury::FolderPath(u"\\$$$http.tmp"_s),
-                                         .TimeoutSeconds = static_cast<int>(PageLimit().count())});
+                                         .TimeoutSeconds = static_cast<int>(PageLimit().count()),
+                                         .BeforeWait = [this] { KeepVerdicts(); }});
     }
     // Handed over once: the port and the proxy of the sites that are loaded later do not reach the fetcher.
     m_fetcher->SetPort(m_test.m_port);
@@ -312,6 +330,7 @@ clsHTTP::Ending clsHTTP::Session::TestLinks()
         if (!lastSite || lastSite->compare(siteID, Qt::CaseInsensitive) != 0) {
             lastSite = siteID;
             if (LoadSite(siteID).isEmpty()) {
+                KeepVerdicts(); // nothing waits for the user with half its work done
                 const QString text = u"Could not locate information for site "_s + siteID + u".  Process aborted."_s;
                 MsgBox(text, clsDialogs::Buttons::OK, clsDialogs::Icon::Exclamation);
                 Log(text, 2, true);
@@ -321,6 +340,7 @@ clsHTTP::Ending clsHTTP::Session::TestLinks()
         }
         m_test.m_with.Parent->HighLightLink(m_links->Field(u"ID"_s).toLongLong(), m_site.Name);
         if (!modCommonFunctions::InternetConnection()) {
+            KeepVerdicts();
             MsgBox(u"Could not establish a connected to the Internet."_s, clsDialogs::Buttons::OK,
                    clsDialogs::Icon::Exclamation);
             Log(u"Could not establish a connection to the Internet.  Process aborted."_s, 1, true);
@@ -405,8 +425,10 @@ clsHTTP::Session::Phase clsHTTP::Session::TestPage(const Direction& direction)
         return Phase::Over;
     }
     const auto settled = [this] { return m_fetcher->GetComplete() || Stopped(); };
-    if (!settled())
+    if (!settled()) {
+        KeepVerdicts();
         static_cast<void>(m_test.m_with.Platform.EventLoop->Wait(settled, PageLimit()));
+    }
     if (Stopped())
         return Phase::Stop;
     if (!m_fetcher->GetComplete()) {
@@ -465,6 +487,11 @@ void clsHTTP::Session::WriteVerdict()
     if (!m_links->Refresh())
         return;
     const bool passed = std::all_of(m_found.begin(), m_found.end(), [](bool found) { return found; });
+    const std::chrono::milliseconds now = m_test.m_with.Platform.Clock->Monotonic();
+    if (!m_verdicts) {
+        m_verdicts.emplace(*m_test.m_with.Database);
+        m_verdictsSince = now;
+    }
     m_links->Edit();
     if (passed) {
         m_links->SetField(u"Status"_s, modDataModel::Active);
@@ -481,6 +508,16 @@ void clsHTTP::Session::WriteVerdict()
     m_links->Update();
     if (!passed)
         ++m_test.m_failed;
+    if (now - m_verdictsSince >= VerdictsKeptWithin)
+        KeepVerdicts();
+}
+
+void clsHTTP::Session::KeepVerdicts()
+{
+    if (!m_verdicts)
+        return;
+    m_verdicts->Commit();
+    m_verdicts.reset();
 }
 
 /// The address after the last one returned that the run will ask for; none at the queue's end, and at a site that is

@@ -77,6 +77,8 @@ bool clsHTTPEngine::ConnectToServer(bool /*flag*/)
         // Connecting and the transfer have the limit each, and both happen in this wait. A time-out needs no branch of
         // its own: the page is not complete then.
         const auto settled = [this] { return m_getComplete || m_errNumber != 0 || m_with.Stopped(); };
+        if (!settled() && m_with.BeforeWait)
+            m_with.BeforeWait();
         if (!settled())
             static_cast<void>(m_with.EventLoop->Wait(settled, 2 * std::chrono::seconds(m_with.TimeoutSeconds) + Grace));
     }

@@ -28,6 +28,7 @@ public:
         /// For connecting and for the transfer, each: the control's limits. The control speaks first; an engine whose
         /// control stays silent gives up a little after both have passed.
         int TimeoutSeconds = 60;
+        std::function<void()> BeforeWait = {}; ///< called when a page is not there yet and the wait begins; may be empty
     };
 
     explicit clsHTTPEngine(Collaborators collaborators);

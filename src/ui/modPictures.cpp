@@ -172,7 +172,8 @@ int modWindow::RenderPictures(clsPlatformParts& parts, const QString& folder)
         return CouldNotRun;
     const QTemporaryDir empty;
     clsPlatformParts newParts(empty.path());
-    newParts.LayDown(false);
+    if (!ignoringErrors([&] { newParts.LayDown(false); }))
+        return CouldNotRun;
     const bool emptyToo = OfMain(newParts, [&](frmMain& window) {
         window.resize(SmallMainSize);
         camera.Take(window, u"main-empty"_s);

@@ -55,9 +55,9 @@ QString tst_kill::LossesOf(const suiteQueue& queue, const suiteQueue::Links& bef
                            const QByteArray& log) const
 {
     QString losses = queue.Losses(before, after);
-    // A link's verdict is in the file before the log speaks of the next one.
+    // Verdicts reach the file together, some at a time: fewer than the log speaks of, never more.
     const int judged = suiteQueue::Queued(before) - suiteQueue::Queued(after);
-    if (const int begun = Begun(log); judged < begun - 1 || judged > begun)
+    if (const int begun = Begun(log); judged > begun)
         losses += u"%1 links were begun and %2 verdicts kept\n"_s.arg(begun).arg(judged);
     if (const QString integrity = suiteQueue::Integrity(queue.DatabasePath()); integrity != u"ok"_s)
         losses += u"integrity: "_s + integrity + u'\n';
@@ -78,7 +78,7 @@ void tst_kill::KilledRunsLoseNothing()
     const programRun counted = whole.Run({u"test"_s});
     QVERIFY2(counted.code == 1, counted.Story().constData());
     const int calls = whole.Calls();
-    QVERIFY(calls > 5 * LinkCount);
+    QVERIFY2(calls > 20, qPrintable(QString::number(calls) + u" calls"_s));
     queue.Restore();
 
     int kills = 0;
@@ -91,7 +91,7 @@ void tst_kill::KilledRunsLoseNothing()
         const QString doing = u"seed %1, round %2"_s.arg(suiteReport::Seed()).arg(round);
         if (round % 2 == 0) {
             // At a chosen call: half a page written, a journal not yet deleted.
-            program.SetFault(u"kill"_s, 1 + random.bounded(std::max(1, calls * queued / LinkCount / 2)));
+            program.SetFault(u"kill"_s, 1 + random.bounded(std::max(1, calls * queued / LinkCount)));
             program.Start({u"test"_s});
         } else {
             // From outside, at any time: while starting, waiting, searching.

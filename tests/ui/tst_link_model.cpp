@@ -116,6 +116,16 @@ void tst_link_model::manyLinks()
     qInfo("another view: %lld ms", time.restart());
     QVERIFY(model.rowCount() < Many);
 
+    constexpr int toggled = 10'000;
+    program.Grid().selectionModel()->select(
+        QItemSelection(model.index(0, 0), model.index(toggled - 1, clsLinkModel::ColumnCount - 1)),
+        QItemSelectionModel::ClearAndSelect);
+    const QString before = program.Style(toggled - 1, clsLinkModel::TestQueue);
+    time.restart();
+    program.Trigger(u"LinkMenuElement_7"_s);
+    qInfo("Set for Test of %d: %lld ms", toggled, time.restart());
+    QVERIFY(program.Style(toggled - 1, clsLinkModel::TestQueue) != before);
+
     // The tester looks at every cell whenever anything happens, so it comes when all else is done.
     const QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
     program.Find<QTabBar>(u"LinksTab"_s).setCurrentIndex(0);

@@ -139,6 +139,8 @@ void clsHTTPTransfer::SetOptions()
     }
     curl_easy_setopt(m_easy, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(m_easy, CURLOPT_QUICK_EXIT, 1L); // never wait for a name server that does not answer
+    // Partners are many and asked once; the library walks its whole cache of names for each of them.
+    curl_easy_setopt(m_easy, CURLOPT_DNS_CACHE_TIMEOUT, 0L);
     curl_easy_setopt(m_easy, CURLOPT_CONNECTTIMEOUT_MS, std::max<long>(1, static_cast<long>(m_connectLeft.count())));
     curl_easy_setopt(m_easy, CURLOPT_PREREQFUNCTION, &clsHTTPTransfer::OnConnected);
     curl_easy_setopt(m_easy, CURLOPT_PREREQDATA, this);
