@@ -20,7 +20,6 @@ clsCommandSession::clsCommandSession(clsPlatformParts& parts, bool yes) : m_part
     State().Platform.Dialogs = &m_dialogs;
     State().Platform.Windows = &m_windows;
     modBrambury::SetProgramFolder(parts.ProgramFolder());
-    modBrambury::LoadProgramSettings();
 }
 
 clsCommandSession::~clsCommandSession()
@@ -32,14 +31,23 @@ clsCommandSession::~clsCommandSession()
 ExitCode clsCommandSession::Run(const std::function<ExitCode(clsCommandSession&)>& command)
 {
     ExitCode code = ExitCode::Failed;
+    const int errorsBefore = clsErrorHandler::Instance().Count;
     const Guarded ending = guarded("modCommandLine", "RunCommandLine", [&] { code = command(*this); });
     if (ending != Guarded::Done)
         TellHiddenError();
-    return ending == Guarded::Done && !State().Terminating ? code : ExitCode::Failed;
+    if (ending != Guarded::Done || State().Terminating)
+        return ExitCode::Failed;
+    // A command may go on after an error, but it has not ended well.
+    const bool well = code == ExitCode::Done || code == ExitCode::Findings;
+    return well && clsErrorHandler::Instance().Count > errorsBefore ? ExitCode::Failed : code;
 }
 
 ExitCode clsCommandSession::LocateDatabase() const
 {
+    const int errorsBefore = clsErrorHandler::Instance().Count;
+    modBrambury::LoadProgramSettings();
+    if (clsErrorHandler::Instance().Count > errorsBefore)
+        TellHiddenError();
     return modBrambury::LocateDatabase() ? ExitCode::Done : ExitCode::Failed;
 }
 
@@ -56,9 +64,10 @@ ExitCode clsCommandSession::OpenDatabase() const
 
 void clsCommandSession::TellHiddenError()
 {
-    const clsErrorHandler& last = clsErrorHandler::Instance();
+    clsErrorHandler& last = clsErrorHandler::Instance();
     if (!last.Shown)
         modConsole::ErrorLine(last.Description);
+    last.Shown = true;
 }
 
 clsDatabase& clsCommandSession::Database()

@@ -29,7 +29,7 @@ public:
     /// Runs a command's body under the error trap. @return its code, Failed when an error ended it.
     ExitCode Run(const std::function<ExitCode(clsCommandSession&)>& command);
 
-    /// Looks for the database file; tells the user when it is missing. @return Done, or Failed.
+    /// Reads the settings and looks for the database file; tells the user when it is missing. @return Done, or Failed.
     [[nodiscard]] ExitCode LocateDatabase() const;
     /// Opens the process's database. @return Done, Failed, or InUse while somebody has it for himself alone; the user
     /// has been told.

@@ -108,12 +108,16 @@ ExitCode Get(const clsCommandSession& session, const QString& section, const QSt
 /// A text that the setting cannot hold would end the reading of the settings at every start from now on.
 bool Converts(const clsSettingEntry& entry, const QString& value)
 {
-    return ignoringErrors([&] {
-        if (std::holds_alternative<qint16 clsProgramSettings::*>(entry.value))
-            static_cast<void>(modCommonFunctions::ToInt16(value));
-        else if (std::holds_alternative<quint16 clsProgramSettings::*>(entry.value))
+    bool inRange = true;
+    const bool converts = ignoringErrors([&] {
+        if (std::holds_alternative<qint16 clsProgramSettings::*>(entry.value)) {
+            const int number = modCommonFunctions::ToInt16(value);
+            inRange = number >= entry.low && number <= entry.high;
+        } else if (std::holds_alternative<quint16 clsProgramSettings::*>(entry.value)) {
             static_cast<void>(modCommonFunctions::ToPort(value));
+        }
     });
+    return converts && inRange;
 }
 
 /// Changes the store unless a window is open, whose end would write over it.

@@ -10,6 +10,10 @@ namespace modDBFunctions
 bool OpenProcessDatabase();
 
 /// How an attempt to take Bramdat.use went, for callers with an exit code to choose.
-enum class Use { Free, InUse };
+enum class Use
+{
+    Free,
+    InUse
+};
 Use LastUse();
 } // namespace modDBFunctions

@@ -6,7 +6,15 @@
 
 namespace modDataModel
 {
-enum Status : int { Offer = 0, InProcess = 1, Active = 2, Broken = 3, Inactive = 4, Declined = 5 };
+enum Status : int
+{
+    Offer = 0,
+    InProcess = 1,
+    Active = 2,
+    Broken = 3,
+    Inactive = 4,
+    Declined = 5
+};
 inline constexpr int StatusCount = 6;
 /// The status view that shows every status.
 inline constexpr int ViewAll = -1;
@@ -31,7 +39,13 @@ struct StatusBounds
 StatusBounds BoundsOf(int view, bool hideInactiveDeclined);
 
 /// How the last test result looks in the list.
-enum class Ball { None, Green, Yellow, Red };
+enum class Ball
+{
+    None,
+    Green,
+    Yellow,
+    Red
+};
 Ball BallOf(int results);
 /// Whether an EmailQueue value means queued.
 bool EmailQueued(int value);

@@ -130,10 +130,10 @@ bool Lists(const clsPageList& page, const QString& form)
     return page.IndexOf(form) >= 0 || page.IndexOf(form + u'/') >= 0;
 }
 
-/// The limit of one page; a setting out of range counts as the nearest one that is in it.
+/// The limit of one page.
 std::chrono::seconds PageLimit()
 {
-    return std::chrono::seconds(std::clamp<int>(State().Settings.Timeout, 1, 3600));
+    return std::chrono::seconds(State().Settings.Timeout);
 }
 
 QString DateAndTime(const QDateTime& time)

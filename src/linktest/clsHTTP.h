@@ -39,7 +39,8 @@ public:
     };
 
     /// How a session ended, for callers that have an exit code to choose.
-    enum class Ending {
+    enum class Ending
+    {
         Done,         ///< every queued link was judged
         Empty,        ///< nothing was queued
         Stopped,      ///< the stop flag
@@ -70,7 +71,7 @@ private:
     struct Session;
     Collaborators m_with;
     clsStatusLog m_log;
-    int m_port = 80;       ///< of a new object; the sites' own ports do not reach the fetcher
+    int m_port = 80; ///< of a new object; the sites' own ports do not reach the fetcher
     QString m_proxy;
     Ending m_ending = Ending::Done;
     qint64 m_failed = 0;

@@ -23,12 +23,13 @@ public:
         frmResources* Resources = nullptr;
         clsEventLoop* EventLoop = nullptr;
         clsClock* Clock = nullptr;
-        std::function<bool()> Stopped;  ///< the process-wide stop flag
-        QString DefaultLocalFile;       ///< what an empty LocalFile means
+        std::function<bool()> Stopped; ///< the process-wide stop flag
+        QString DefaultLocalFile;      ///< what an empty LocalFile means
         /// For connecting and for the transfer, each: the control's limits. The control speaks first; an engine whose
         /// control stays silent gives up a little after both have passed.
         int TimeoutSeconds = 60;
-        std::function<void()> BeforeWait = {}; ///< called when a page is not there yet and the wait begins; may be empty
+        std::function<void()> BeforeWait =
+            {}; ///< called when a page is not there yet and the wait begins; may be empty
     };
 
     explicit clsHTTPEngine(Collaborators collaborators);

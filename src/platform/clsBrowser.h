@@ -7,7 +7,8 @@
 class clsBrowser
 {
 public:
-    enum class Outcome {
+    enum class Outcome
+    {
         Opened,
         NoBrowser, ///< no program is registered for web pages
         Failed,    ///< there is one, but it did not take the address

@@ -58,7 +58,8 @@ public:
                                                                   const QStringList& fields) const = 0;
 
     /// Finds the first record for `criteria`, of the form  Field = number  or  Field = "text" (quotes inside the text
-    /// doubled, letter case ignored), and makes it current. @return false, current record unchanged, when there is none.
+    /// doubled, letter case ignored), and makes it current. @return false, current record unchanged, when there is
+    /// none.
     virtual bool FindFirst(const QString& criteria) = 0;
 
     /// Begin changing the current record / a new one; then SetField, then Update writes it (or CancelUpdate).
@@ -112,7 +113,8 @@ public:
     [[nodiscard]] virtual QStringList Fields(const QString& table) = 0;
     /// A text field's size in characters, 0 when it has none. @throws UnknownItem
     [[nodiscard]] virtual int FieldSize(const QString& table, const QString& field) = 0;
-    /// Adds a field. @param type  10 = text of `size` characters (the empty text allowed), 4 = number, 8 = date, 12 = memo.
+    /// Adds a field. @param type  10 = text of `size` characters (the empty text allowed), 4 = number, 8 = date, 12 =
+    /// memo.
     virtual void AppendField(const QString& table, const QString& field, int type, int size,
                              const QVariant& defaultValue) = 0;
 

@@ -8,17 +8,37 @@
 class clsDialogs
 {
 public:
-    enum class Buttons { OK, YesNo, YesNoCancel, RetryCancel };
-    enum class Icon { None, Critical, Question, Exclamation, Information };
-    enum class Answer { OK, Yes, No, Cancel, Retry };
+    enum class Buttons
+    {
+        OK,
+        YesNo,
+        YesNoCancel,
+        RetryCancel
+    };
+    enum class Icon
+    {
+        None,
+        Critical,
+        Question,
+        Exclamation,
+        Information
+    };
+    enum class Answer
+    {
+        OK,
+        Yes,
+        No,
+        Cancel,
+        Retry
+    };
 
     /// What a save or open dialog offers.
     struct FileRequest
     {
         QString title;
-        QString filter;          ///< "Log File (*.log)|*.log": pairs of name and pattern
-        QString fileName;        ///< offered name, without a folder
-        QString folder;          ///< where the dialog starts
+        QString filter;   ///< "Log File (*.log)|*.log": pairs of name and pattern
+        QString fileName; ///< offered name, without a folder
+        QString folder;   ///< where the dialog starts
         bool confirmOverwrite = true;
     };
 

@@ -18,7 +18,11 @@ public:
 class clsDisk
 {
 public:
-    enum class Share { Shared, Exclusive };
+    enum class Share
+    {
+        Shared,
+        Exclusive
+    };
 
     virtual ~clsDisk() = default;
     /// True for an existing file (not a folder).

@@ -10,9 +10,10 @@ class clsError : public std::exception
 {
 public:
     /// The numbers that the program knows by name; others may occur.
-    enum Number : qint32 {
-        Overflow = 6,             ///< a number leaves the 16-bit range
-        TypeMismatch = 13,        ///< a text that is no number, a value of another type
+    enum Number : qint32
+    {
+        Overflow = 6,      ///< a number leaves the 16-bit range
+        TypeMismatch = 13, ///< a text that is no number, a value of another type
         FileNotFound = 53,
         DeviceIOError = 57,
         FileExists = 58,
@@ -22,16 +23,16 @@ public:
         PathNotFound = 76,
         ObjectNotSet = 91,
         InvalidNull = 94,
-        EngineFailure = 3000,     ///< a database failure without a number of its own
+        EngineFailure = 3000, ///< a database failure without a number of its own
         NoCurrentRecord = 3021,
         DuplicateKey = 3022,
         DatabaseMissing = 3024,
-        PasswordWrong = 3031,     ///< wrong key, or no database at all: the two look alike
+        PasswordWrong = 3031, ///< wrong key, or no database at all: the two look alike
         DatabaseDamaged = 3049,
-        RecordLocked = 3260,      ///< another user of the file held it longer than the busy time-out
-        UnknownItem = 3265,       ///< no such table, stored query, field or parameter
-        DatabaseClosed = 3420,    ///< an operation on a closed database
-        DialogCancelled = 32755,  ///< the user cancelled a file dialog
+        RecordLocked = 3260,     ///< another user of the file held it longer than the busy time-out
+        UnknownItem = 3265,      ///< no such table, stored query, field or parameter
+        DatabaseClosed = 3420,   ///< an operation on a closed database
+        DialogCancelled = 32755, ///< the user cancelled a file dialog
     };
     /// Errors of the internet components carry this base (0x80040000 as a signed number).
     static constexpr qint32 ComponentBase = static_cast<qint32>(0x80040000u);

@@ -9,7 +9,8 @@
 class clsEventLoop
 {
 public:
-    enum class Outcome {
+    enum class Outcome
+    {
         Done,     ///< the condition came true
         TimedOut, ///< the deadline passed first
         Ending,   ///< the program is told to end (Interrupt was called)

@@ -3,9 +3,7 @@
 
 #include <algorithm>
 
-clsPageList::clsPageList(std::vector<clsPageAddress> items) : m_items(std::move(items))
-{
-}
+clsPageList::clsPageList(std::vector<clsPageAddress> items) : m_items(std::move(items)) {}
 
 int clsPageList::First(const QHash<QString, std::vector<int>>& index, const QString& key, int from)
 {

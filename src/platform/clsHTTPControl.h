@@ -55,10 +55,10 @@ private:
 /// A download to come: all that a request needs.
 struct clsPageRequest
 {
-    QString url;        ///< as the record holds it; the request is percent-encoded, the fragment dropped
-    int port = 80;      ///< server port of http addresses that name none; with a proxy, the proxy's port
-    QString proxy;      ///< host or host:port; empty: direct, whatever the environment says
-    QString headers;    ///< header lines, each ended by CR LF, "Host: " and the host last
+    QString url;     ///< as the record holds it; the request is percent-encoded, the fragment dropped
+    int port = 80;   ///< server port of http addresses that name none; with a proxy, the proxy's port
+    QString proxy;   ///< host or host:port; empty: direct, whatever the environment says
+    QString headers; ///< header lines, each ended by CR LF, "Host: " and the host last
     bool operator==(const clsPageRequest& other) const = default;
 };
 
@@ -69,10 +69,10 @@ class clsHTTPControl
 public:
     struct Limits
     {
-        int timeoutSeconds = 60;       ///< for connecting and for the transfer, each, summed over redirects; 1 to 3600
+        int timeoutSeconds = 60;        ///< for connecting and for the transfer, each, summed over redirects; 1 to 3600
         int simultaneousDownloads = 32; ///< 1 to 64; 1: no reading ahead at all, each request a download of its own
-        int perHostConnections = 4;    ///< 1 to 16
-        QString caFile;                ///< PEM file of further authorities; empty: the system's alone
+        int perHostConnections = 4;     ///< 1 to 16
+        QString caFile;                 ///< PEM file of further authorities; empty: the system's alone
     };
 
     virtual ~clsHTTPControl() = default;

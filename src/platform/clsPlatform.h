@@ -27,7 +27,7 @@ struct clsPlatform
     clsDialogs* Dialogs = nullptr;
     clsWindows* Windows = nullptr;
     clsConnection* Connection = nullptr;
-    clsPrinter* Printer = nullptr;   ///< empty without a window
+    clsPrinter* Printer = nullptr; ///< empty without a window
     clsSound* Sound = nullptr;
     clsBrowser* Browser = nullptr;
     clsSpelling* Spelling = nullptr; ///< empty until messages can be edited

@@ -20,11 +20,11 @@ class clsSmtpControl
 public:
     struct Message
     {
-        QString fromHeader;   ///< text of the From header
-        QString sender;       ///< envelope sender
+        QString fromHeader; ///< text of the From header
+        QString sender;     ///< envelope sender
         QString host;
         int port = 25;
-        QString mailer;       ///< X-Mailer value; further header lines may follow it after CR LF
+        QString mailer; ///< X-Mailer value; further header lines may follow it after CR LF
         QString recipient;
         QString subject;
         QString text;

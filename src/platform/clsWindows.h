@@ -8,8 +8,16 @@
 class clsWindows
 {
 public:
-    enum class ErrorIcon { Critical, Exclamation };
-    enum class Pointer { Default, Hourglass };
+    enum class ErrorIcon
+    {
+        Critical,
+        Exclamation
+    };
+    enum class Pointer
+    {
+        Default,
+        Hourglass
+    };
 
     virtual ~clsWindows() = default;
     /// Shows the splash window, not modal, and lets it paint. @param build  three digits, "012".

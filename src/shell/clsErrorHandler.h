@@ -17,5 +17,6 @@ public:
     QString Source;
     qint32 LastSystemError = 0;
     qint32 LineNumber = 0;
+    int Count = 0;      ///< errors reported by this process; a cancelled dialog is none
     bool Shown = false; ///< whether the user has seen it; some kinds of error are for Error.log alone
 };

@@ -40,9 +40,9 @@ const std::vector<clsSettingEntry>& SettingsTable()
         {"Interface", "WindowTop", &S::WindowTop, "-1", true},
         {"Interface", "WindowLeft", &S::WindowLeft, "-1", true},
         {"Interface", "IconSize", &S::IconSize, "1", true},
-        {"Network", "Timeout", &S::Timeout, "60", false},
-        {"Network", "SimultaneousDownloads", &S::SimultaneousDownloads, "32", false},
-        {"Network", "PerHostConnections", &S::PerHostConnections, "4", false},
+        {"Network", "Timeout", &S::Timeout, "60", false, 1, 3600},
+        {"Network", "SimultaneousDownloads", &S::SimultaneousDownloads, "32", false, 1, 64},
+        {"Network", "PerHostConnections", &S::PerHostConnections, "4", false, 1, 16},
         {"Network", "CaFile", &S::CaFile, "", false},
     };
     return table;

@@ -42,7 +42,7 @@ struct clsProgramSettings
     QString WindowLeft;
     qint16 IconSize = 1;
     // Section "Network": read at start, never written unless the user changes them.
-    qint16 Timeout = 60;              ///< seconds, 1 to 3600
+    qint16 Timeout = 60;               ///< seconds, 1 to 3600
     qint16 SimultaneousDownloads = 32; ///< 1 to 64
     qint16 PerHostConnections = 4;     ///< 1 to 16
     QString CaFile;
@@ -62,6 +62,8 @@ struct clsSettingEntry
     std::variant<QString clsProgramSettings::*, qint16 clsProgramSettings::*, quint16 clsProgramSettings::*> value;
     const char* defaultText; ///< a leading "\" stands for the program folder
     bool saved;              ///< written by SaveProgramSettings
+    int low = -32768;        ///< the range of a number; one outside it counts as the nearest one inside
+    int high = 65535;
 };
 
 /// Every setting, in the order in which they are read.

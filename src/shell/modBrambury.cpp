@@ -15,6 +15,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QVersionNumber>
+#include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
 using modCommonFunctions::MsgBox;
@@ -37,9 +38,10 @@ clsDatabase& OpenDatabase()
 void Assign(clsProgramSettings& settings, const clsSettingEntry& entry, const QString& text)
 {
     if (const auto* number = std::get_if<qint16 clsProgramSettings::*>(&entry.value))
-        settings.** number = modCommonFunctions::ToInt16(text);
+        settings.*(*number) = static_cast<qint16>(
+            std::clamp<int>(modCommonFunctions::ToInt16(text), entry.low, std::min(entry.high, 32767)));
     else if (const auto* port = std::get_if<quint16 clsProgramSettings::*>(&entry.value))
-        settings.** port = modCommonFunctions::ToPort(text);
+        settings.*(*port) = modCommonFunctions::ToPort(text);
     else
         settings.*std::get<QString clsProgramSettings::*>(entry.value) = text;
 }

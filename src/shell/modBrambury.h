@@ -46,7 +46,7 @@ struct ProcessState
     clsPlatform Platform;
     clsProgramSettings Settings;
     std::unique_ptr<clsWorkspace> Workspace;
-    std::unique_ptr<clsDatabase> Database; ///< the one open database; empty while it is closed
+    std::unique_ptr<clsDatabase> Database;      ///< the one open database; empty while it is closed
     std::unique_ptr<clsFileLock> DatabaseInUse; ///< shared lock on Bramdat.use while the database is open
 
     bool Terminating = false;    ///< end without the normal closing work
@@ -58,18 +58,25 @@ struct ProcessState
     bool SessionEnding = false;  ///< end without questions, settings saved all the same: log-out, SIGTERM
     bool StopFlag = false;       ///< the Stop button was pressed; cleared by whoever starts a run
 
-    QString CurrentSite;         ///< SiteID of the selected site
-    TestSwitches Tests;          ///< of the selected site
-    QStringList StatusNames;     ///< index = status code
+    QString CurrentSite;                   ///< SiteID of the selected site
+    TestSwitches Tests;                    ///< of the selected site
+    QStringList StatusNames;               ///< index = status code
     std::vector<MessageType> MessageTypes; ///< in stored order
 };
 
 /// The one instance.
 ProcessState& State();
-inline clsPlatform& Platform() { return State().Platform; }
+inline clsPlatform& Platform()
+{
+    return State().Platform;
+}
 
 /// What the process does when the event loop is left.
-enum class Next { End, Restart };
+enum class Next
+{
+    End,
+    Restart
+};
 /// Reset by Main; set by RestartProgram. Read by the entry function after the event loop.
 Next NextStep();
 

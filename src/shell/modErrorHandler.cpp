@@ -111,6 +111,8 @@ ErrorAction modErrorHandler::ErrorHandler(const QString& module, const QString& 
     last.LastSystemError = error.SystemError();
     last.LineNumber = lineNumber;
     last.Shown = false;
+    if (error.Number() != clsError::DialogCancelled)
+        ++last.Count;
 
     const bool logged = ignoringErrors([&] { AppendToErrorLog(last); });
     const Verdict verdict = Classify(error.Number());

@@ -9,7 +9,8 @@
 #include <functional>
 
 /// What the failing routine does after the report.
-enum class ErrorAction : qint32 {
+enum class ErrorAction : qint32
+{
     Continue = 0, ///< go on with the statement after the one that failed
     Retry = 1,    ///< run the failed statement again (kept for the scheme; never returned today)
     Leave = 2,    ///< leave the routine at once
@@ -29,8 +30,9 @@ clsError AsError(const std::exception& failure);
 } // namespace modErrorHandler
 
 /// How a guarded body ended.
-enum class Guarded {
-    Done,     ///< it ran to its end
+enum class Guarded
+{
+    Done,      ///< it ran to its end
     Continued, ///< it failed, the report said: go on
     Left,      ///< it failed, the report said: leave (or end the program; AbortProgram has been called)
 };
@@ -39,5 +41,6 @@ enum class Guarded {
 /// returns is carried out (Terminate calls AbortProgram).
 Guarded guarded(const char* module, const char* routine, const std::function<void()>& body);
 
-/// For the few routines whose errors are of no interest: runs `body`, swallows a failure. @return whether it ran through.
+/// For the few routines whose errors are of no interest: runs `body`, swallows a failure. @return whether it ran
+/// through.
 bool ignoringErrors(const std::function<void()>& body);

@@ -28,7 +28,11 @@ protected:
     void changeEvent(QEvent* event) override;
 
 private:
-    enum class Look { PictureAndCaption, Caption };
+    enum class Look
+    {
+        PictureAndCaption,
+        Caption
+    };
     struct Plan
     {
         Look look = Look::PictureAndCaption;

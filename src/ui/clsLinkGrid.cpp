@@ -26,8 +26,8 @@ constexpr QChar OrderMark = u',';
 constexpr int SmallestWidth = 16;
 constexpr int LargestWidth = 4000;
 
-constexpr std::array DefaultColumns{clsLinkModel::EmailQueue, clsLinkModel::TestQueue,   clsLinkModel::Title,
-                                    clsLinkModel::HomePage,   clsLinkModel::Offers,      clsLinkModel::Status,
+constexpr std::array DefaultColumns{clsLinkModel::EmailQueue,  clsLinkModel::TestQueue, clsLinkModel::Title,
+                                    clsLinkModel::HomePage,    clsLinkModel::Offers,    clsLinkModel::Status,
                                     clsLinkModel::TestResults, clsLinkModel::Notes};
 } // namespace
 

@@ -104,12 +104,10 @@ constexpr std::array StatusStyles{u"Offer", u"Pending", u"Active", u"Broken", u"
 QIcon PictureOf(const QString& style)
 {
     static const QHash<QString, QString> names{
-        {u"Offer"_s, u"status-offer"_s},       {u"Pending"_s, u"status-pending"_s},
-        {u"Active"_s, u"status-active"_s},     {u"Broken"_s, u"status-broken"_s},
-        {u"Inactive"_s, u"status-inactive"_s}, {u"Declined"_s, u"status-declined"_s},
-        {u"GreenBall"_s, u"ball-green"_s},     {u"YellowBall"_s, u"ball-yellow"_s},
-        {u"RedBall"_s, u"ball-red"_s},         {u"Checked"_s, u"checked"_s},
-        {u"YellowFlag"_s, u"yellow-flag"_s},   {u"Notes"_s, u"notes"_s},
+        {u"Offer"_s, u"status-offer"_s},   {u"Pending"_s, u"status-pending"_s},   {u"Active"_s, u"status-active"_s},
+        {u"Broken"_s, u"status-broken"_s}, {u"Inactive"_s, u"status-inactive"_s}, {u"Declined"_s, u"status-declined"_s},
+        {u"GreenBall"_s, u"ball-green"_s}, {u"YellowBall"_s, u"ball-yellow"_s},   {u"RedBall"_s, u"ball-red"_s},
+        {u"Checked"_s, u"checked"_s},      {u"YellowFlag"_s, u"yellow-flag"_s},   {u"Notes"_s, u"notes"_s},
         {u"NoNotes"_s, u"no-notes"_s},
     };
     static QHash<QString, QIcon> pictures;
@@ -181,8 +179,8 @@ void clsLinkModel::RefreshLink(qint64 linkID)
 
 void clsLinkModel::ReadFailedRows() const
 {
-    if (m_links && m_failedBatch >= 0)
-        [[maybe_unused]] const auto rows = m_links->Rows(m_failedBatch * BatchSize, 1, Fields());
+    if (m_links && m_failedBatch >= 0) [[maybe_unused]]
+        const auto rows = m_links->Rows(m_failedBatch * BatchSize, 1, Fields());
 }
 
 clsBookmark clsLinkModel::LinkAt(int row) const
@@ -328,7 +326,8 @@ QString clsLinkModel::Spoken(int row, int column) const
 
 QVariant clsLinkModel::data(const QModelIndex& index, int role) const
 {
-    if (!checkIndex(index, CheckIndexOption::IndexIsValid | CheckIndexOption::ParentIsInvalid))
+    // The view itself asks for the current cell of an empty list, when that is to be copied.
+    if (!index.isValid() || !checkIndex(index, CheckIndexOption::ParentIsInvalid))
         return {};
     const int row = index.row();
     const int column = index.column();

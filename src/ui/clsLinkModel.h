@@ -16,7 +16,8 @@ class clsLinkModel : public QAbstractTableModel
 
 public:
     /// Columns in their stored order; Column_n is sort code n wherever a code has a field.
-    enum Column : int {
+    enum Column : int
+    {
         EmailQueue = 0,
         TestQueue,
         Title,
@@ -40,7 +41,8 @@ public:
         Category,
         ColumnCount
     };
-    enum Role : int {
+    enum Role : int
+    {
         ValueRole = Qt::UserRole, ///< the field as it is stored
         StyleRole,                ///< the cell's style name, which is also its picture's; empty: none
     };
@@ -55,7 +57,11 @@ public:
     static bool IsInternal(int column) { return NameOf(column).startsWith(u'~'); }
 
     /// Whether the rows are still the same records in the same order.
-    enum class Rows { Same, Changed };
+    enum class Rows
+    {
+        Same,
+        Changed
+    };
     /// Shows another set; null: no rows. Views keep selection and place by themselves only when the rows are the same.
     Rows SetRecordset(std::unique_ptr<clsRecordset> links);
     /// The set behind the rows; null when there is none.

@@ -36,8 +36,8 @@ void clsRowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option
     const QPalette& palette = option.palette;
     const QColor highlight = palette.color(QPalette::Active, QPalette::Highlight);
     const QColor text = palette.color(m_view.isEnabled() ? QPalette::Active : QPalette::Disabled, QPalette::Text);
-    const QColor base = palette.color(option.features.testFlag(QStyleOptionViewItem::Alternate) ? QPalette::AlternateBase
-                                                                                                : QPalette::Base);
+    const QColor base = palette.color(
+        option.features.testFlag(QStyleOptionViewItem::Alternate) ? QPalette::AlternateBase : QPalette::Base);
     const QString rowStyle = RowStyle(m_view, index.row());
     const bool selected = option.state.testFlag(QStyle::State_Selected);
     if (rowStyle == "ActiveRow"_L1) {
@@ -62,8 +62,8 @@ void clsRowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option
         const int left = shown.isEmpty() ? room.center().x() - PictureSize / 2 + 1 : room.left();
         painter->save();
         painter->setClipRect(option.rect);
-        picture.paint(painter, {left, room.center().y() - PictureSize / 2 + 1, PictureSize, PictureSize}, Qt::AlignCenter,
-                      m_view.isEnabled() ? QIcon::Normal : QIcon::Disabled);
+        picture.paint(painter, {left, room.center().y() - PictureSize / 2 + 1, PictureSize, PictureSize},
+                      Qt::AlignCenter, m_view.isEnabled() ? QIcon::Normal : QIcon::Disabled);
         painter->restore();
         room.setLeft(room.left() + PictureSize + Margin + 1);
     }

@@ -41,7 +41,12 @@ constexpr char Module[] = "frmMain";
 /// What a stored WindowTop or WindowLeft means: let the system place the window.
 constexpr int NotPlaced = -1;
 /// Values of the setting WindowState.
-enum StoredState : int { Normal = 0, Minimised = 1, Maximised = 2 };
+enum StoredState : int
+{
+    Normal = 0,
+    Minimised = 1,
+    Maximised = 2
+};
 
 /// The topic that greets a new user.
 constexpr int WelcomeTopic = 202;
@@ -225,8 +230,8 @@ void frmMain::closeEvent(QCloseEvent* event)
     const clsInside inside(*this);
     guarded(Module, "Form_QueryUnload", [this] {
         if (MayHangUp() && modCommonFunctions::MsgBox(u"Would you like to disconnect from the Internet now?"_s,
-                                                      clsDialogs::Buttons::YesNo, clsDialogs::Icon::Question) ==
-                               clsDialogs::Answer::Yes)
+                                                      clsDialogs::Buttons::YesNo,
+                                                      clsDialogs::Icon::Question) == clsDialogs::Answer::Yes)
             Platform().Connection->HangUp();
     });
     if (!State().Terminating) {

@@ -162,6 +162,6 @@ private:
     bool m_unloaded = false;
     QPoint m_frame; ///< from the corner of the frame of the normal window to that of its inside
     QTimer m_highlightTimer;
-    qint64 m_highlight = 0;     ///< the link being worked on
-    qint64 m_highlighted = 0;   ///< the link shown as such
+    qint64 m_highlight = 0;   ///< the link being worked on
+    qint64 m_highlighted = 0; ///< the link shown as such
 };

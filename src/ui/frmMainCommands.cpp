@@ -72,7 +72,8 @@ public:
 
 void frmMain::Command(const char* routine, const std::function<void()>& body)
 {
-    if (m_busy)
+    // While the end asks its last questions the window still stands, but its lists are closed.
+    if (m_busy || m_unloaded)
         return;
     const clsInside inside(*this);
     guarded(Module, routine, body);
@@ -317,8 +318,7 @@ void frmMain::SetMultipleTests()
 void frmMain::TestLinks()
 {
     // One run at a time, whichever copy of the program has started it.
-    const auto run =
-        Platform().Disk->Lock(State().Settings.DataPath + u"Bramdat.run"_s, clsDisk::Share::Exclusive);
+    const auto run = Platform().Disk->Lock(State().Settings.DataPath + u"Bramdat.run"_s, clsDisk::Share::Exclusive);
     if (!run) {
         MsgBox(u"Another link test or e-mail run is in progress on this database.  Please wait until it has ended."_s,
                clsDialogs::Buttons::OK, clsDialogs::Icon::Exclamation);

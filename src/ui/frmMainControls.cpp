@@ -312,12 +312,10 @@ QWidget* frmMain::BuildBottomPane()
     m_chkShowURL = new QCheckBox(u"Include URL in results when testing links"_s);
     m_chkShowURL->setObjectName(u"chkShowURL"_s);
     m_chkShowURL->setToolTip(u"Name pages by their address instead of their title"_s);
-    connect(m_chkShowURL, &QCheckBox::toggled, this,
-            [](bool checked) { State().Settings.ShowURL = checked ? 1 : 0; });
+    connect(m_chkShowURL, &QCheckBox::toggled, this, [](bool checked) { State().Settings.ShowURL = checked ? 1 : 0; });
 
-    constexpr std::array<ButtonInfo, 3> buttons{{{u"Save", u"Save log", "save"},
-                                                 {u"Print", u"Print log", "print"},
-                                                 {u"Clear", u"Clear log", "clear"}}};
+    constexpr std::array<ButtonInfo, 3> buttons{
+        {{u"Save", u"Save log", "save"}, {u"Print", u"Print log", "print"}, {u"Clear", u"Clear log", "clear"}}};
     auto* side = new QVBoxLayout;
     side->setSpacing(4);
     for (std::size_t i = 0; i < buttons.size(); ++i) {

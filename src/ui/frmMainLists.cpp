@@ -190,9 +190,9 @@ void frmMain::UpdateEmptyState()
         m_gridLinkList->SetEmptyState(u"There is no site yet"_s,
                                       u"Begin with your own web site: choose \"New...\" in the Sites menu."_s);
     else if (m_view >= 0)
-        m_gridLinkList->SetEmptyState(u"No link of this site has the status \"%1\""_s.arg(
-                                          State().StatusNames.value(m_view)),
-                                      u"The tab \"All\" shows the others."_s);
+        m_gridLinkList->SetEmptyState(
+            u"No link of this site has the status \"%1\""_s.arg(State().StatusNames.value(m_view)),
+            u"The tab \"All\" shows the others."_s);
     else if (m_hideInactiveDeclined->isChecked())
         m_gridLinkList->SetEmptyState(u"There are no links to show"_s,
                                       u"Choose \"New Link\" to add a partner.  Links that are inactive or declined "

@@ -15,7 +15,12 @@ class frmSetTest : public QDialog
     Q_OBJECT
 
 public:
-    enum class Choice { Select = 0, Unselect = 1, Cancel = 2 };
+    enum class Choice
+    {
+        Select = 0,
+        Unselect = 1,
+        Cancel = 2
+    };
 
     explicit frmSetTest(QWidget* parent = nullptr);
 

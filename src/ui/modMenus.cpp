@@ -36,8 +36,14 @@ const Entry FileEntries[] = {
     {10, u"E&xit", nullptr, Qt::CTRL | Qt::Key_Q},
 };
 const Entry SitesEntries[] = {
-    {0, u"&New...", "site-new"}, {1, u"&Edit...", "site-edit"},     {2, u"&Copy", "site-copy"}, {3, u"&Rename"}, {4},
-    {5, u"&Delete", "site-delete"}, {6}, {7, u"<Ca&ncel>"},
+    {0, u"&New...", "site-new"},
+    {1, u"&Edit...", "site-edit"},
+    {2, u"&Copy", "site-copy"},
+    {3, u"&Rename"},
+    {4},
+    {5, u"&Delete", "site-delete"},
+    {6},
+    {7, u"<Ca&ncel>"},
 };
 const Entry LinksEntries[] = {
     {0, u"&New...", "link-new"},
@@ -58,10 +64,21 @@ const Entry LinksEntries[] = {
     {15, u"<Ca&ncel>"},
 };
 const Entry SortEntries[] = {
-    {0, u"by Email Queue"},  {1, u"by Test Queue"}, {2, u"by Website Title"}, {3, u"by Website Description"},
-    {4, u"by Home Page"},    {5, u"by Link Page"},  {6, u"by Image File"},    {7, u"by Webmaster"},
-    {8, u"by E-mail Address"}, {9, u"by Offers"},   {10, u"by Status"},       {11, u"by Results"},
-    {12, u"by Category"},    {13},                  {14, u"Natural Order [No Sort]"},
+    {0, u"by Email Queue"},
+    {1, u"by Test Queue"},
+    {2, u"by Website Title"},
+    {3, u"by Website Description"},
+    {4, u"by Home Page"},
+    {5, u"by Link Page"},
+    {6, u"by Image File"},
+    {7, u"by Webmaster"},
+    {8, u"by E-mail Address"},
+    {9, u"by Offers"},
+    {10, u"by Status"},
+    {11, u"by Results"},
+    {12, u"by Category"},
+    {13},
+    {14, u"Natural Order [No Sort]"},
 };
 const Entry ToolsEntries[] = {
     {0, u"&E-mail Templates...", "templates"},

@@ -11,7 +11,17 @@ class QMenu;
 namespace modMenus
 {
 /// One indexed array of menu entries each.
-enum class Menu { File, Sites, Links, Sort, Tools, Help, Online, Toolbar };
+enum class Menu
+{
+    File,
+    Sites,
+    Links,
+    Sort,
+    Tools,
+    Help,
+    Online,
+    Toolbar
+};
 
 /// The name by which the entries of a menu are known: "LinkMenuElement"; an entry's object name is this, "_" and its
 /// index.

@@ -9,6 +9,7 @@ namespace modTips
 /// A partner's text as a tip shows it: as it is, even where it looks like markup.
 inline QString Plain(const QString& text)
 {
-    return text.contains(u'<') || text.contains(u'&') ? QStringLiteral("<span>%1</span>").arg(text.toHtmlEscaped()) : text;
+    return text.contains(u'<') || text.contains(u'&') ? QStringLiteral("<span>%1</span>").arg(text.toHtmlEscaped())
+                                                      : text;
 }
 } // namespace modTips

@@ -16,18 +16,21 @@
 namespace
 {
 /// What the process says to whoever started it.
-enum ExitCode : int { Done = 0, CouldNotRun = 3, InUse = 4 };
+enum ExitCode : int
+{
+    Done = 0,
+    CouldNotRun = 3,
+    InUse = 4
+};
 } // namespace
 
 int modWindow::RunWindow(clsPlatformParts& parts)
 {
     clsWindowParts with(parts, nullptr);
-    if (!parts.Installed() &&
-        guarded("modBrambury", "Main", [&] { parts.LayDown(false); }) != Guarded::Done)
+    if (!parts.Installed() && guarded("modBrambury", "Main", [&] { parts.LayDown(false); }) != Guarded::Done)
         return CouldNotRun;
 
-    const auto instance =
-        modPlatformImpl::MakeInstance(parts.ProgramFolder(), [&] { with.Windows.RaiseMain(); });
+    const auto instance = modPlatformImpl::MakeInstance(parts.ProgramFolder(), [&] { with.Windows.RaiseMain(); });
     modBrambury::State().Platform.Instance = instance.get();
     const clsEndRequests endRequests([&] { with.Windows.EndSession(); });
 

@@ -20,6 +20,7 @@ using namespace Qt::Literals::StringLiterals;
 namespace
 {
 constexpr int LinkCount = 8;
+constexpr int Findings = 1;
 constexpr int Failed = 3;
 
 QByteArray ReadAll(const QString& path)
@@ -90,7 +91,6 @@ private Q_SLOTS:
     void NotTheDatabase();
     void SettingsThatDoNotConvert_data();
     void SettingsThatDoNotConvert();
-    void WindowKeepsSettings();
     void WindowWithoutItsDatabase();
     void StandardOutputFails();
     void cleanup() { m_failed = m_failed || QTest::currentTestFailed(); }
@@ -171,18 +171,18 @@ void tst_fault::WritesFailInRun()
 
 void tst_fault::PageFileCannotBeWritten()
 {
-    // What fails on this side is no verdict on the partner.
+    // A page that cannot be kept counts as one that could not be had; the run goes on without a box.
     QFETCH(const QString, kind);
     suiteQueue queue(LinkCount);
-    const suiteQueue::Links before = queue.Read();
     suiteProgram program(queue.Home());
     program.SetFault(kind, 2, queue.Home() + u"/$$$http.tmp"_s);
     const programRun run = program.Run({u"test"_s});
     ++m_faults;
     ++m_reported;
-    const QString losses = queue.Losses(before, queue.Read());
-    QVERIFY2(losses.isEmpty(), losses.toUtf8() + run.Story());
-    QVERIFY2(run.code == Failed && !run.err.isEmpty(), run.Story());
+    QVERIFY2(run.code == Findings && run.err.isEmpty(), run.Story());
+    QVERIFY2(run.out.contains("Unknown Error") && run.out.contains("END LINK TEST SESSION"), run.Story());
+    const suiteQueue::Links links = queue.Read();
+    QVERIFY(std::none_of(links.cbegin(), links.cend(), [](const suiteQueue::Link& link) { return link.queued; }));
 }
 
 void tst_fault::WritesFailInQueueChange()
@@ -463,10 +463,11 @@ void tst_fault::NotTheDatabase()
         QVERIFY2(!run.hung && !run.killed && run.code <= Failed, story);
         // Told or done: never half of both.
         QVERIFY2(run.code == Failed ? !run.err.isEmpty() : !ToldError(run), run.err + story);
-        if (run.code == Failed || readsOnly)
+        // Without the message types the links can still be tested: the error is told, and the work is done.
+        const bool workable = damage.contains(u"tblMailType"_s);
+        if ((run.code == Failed && !workable) || readsOnly)
             QVERIFY2(ReadAll(path) == damaged, story);
-        if (run.code != Failed)
-            WriteAll(path, damaged);
+        WriteAll(path, damaged);
         failed += run.code == Failed ? 1 : 0;
         named = named || run.err.contains("Error Number: \t" + QByteArray::number(error));
         // A run that has begun says where it ended.
@@ -511,27 +512,6 @@ void tst_fault::SettingsThatDoNotConvert()
         }
         QCOMPARE(ReadAll(file), settings); // what is there can still be put right
     }
-}
-
-void tst_fault::WindowKeepsSettings()
-{
-    // One bad value must not cost the others when the window saves them at its end.
-    suiteQueue queue(2);
-    const QString file = queue.Home() + u"/Brambury.ini"_s;
-    WriteAll(file, "[Brambury]\nGeneral\\DaysToReminder=often\nGeneral\\DefaultEmail=me@example.org\n");
-    suiteProgram window(queue.Home());
-    window.Start({});
-    QTRY_VERIFY2_WITH_TIMEOUT(ReadAll(queue.Home() + u"/Error.log"_s).contains("\"13\""), "the error was not logged",
-                              20000);
-    QTRY_VERIFY2_WITH_TIMEOUT(!queue.HeldLocks().isEmpty(), "the database was not opened", 20000);
-    window.Process().terminate();
-    const programRun run = window.Finish();
-    ++m_faults;
-    ++m_reported;
-    QVERIFY2(!run.hung && !run.killed, run.Story());
-    const QByteArray saved = ReadAll(file);
-    QVERIFY2(saved.contains("WindowWidth"), saved);
-    QVERIFY2(saved.contains("me@example.org"), saved);
 }
 
 void tst_fault::WindowWithoutItsDatabase()

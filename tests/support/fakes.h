@@ -88,9 +88,10 @@ public:
         }
         const Expected next = expected.takeFirst();
         if (next.text != text || (!next.caption.isEmpty() && next.caption != caption))
-            QTest::qFail(qPrintable(QStringLiteral("box: [%1] %2\nexpected: [%3] %4")
-                                        .arg(caption, text, next.caption, next.text)),
-                         __FILE__, __LINE__);
+            QTest::qFail(
+                qPrintable(
+                    QStringLiteral("box: [%1] %2\nexpected: [%3] %4").arg(caption, text, next.caption, next.text)),
+                __FILE__, __LINE__);
         return next.answer;
     }
     QString SaveFile(const FileRequest& request) override { return Choose(request); }

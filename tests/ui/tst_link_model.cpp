@@ -38,8 +38,8 @@ void tst_link_model::styles_data()
     QTest::addColumn<QString>("shown");
     QTest::addColumn<QString>("spoken");
     using M = clsLinkModel;
-    const auto row = [](const char* name, const QString& field, const QVariant& value, int column,
-                        const QString& style, const QString& shown, const QString& spoken) {
+    const auto row = [](const char* name, const QString& field, const QVariant& value, int column, const QString& style,
+                        const QString& shown, const QString& spoken) {
         QTest::newRow(name) << field << value << column << style << shown << spoken;
     };
     row("queued for mail", u"EmailQueue"_s, 1, M::EmailQueue, u"Checked"_s, {}, u"Queued for e-mail"_s);

@@ -131,9 +131,9 @@ void tst_main_window::noSite()
     }
     program.dialogs.Expect(u"You must create a site before adding a new link."_s);
     program.Trigger(u"LinkMenuElement_0"_s);
-    for (const auto& name : {u"LinkMenuElement_1"_s, u"LinkMenuElement_2"_s, u"LinkMenuElement_4"_s,
-                             u"LinkMenuElement_6"_s, u"LinkMenuElement_7"_s, u"LinkMenuElement_9"_s,
-                             u"LinkMenuElementSub_2"_s, u"LinkMenuElementSub_14"_s}) {
+    for (const auto& name :
+         {u"LinkMenuElement_1"_s, u"LinkMenuElement_2"_s, u"LinkMenuElement_4"_s, u"LinkMenuElement_6"_s,
+          u"LinkMenuElement_7"_s, u"LinkMenuElement_9"_s, u"LinkMenuElementSub_2"_s, u"LinkMenuElementSub_14"_s}) {
         program.dialogs.Expect(u"There are no links available."_s);
         program.Trigger(name);
     }
@@ -152,9 +152,8 @@ void tst_main_window::firstLook()
     frmMain& window = program.Open();
     QCOMPARE(window.windowTitle(), u"Brambury    [Site: Shop]"_s);
     QCOMPARE(window.size(), QSize(632, 437));
-    QCOMPARE(ShownColumns(program.Grid()),
-             (QStringList{u"*EmailQueue"_s, u"*TestQueue"_s, u"Title"_s, u"HomePage"_s, u"*Offers"_s, u"*Status"_s,
-                          u"*TestResults"_s, u"Notes"_s}));
+    QCOMPARE(ShownColumns(program.Grid()), (QStringList{u"*EmailQueue"_s, u"*TestQueue"_s, u"Title"_s, u"HomePage"_s,
+                                                        u"*Offers"_s, u"*Status"_s, u"*TestResults"_s, u"Notes"_s}));
     // Inactive and declined links are hidden at first.
     QCOMPARE(program.Counter(), u"[ 5 link(s) in current view ]"_s);
     QCOMPARE(program.Grid().Links().index(4, M::Category).data().toString(), u"Gardens"_s);
@@ -434,10 +433,14 @@ void tst_main_window::keysAndMenus()
         QTest::keyClick(&sites, key);
 
     // The buttons below the list stand for entries in another order than theirs.
-    const QStringList buttons{u"Adding links"_s,   u"Editing links"_s,
-                              u"Deleting links"_s, u"Choosing e-mail messages"_s,
-                              {},                  u"Changing the status of links"_s,
-                              {},                  u"The legend"_s};
+    const QStringList buttons{u"Adding links"_s,
+                              u"Editing links"_s,
+                              u"Deleting links"_s,
+                              u"Choosing e-mail messages"_s,
+                              {},
+                              u"Changing the status of links"_s,
+                              {},
+                              u"The legend"_s};
     for (int i = 0; i < buttons.size(); ++i) {
         if (buttons[i].isEmpty())
             continue;
@@ -558,9 +561,8 @@ void tst_main_window::setMultipleTests()
     program.Fill();
     program.Open();
     const auto answer = [](const QString& button) {
-        QTimer::singleShot(0, qApp, [button] {
-            QApplication::activeModalWidget()->findChild<QPushButton*>(button)->click();
-        });
+        QTimer::singleShot(0, qApp,
+                           [button] { QApplication::activeModalWidget()->findChild<QPushButton*>(button)->click(); });
     };
     answer(u"buttonLinks_2"_s);
     program.Trigger(u"LinkMenuElement_8"_s);
@@ -723,7 +725,8 @@ void tst_main_window::runElsewhere()
     clsTestWindow program;
     program.Fill();
     program.Open();
-    const auto other = program.disk->Lock(program.installation.DataPath() + u"Bramdat.run"_s, clsDisk::Share::Exclusive);
+    const auto other =
+        program.disk->Lock(program.installation.DataPath() + u"Bramdat.run"_s, clsDisk::Share::Exclusive);
     QVERIFY(other);
     program.dialogs.Expect(u"Another link test or e-mail run is in progress on this database.  Please wait until it "
                            "has ended."_s);
