@@ -2,7 +2,6 @@
 // test and queue: the link test run, and which links it will visit.
 #include "cli/clsCommandSession.h"
 #include "cli/clsConsoleLog.h"
-#include "cli/clsStopSignals.h"
 #include "cli/modCommands.h"
 #include "cli/modConsole.h"
 #include "data/modSites.h"
@@ -10,6 +9,7 @@
 #include "linktest/modTestQueue.h"
 #include "platform/clsDatabase.h"
 #include "platform/clsDisk.h"
+#include "platform/impl/clsEndSignals.h"
 #include "shell/modBrambury.h"
 #include "shell/modCommonFunctions.h"
 
@@ -52,7 +52,7 @@ ExitCode Test(const clsCommandSession& session, const QString& siteID)
 {
     modBrambury::ProcessState& state = modBrambury::State();
     state.StopFlag = false;
-    const clsStopSignals signals([&state] { state.StopFlag = true; });
+    const clsEndSignals signals([&state] { state.StopFlag = true; });
 
     if (const ExitCode located = session.LocateDatabase(); located != ExitCode::Done)
         return located;

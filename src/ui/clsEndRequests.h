@@ -2,22 +2,19 @@
 // Hears the system ask the program to end: signals to end, and the end of the desktop session.
 #pragma once
 
+#include "platform/impl/clsEndSignals.h"
+
 #include <QObject>
-#include <functional>
 
-class QSocketNotifier;
-
-/// One at a time. While it lives SIGTERM, SIGINT and SIGHUP no longer kill the process.
+/// One at a time.
 class clsEndRequests : public QObject
 {
     Q_OBJECT
 
 public:
     /// @param asked  called from the event loop, once for each request.
-    explicit clsEndRequests(std::function<void()> asked);
-    ~clsEndRequests() override;
+    explicit clsEndRequests(const std::function<void()>& asked);
 
 private:
-    std::function<void()> m_asked;
-    QSocketNotifier* m_notifier = nullptr;
+    clsEndSignals m_signals;
 };
