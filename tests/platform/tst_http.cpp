@@ -768,6 +768,5 @@ private:
     QTemporaryDir m_keys;
 };
 
-Q_DECLARE_METATYPE(serverReply)
 QTEST_GUILESS_MAIN(tst_http)
 #include "tst_http.moc"
