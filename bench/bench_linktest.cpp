@@ -5,8 +5,9 @@
 #include "linktest/clsHTTP.h"
 #include "partner_server.h"
 #include "support/program.h"
+#include "ui/main_window_fixture.h"
 
-#include <QCoreApplication>
+#include <QApplication>
 #include <QElapsedTimer>
 #include <QHash>
 #include <QProcess>
@@ -208,9 +209,8 @@ private:
     double m_longest = 0;
 };
 
-void FillDatabase(const Web& web, int links)
+void FillDatabase(clsDatabase& database, const Web& web, int links)
 {
-    clsDatabase& database = *modBrambury::State().Database;
     clsTransaction transaction(database);
     const auto sites = database.OpenRecordset(u"tblSites"_s);
     sites->AddNew();
@@ -219,6 +219,9 @@ void FillDatabase(const Web& web, int links)
     sites->SetField(u"HomePage"_s, QLatin1String(partnerServer::OwnHome));
     sites->SetField(u"LinkPage"_s, QString::fromStdString(partnerServer::OwnPage(web)));
     sites->SetField(u"ImageFile"_s, u"own-banner.gif"_s);
+    for (const QString& test : {u"TestForMyLinkAtRecipSite"_s, u"TestForMyImageAtRecipSite"_s,
+                                u"TestForRecipLinkAtMySite"_s, u"TestForRecipImageAtMySite"_s})
+        sites->SetField(test, true);
     sites->Update();
     const auto list = database.OpenRecordset(u"tblLinkList"_s);
     for (int i = 0; i < links; ++i) {
@@ -241,7 +244,7 @@ Figures RunLinkTest(const Web& web, int links, int simultaneous)
     state.Settings.Timeout = TimeoutSeconds;
     state.Settings.PlaySoundComplete.clear();
     state.Settings.SimultaneousDownloads = static_cast<qint16>(simultaneous);
-    FillDatabase(web, links);
+    FillDatabase(*state.Database, web, links);
     state.CurrentSite = u"Own"_s;
     state.Tests = {true, true, true, true};
 
@@ -259,6 +262,25 @@ Figures RunLinkTest(const Web& web, int links, int simultaneous)
     heartbeat.AddTo(figures);
     figures[u"failed"_s] = static_cast<double>(test.FailedLinks());
     figures[u"done"_s] = test.LastEnding() == clsHTTP::Ending::Done ? 1 : 0;
+    return figures;
+}
+
+/// The same run from the main window's button, drawn as a user sees it.
+Figures RunInWindow(const Web& web, int links)
+{
+    clsTestWindow window;
+    FillDatabase(*window.opened, web, links);
+    window.Set(u"Network"_s, u"Timeout"_s, QString::number(TimeoutSeconds));
+    window.Set(u"General"_s, u"PlaySoundComplete"_s, u"No"_s);
+    frmMain& main = window.Open();
+    main.resize(1040, 720);
+    QCoreApplication::processEvents();
+    const Heartbeat heartbeat;
+    const Meter meter;
+    window.Trigger(u"ServicesMenuElement_2"_s);
+    Figures figures = meter.Report();
+    heartbeat.AddTo(figures);
+    figures[u"done"_s] = main.ResultsLog()->Text().contains(u"END LINK TEST SESSION"_s) ? 1 : 0;
     return figures;
 }
 
@@ -382,6 +404,13 @@ int Table()
         Row(out, u"peak memory: MB"_s, number(test[u"peak"_s], 0), u"60"_s);
         Row(out, u"turns of the event loop under 50 ms: %"_s, number(test[u"turnsUnder50"_s]), u"99.9"_s);
         Row(out, u"longest turn: ms"_s, number(test[u"longestTurn"_s], 1));
+        const Figures window = Measure(u"window"_s, web, {QString::number(web.partners)});
+        if (window[u"done"_s] != 1)
+            qFatal("the run in the window did not come to its end");
+        Row(out, u"in the window: wall / CPU s"_s, number(window[u"wall"_s]) + u" / "_s + number(window[u"cpu"_s]));
+        Row(out, u"in the window: peak memory: MB"_s, number(window[u"peak"_s], 0), u"150"_s);
+        Row(out, u"in the window: turns under 50 ms: %"_s, number(window[u"turnsUnder50"_s]), u"99.9"_s);
+        Row(out, u"in the window: longest turn: ms"_s, number(window[u"longestTurn"_s], 1));
     }
     double perLink[2] = {};
     double cpuPerLink[2] = {};
@@ -411,8 +440,12 @@ int Table()
 
 int main(int argc, char** argv)
 {
-    QCoreApplication application(argc, argv);
-    const QStringList arguments = application.arguments();
+    const bool inWindow = argc > 1 && QByteArrayView(argv[1]) == "window";
+    if (inWindow)
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    const std::unique_ptr<QCoreApplication> application(inWindow ? new QApplication(argc, argv)
+                                                                 : new QCoreApplication(argc, argv));
+    const QStringList arguments = QCoreApplication::arguments();
     if (arguments.size() == 1)
         return Table();
     const auto number = [&](int index) { return arguments.value(index).toInt(); };
@@ -424,6 +457,8 @@ int main(int argc, char** argv)
         Print(RunBare(web));
     else if (mode == u"test"_s)
         Print(RunLinkTest(web, number(6), number(7)));
+    else if (mode == u"window"_s)
+        Print(RunInWindow(web, number(6)));
     else if (mode == u"log"_s)
         Print(RunLog(number(6)));
     else
