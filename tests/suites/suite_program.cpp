@@ -111,7 +111,7 @@ suiteQueue::suiteQueue(int links)
         case 3:
             return serverReply().Close();
         default:
-            return serverReply::Page(withLink).After(std::chrono::milliseconds(1 + partner % 7));
+            return serverReply::Page(withLink).After(std::chrono::milliseconds(15 + 10 * (partner % 5)));
         }
     });
     QFile file(DatabasePath());
