@@ -136,6 +136,7 @@ void modIO::clsTableWriter::JsonRow(const std::vector<QVariant>& values)
 void modIO::clsTableWriter::PeopleRow(const std::vector<QVariant>& values)
 {
     std::vector<Cell> cells;
+    cells.reserve(values.size());
     for (const QVariant& value : values)
         cells.push_back({OnOneLine(AsText(value)), IsNumber(value)});
     m_cells.push_back(std::move(cells));

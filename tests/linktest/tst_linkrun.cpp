@@ -119,7 +119,7 @@ void tst_linkrun::MixedRun()
     m_fixture->AddSite({{u"SiteID"_s, u"Farm"_s},
                         {u"SiteName"_s, QVariant()},
                         {u"HomePage"_s, u"http://Farm.example/"_s},
-                        {u"LinkPage"_s, url("/farm/links")},
+                        {u"LinkPage"_s, url("/deep/links")},
                         {u"ImageFile"_s, QVariant()}});
     m_server->Answer("/shop/links.htm", serverReply::Page(Html({"http://www.bob.example/", "http://carl.example/",
                                                                 "http://www.dora.example", "http://www.dora.example/",
@@ -128,7 +128,7 @@ void tst_linkrun::MixedRun()
                                                                 "http://www.nell.example/", "http://www.pia.example/"},
                                                                {"top.gif", "bob.gif", "pia.gif"})));
     m_server->Answer(
-        "/farm/links/",
+        "/deep/links/",
         serverReply::Page(Html({"http://10.1.2.3/x/", "http://kim.example/", "http://max.example/"}, {"kim.gif"})));
 
     struct Partner
@@ -251,19 +251,19 @@ void tst_linkrun::MixedRun()
   * Current site: Farm
     * Searching S/jan.htm for a reference to http://farm.example/
         Located link http://farm.example/ at S/jan.htm
-    * Searching S/farm/links/ for a reference to http://www.jan.example/x/
-        Located link http://www.jan.example/x/ at S/farm/links/
+    * Searching S/deep/links/ for a reference to http://www.jan.example/x/
+        Located link http://www.jan.example/x/ at S/deep/links/
     * Searching S/kim.htm for a reference to http://farm.example/
         Located link http://farm.example/ at S/kim.htm
-    * Searching S/farm/links/ for a reference to http://kim.example/
-        Located link http://kim.example/ at S/farm/links/
-        Could not locate reference to image file kim.gif at S/farm/links/
+    * Searching S/deep/links/ for a reference to http://kim.example/
+        Located link http://kim.example/ at S/deep/links/
+        Could not locate reference to image file kim.gif at S/deep/links/
     * Searching S/lea.htm for a reference to http://farm.example/
         Located link http://farm.example/ at S/lea.htm
     * Searching S/max.htm for a reference to http://farm.example/
     * Unknown Error
-    * Searching S/farm/links/ for a reference to http://max.example/
-        Located link http://max.example/ at S/farm/links/
+    * Searching S/deep/links/ for a reference to http://max.example/
+        Located link http://max.example/ at S/deep/links/
   * Current site: Ann's Shop
     * Searching S/nell.htm for a reference to http://www.shop.example/
         Located link http://www.shop.example/ at S/nell.htm
@@ -296,7 +296,7 @@ END LINK TEST SESSION - Monday, January 5, 2026 at 03:07 PM)"_s;
     QCOMPARE(m_fixture->failed, 9);
     // The own pages were needed for every link and asked for once.
     QCOMPARE(m_server->Count("/shop/links.htm"), 1);
-    QCOMPARE(m_server->Count("/farm/links/"), 1);
+    QCOMPARE(m_server->Count("/deep/links/"), 1);
     // The page file holds the last page; nothing is left open.
     QVERIFY(QFile::exists(modBrambury::FolderPath(u"\\$$$http.tmp"_s)));
     QTRY_COMPARE(m_server->OpenConnections(), 0);

@@ -13,8 +13,10 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace
 {
-constexpr qsizetype MostUnreadBytes = 64 * 1024 * 1024;
-constexpr qsizetype MostKeptBytes = 16 * 1024 * 1024;
+constexpr qsizetype MostUnreadBytes = qsizetype{64} * 1024 * 1024;
+/// How many of the coming pages are parsed before their turn.
+constexpr std::ptrdiff_t MostParsedAhead = 32;
+constexpr qsizetype MostKeptBytes = qsizetype{4} * 1024 * 1024;
 constexpr int PredictionsAtOnce = 64; ///< asking for predictions costs its giver time, which the window needs too
 } // namespace
 
@@ -31,10 +33,11 @@ struct clsCurlHTTPControl::Page : std::enable_shared_from_this<Page>
     QByteArray key; ///< all that the answer may depend on; empty for an address that cannot be requested
     State state = State::Waiting;
     std::unique_ptr<clsHTTPTransfer> transfer;
+    std::shared_ptr<Content> unparsed; ///< downloaded, not given to the parser yet
     clsWorker::Ticket parsing;
     std::shared_ptr<const Content> content; ///< until it has arrived: what the address held before
     int code = 0;
-    QElapsedTimer sinceArrival;
+    QElapsedTimer sinceArrival; ///< since its download ended
     qsizetype bytes = 0;
     int users = 0;      ///< predictions, and being the current page
     bool asked = false; ///< it was the current page when it was there: its file is written
@@ -107,7 +110,7 @@ clsCurlHTTPControl::PagePtr clsCurlHTTPControl::PageFor(const clsPageRequest& re
     page->key = address.url + '\n' + proxy.url + '\n' + request.headers.toUtf8();
     if (const PagePtr known = m_byAddress.value(page->key)) {
         TakeFromKept(known);
-        const bool fresh = known->state != Page::State::Arrived || !known->sinceArrival.hasExpired(m_shareFor.count());
+        const bool fresh = !known->sinceArrival.isValid() || !known->sinceArrival.hasExpired(m_shareFor.count());
         if (fresh && ReadsAhead()) {
             ++known->users;
             return known;
@@ -154,6 +157,7 @@ void clsCurlHTTPControl::Abandon(const PagePtr& page)
 {
     page->transfer.reset();
     page->parsing.Abandon();
+    page->unparsed.reset();
     std::erase(m_waiting, page);
     std::erase(m_underWay, page);
     Forget(page);
@@ -263,6 +267,7 @@ void clsCurlHTTPControl::Parse(const PagePtr& page)
 {
     auto content = std::make_shared<Content>();
     content->body = page->transfer->TakeBody();
+    content->body.squeeze();
     content->charset = page->transfer->Charset();
     content->url = page->transfer->Url();
     page->transfer.reset();
@@ -273,9 +278,29 @@ void clsCurlHTTPControl::Parse(const PagePtr& page)
         return;
     }
     page->state = Page::State::Parsing;
+    page->sinceArrival.start();
     SetBytes(*page, content->Bytes());
+    page->unparsed = std::move(content);
+    ParseAhead();
+}
+
+/// Parses the pages whose turn comes soon. The lists of a page take more room than the page, so those that wait far
+/// behind a partner who does not answer wait unparsed.
+void clsCurlHTTPControl::ParseAhead()
+{
+    if (m_current && m_current->unparsed)
+        GiveToParser(m_current);
+    const auto end = m_predicted.cbegin() + std::min(MostParsedAhead, std::ssize(m_predicted));
+    for (auto next = m_predicted.cbegin(); next != end; ++next) {
+        if (next->page->unparsed)
+            GiveToParser(next->page);
+    }
+}
+
+void clsCurlHTTPControl::GiveToParser(const PagePtr& page)
+{
     page->parsing = m_worker.Give(
-        [content] {
+        [content = std::exchange(page->unparsed, nullptr)] {
             content->lists = std::make_shared<const clsPageLists>(
                 clsPageParser::Parse(content->body, content->charset, content->url));
             return content;
@@ -292,7 +317,8 @@ void clsCurlHTTPControl::Arrived(const PagePtr& page, int code)
 {
     page->state = Page::State::Arrived;
     page->code = code;
-    page->sinceArrival.start();
+    if (!page->sinceArrival.isValid())
+        page->sinceArrival.start();
     SetBytes(*page, page->content ? page->content->Bytes() : Content().Bytes());
     if (page == m_current)
         Deliver();
@@ -354,6 +380,7 @@ bool clsCurlHTTPControl::Connect(const clsPageRequest& request, const QString& l
     }
     m_current = page;
     m_connected = true;
+    ParseAhead();
     if (page->state == Page::State::Waiting)
         StartNow(page);
     SetServerActive(true);

@@ -71,6 +71,8 @@ private:
     void PutOff(const PagePtr& page);
     void HopEnded(const PagePtr& page, clsHTTPTransfer::Hop hop);
     void Parse(const PagePtr& page);
+    void ParseAhead();
+    void GiveToParser(const PagePtr& page);
     void Arrived(const PagePtr& page, int code);
     void Deliver();
     [[nodiscard]] int WriteLocalFile(const QByteArray& body);

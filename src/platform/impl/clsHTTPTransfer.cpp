@@ -11,7 +11,7 @@ using std::chrono::milliseconds;
 namespace
 {
 /// A redirect's own short text is read, so that its connection can be used again; a long one is not worth it.
-constexpr qsizetype MostUnusedBytes = 16 * 1024;
+constexpr qsizetype MostUnusedBytes = qsizetype{16} * 1024;
 
 bool IsRedirect(long status)
 {
