@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // What the link list asks of the database, with 100,000 links of one site: milliseconds, and how often each fits into
 // the 0.3 seconds that a user takes for "at once".
+#include "data/modLinks.h"
+#include "linktest/modTestQueue.h"
 #include "support/installation.h"
 
 #include <QCoreApplication>
@@ -108,8 +110,18 @@ void MeasureAll(const clsTestInstallation& installation)
             links->MoveNext();
         }
     });
+    std::vector<qint64> chosen; // every tenth link, scattered over the whole file
+    for (qint64 position = 0; position < Links; position += 10)
+        chosen.push_back(links->BookmarkAt(position));
+    Measure(u"queue 10,000 scattered links"_s, [&] {
+        modLinks::SetFields(database, chosen, {{u"TestQueue"_s, true}});
+    });
+    Measure(u"change the status of 10,000"_s, [&] { modLinks::SetFields(database, chosen, {{u"Status"_s, 4}}); });
+    Measure(u"turn the queue flag of 10,000 round"_s, [&] { modTestQueue::Toggle(database, chosen); });
     Out() << "peak memory so far " << QString::number(PeakMemory(), 'f', 1) << " MiB\n";
     Measure(u"read every row, all columns shown"_s, [&] { (void)links->Rows(0, Links, shown); });
+    Measure(u"delete 10,000 links"_s, [&] { modLinks::Delete(database, chosen); });
+    Measure(u"take 10,000 out of the list"_s, [&] { links->Forget(chosen); });
 }
 } // namespace
 

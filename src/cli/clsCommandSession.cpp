@@ -33,8 +33,7 @@ ExitCode clsCommandSession::Run(const std::function<ExitCode(clsCommandSession&)
     ExitCode code = ExitCode::Failed;
     const int errorsBefore = clsErrorHandler::Instance().Count;
     const Guarded ending = guarded("modCommandLine", "RunCommandLine", [&] { code = command(*this); });
-    if (ending != Guarded::Done)
-        TellHiddenError();
+    modErrorHandler::TellHiddenErrors();
     if (ending != Guarded::Done || State().Terminating)
         return ExitCode::Failed;
     // A command may go on after an error, but it has not ended well.
@@ -44,10 +43,7 @@ ExitCode clsCommandSession::Run(const std::function<ExitCode(clsCommandSession&)
 
 ExitCode clsCommandSession::LocateDatabase() const
 {
-    const int errorsBefore = clsErrorHandler::Instance().Count;
     modBrambury::LoadProgramSettings();
-    if (clsErrorHandler::Instance().Count > errorsBefore)
-        TellHiddenError();
     return modBrambury::LocateDatabase() ? ExitCode::Done : ExitCode::Failed;
 }
 
@@ -58,16 +54,7 @@ ExitCode clsCommandSession::OpenDatabase() const
         return ExitCode::Done;
     if (modDBFunctions::LastUse() == modDBFunctions::Use::InUse)
         return ExitCode::InUse;
-    TellHiddenError();
     return ExitCode::Failed;
-}
-
-void clsCommandSession::TellHiddenError()
-{
-    clsErrorHandler& last = clsErrorHandler::Instance();
-    if (!last.Shown)
-        modConsole::ErrorLine(last.Description);
-    last.Shown = true;
 }
 
 clsDatabase& clsCommandSession::Database()

@@ -37,8 +37,6 @@ public:
     /// The database that OpenDatabase has opened.
     [[nodiscard]] static clsDatabase& Database();
 
-    /// Some errors are for Error.log alone; a command that fails by one must say why all the same.
-    static void TellHiddenError();
     /// Tells the user why nothing was done.
     static ExitCode Refuse(const QString& reason);
     /// The same, for what another process holds.

@@ -16,6 +16,12 @@ public:
     /// There are no file dialogs here. @throws clsError DialogCancelled, always.
     [[nodiscard]] QString SaveFile(const FileRequest& request) override;
     [[nodiscard]] QString OpenFile(const FileRequest& request) override;
+    /// Commands take every text from their words: cancelled, always.
+    [[nodiscard]] QString InputBox(const QString& /*prompt*/, const QString& /*title*/,
+                                   const QString& /*offered*/) override
+    {
+        return {};
+    }
 
 private:
     [[nodiscard]] Answer AnswerOf(Buttons buttons) const;

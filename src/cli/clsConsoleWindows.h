@@ -18,6 +18,7 @@ public:
     /// Writes message and details to the error stream.
     void ShowError(ErrorIcon icon, const QString& message, const QString& details) override;
     bool ShowBackupRestore() override { return false; }
-    bool ShowHelp(int) override { return false; }
+    void SetHelpFile(const QString&) override {}
+    void ShowHelp(int) override {}
     bool ShowTips() override { return false; }
 };

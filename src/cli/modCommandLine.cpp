@@ -53,6 +53,10 @@ void Describe(CLI::App& app, Wish& wish)
     modCommands::AddInit(app, wish.command);
     modCommands::AddRuns(app, wish.command);
     modCommands::AddTables(app, wish.command);
+    modCommands::AddSite(app, wish.command);
+    modCommands::AddLink(app, wish.command);
+    modCommands::AddCategory(app, wish.command);
+    modCommands::AddImport(app, wish.command);
     modCommands::AddSettings(app, wish.command);
     CLI::App* pictures = app.add_subcommand("pictures", "Render the windows to PNG files, without a display");
     pictures->add_option("folder", wish.pictures, "Folder that receives the files")->required()->type_name("DIR");

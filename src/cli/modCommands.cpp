@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "cli/modCommands.h"
 
+#include "cli/clsCommandSession.h"
 #include "shell/modBrambury.h"
 
 #include <CLI/CLI.hpp>
@@ -12,6 +13,35 @@ using namespace Qt::Literals::StringLiterals;
 QString modCommands::Word::Text() const
 {
     return option->count() == 0 ? QString() : u""_s + QString::fromLocal8Bit(text.data(), std::ssize(text));
+}
+
+void modCommands::AddForms(CLI::App& command, Forms& forms)
+{
+    CLI::Option* json =
+        command.add_flag("--json", forms.json, "An array of objects, every field keyed by its column name");
+    command.add_flag("--csv", forms.csv, "A heading line and one line a record, every field (RFC 4180)")
+        ->excludes(json);
+}
+
+void modCommands::AddSiteName(CLI::App& command, Word& site)
+{
+    site.option = command.add_option("--site", site.text, "The site")->required()->type_name("SITEID");
+}
+
+CLI::Option* modCommands::AddAssignments(CLI::App& command, std::vector<std::string>& words)
+{
+    return command.add_option("fields", words, "Columns and what they are given; letter case of columns is ignored")
+        ->type_name("Column=value");
+}
+
+clsCommand modCommands::InDatabase(std::function<ExitCode(clsDatabase&)> body)
+{
+    return [body = std::move(body)](clsCommandSession& session) {
+        ExitCode code = session.LocateDatabase();
+        if (code == ExitCode::Done)
+            code = session.OpenDatabase();
+        return code == ExitCode::Done ? body(clsCommandSession::Database()) : code;
+    };
 }
 
 QSet<int> modCommands::StatusCodes(const Word& names)

@@ -3,14 +3,17 @@
 #pragma once
 
 #include "cli/modExitCode.h"
+#include "publish/modIO.h"
 
 #include <QSet>
 #include <QString>
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 class clsCommandSession;
+class clsDatabase;
 namespace CLI
 {
 class App;
@@ -26,6 +29,10 @@ namespace modCommands
 void AddInit(CLI::App& app, clsCommand& chosen);     ///< init
 void AddRuns(CLI::App& app, clsCommand& chosen);     ///< test, queue
 void AddTables(CLI::App& app, clsCommand& chosen);   ///< sites, links, categories, templates
+void AddSite(CLI::App& app, clsCommand& chosen);     ///< site
+void AddLink(CLI::App& app, clsCommand& chosen);     ///< link
+void AddCategory(CLI::App& app, clsCommand& chosen); ///< category
+void AddImport(CLI::App& app, clsCommand& chosen);   ///< links import; to be called after AddTables
 void AddSettings(CLI::App& app, clsCommand& chosen); ///< settings
 
 /// A word of the command line that may be absent.
@@ -36,6 +43,24 @@ struct Word
     /// Null when it was not given; an empty word is not Null.
     [[nodiscard]] QString Text() const;
 };
+/// Which form of a table is wanted.
+struct Forms
+{
+    bool json = false;
+    bool csv = false;
+    [[nodiscard]] modIO::TableForm Form() const
+    {
+        return json ? modIO::TableForm::Json : csv ? modIO::TableForm::Csv : modIO::TableForm::People;
+    }
+};
+/// Adds --json and --csv to a command. @param forms  must live as long as `command`.
+void AddForms(CLI::App& command, Forms& forms);
+/// Adds the site that a command changes, which has to be named. @param site  must live as long as `command`.
+void AddSiteName(CLI::App& command, Word& site);
+/// Adds Column=value... to a command. @param words  must live as long as `command`.
+CLI::Option* AddAssignments(CLI::App& command, std::vector<std::string>& words);
+/// A command that opens the database, or says why it cannot, and works in it.
+[[nodiscard]] clsCommand InDatabase(std::function<ExitCode(clsDatabase&)> body);
 /// The status codes of a list of names, "active,broken". @throws CLI::ValidationError for a name that is none.
 [[nodiscard]] QSet<int> StatusCodes(const Word& names);
 } // namespace modCommands

@@ -75,24 +75,18 @@ ExitCode Test(const clsCommandSession& session, const QString& siteID)
                   .Database = state.Database.get(),
                   .MakeEngine = {}});
     test.CheckLinks();
-    if (test.LastEnding() == clsHTTP::Ending::Failed)
-        clsCommandSession::TellHiddenError();
     return CodeOf(test);
 }
 
-ExitCode QueueTest(const clsCommandSession& session, modTestQueue::Choice choice)
+ExitCode QueueTest(clsDatabase& database, modTestQueue::Choice choice)
 {
-    if (const ExitCode located = session.LocateDatabase(); located != ExitCode::Done)
-        return located;
-    if (const ExitCode opened = session.OpenDatabase(); opened != ExitCode::Done)
-        return opened;
     if (!choice.allSites) {
-        const auto sites = clsCommandSession::Database().OpenRecordset(u"tblSites"_s);
+        const auto sites = database.OpenRecordset(u"tblSites"_s);
         if (const ExitCode found = clsCommandSession::FindSite(*sites, choice.site); found != ExitCode::Done)
             return found;
         choice.site = modCommonFunctions::TextOf(sites->Field(u"SiteID"_s));
     }
-    const modTestQueue::Outcome outcome = modTestQueue::SetTests(clsCommandSession::Database(), choice);
+    const modTestQueue::Outcome outcome = modTestQueue::SetTests(database, choice);
     if (!outcome.anyLinks) {
         modCommonFunctions::MsgBox(u"There are no links available."_s, clsDialogs::Buttons::OK,
                                    clsDialogs::Icon::Information);
@@ -142,6 +136,6 @@ void modCommands::AddRuns(CLI::App& app, clsCommand& chosen)
                                           .statuses = StatusCodes(words->statuses),
                                           .allSites = words->allSites,
                                           .site = words->site.Text()};
-        chosen = [choice](clsCommandSession& session) { return QueueTest(session, choice); };
+        chosen = InDatabase([choice](clsDatabase& database) { return QueueTest(database, choice); });
     });
 }

@@ -47,12 +47,7 @@ struct Words
 {
     modCommands::Word site;
     modCommands::Word statuses;
-    bool json = false;
-    bool csv = false;
-    [[nodiscard]] modIO::TableForm Form() const
-    {
-        return json ? modIO::TableForm::Json : csv ? modIO::TableForm::Csv : modIO::TableForm::People;
-    }
+    modCommands::Forms forms;
 };
 
 QVariant YesOrNothing(const QVariant& flag)
@@ -144,18 +139,9 @@ private:
     modIO::clsTableWriter m_writer;
 };
 
-ExitCode Open(const clsCommandSession& session)
-{
-    const ExitCode located = session.LocateDatabase();
-    return located == ExitCode::Done ? session.OpenDatabase() : located;
-}
-
 /// The body of a table command.
-ExitCode Show(const clsCommandSession& session, modIO::TableForm form, const Table& table, const Filter& filter)
+ExitCode Show(clsDatabase& database, modIO::TableForm form, const Table& table, const Filter& filter)
 {
-    if (const ExitCode opened = Open(session); opened != ExitCode::Done)
-        return opened;
-    clsDatabase& database = clsCommandSession::Database();
     if (!filter.siteID.isNull()) {
         const auto sites = database.OpenRecordset(u"tblSites"_s);
         if (const ExitCode found = clsCommandSession::FindSite(*sites, filter.siteID); found != ExitCode::Done)
@@ -165,11 +151,9 @@ ExitCode Show(const clsCommandSession& session, modIO::TableForm form, const Tab
     return ExitCode::Done;
 }
 
-ExitCode ShowTemplates(const clsCommandSession& session, modIO::TableForm form)
+ExitCode ShowTemplates(clsDatabase& database, modIO::TableForm form)
 {
-    if (const ExitCode opened = Open(session); opened != ExitCode::Done)
-        return opened;
-    const clsMailTemplate templates(clsCommandSession::Database());
+    const clsMailTemplate templates(database);
     if (!templates.Templates())
         return ExitCode::Failed;
     const Table table{.source = {},
@@ -187,10 +171,7 @@ ExitCode ShowTemplates(const clsCommandSession& session, modIO::TableForm form)
 CLI::App* AddTable(CLI::App& app, const char* name, const char* description, const std::shared_ptr<Words>& words)
 {
     CLI::App* command = app.add_subcommand(name, description);
-    CLI::Option* json =
-        command->add_flag("--json", words->json, "An array of objects, every field keyed by its column name");
-    command->add_flag("--csv", words->csv, "A heading line and one line a record, every field (RFC 4180)")
-        ->excludes(json);
+    modCommands::AddForms(*command, words->forms);
     return command;
 }
 
@@ -213,7 +194,8 @@ void AddSites(CLI::App& app, clsCommand& chosen)
                              .siteField = {}};
     const auto words = std::make_shared<Words>();
     AddTable(app, "sites", "List your own sites", words)->callback([&chosen, words] {
-        chosen = [form = words->Form()](clsCommandSession& session) { return Show(session, form, table, {}); };
+        chosen = modCommands::InDatabase(
+            [form = words->forms.Form()](clsDatabase& database) { return Show(database, form, table, {}); });
     });
 }
 
@@ -238,13 +220,15 @@ void AddLinks(CLI::App& app, clsCommand& chosen)
         links
             ->add_option("--status", words->statuses.text, "Of these statuses only, separated by commas: active,broken")
             ->type_name("STATUS,...");
-    links->callback([&chosen, words] {
+    links->callback([&chosen, links, words] {
+        if (!links->get_subcommands().empty())
+            return; // it is not the table that is wanted
         Filter filter{.siteID = words->site.Text(), .statuses = {}};
         if (words->statuses.option->count() > 0)
             filter.statuses = modCommands::StatusCodes(words->statuses);
-        chosen = [filter, form = words->Form()](clsCommandSession& session) {
-            return Show(session, form, table, filter);
-        };
+        chosen = modCommands::InDatabase([filter, form = words->forms.Form()](clsDatabase& database) {
+            return Show(database, form, table, filter);
+        });
     });
 }
 
@@ -258,8 +242,9 @@ void AddCategories(CLI::App& app, clsCommand& chosen)
     CLI::App* categories = AddTable(app, "categories", "List the categories of links", words);
     AddSiteOption(*categories, words);
     categories->callback([&chosen, words] {
-        chosen = [filter = Filter{.siteID = words->site.Text(), .statuses = {}},
-                  form = words->Form()](clsCommandSession& session) { return Show(session, form, table, filter); };
+        chosen = modCommands::InDatabase(
+            [filter = Filter{.siteID = words->site.Text(), .statuses = {}},
+             form = words->forms.Form()](clsDatabase& database) { return Show(database, form, table, filter); });
     });
 }
 
@@ -267,7 +252,8 @@ void AddTemplates(CLI::App& app, clsCommand& chosen)
 {
     const auto words = std::make_shared<Words>();
     AddTable(app, "templates", "List the message templates", words)->callback([&chosen, words] {
-        chosen = [form = words->Form()](clsCommandSession& session) { return ShowTemplates(session, form); };
+        chosen = modCommands::InDatabase(
+            [form = words->forms.Form()](clsDatabase& database) { return ShowTemplates(database, form); });
     });
 }
 } // namespace

@@ -2,10 +2,61 @@
 #include "data/modSites.h"
 
 #include "data/clsDAO.h"
+#include "data/modDataModel.h"
+#include "platform/clsError.h"
 #include "shell/modBrambury.h"
 #include "shell/modCommonFunctions.h"
 
 using namespace Qt::Literals::StringLiterals;
+using modCommonFunctions::MsgBox;
+
+namespace
+{
+bool Exists(clsDatabase& database, const QString& siteID)
+{
+    return modSites::Find(*database.OpenRecordset(u"tblSites"_s), siteID);
+}
+
+/// The first name for a copy that is free. A name that would be too long loses the end of the source's.
+QString CopyName(clsDatabase& database, const QString& siteID)
+{
+    for (int n = 1;; ++n) {
+        const QString prefix = n == 1 ? u"Copy of "_s : u"Copy (%1) of "_s.arg(n);
+        const auto source = siteID.toUcs4();
+        const qsizetype room = std::min(source.size(), modSites::NameSize - prefix.size());
+        const QString name =
+            modSites::Trimmed(prefix + QString::fromUcs4(reinterpret_cast<const char32_t*>(source.constData()), room));
+        if (!Exists(database, name))
+            return name;
+    }
+}
+
+std::vector<clsBookmark> KeysOf(const clsRecordset& records)
+{
+    std::vector<clsBookmark> keys;
+    keys.reserve(static_cast<std::size_t>(records.RecordCount()));
+    for (qint64 i = 0; i < records.RecordCount(); ++i)
+        keys.push_back(records.BookmarkAt(i));
+    return keys;
+}
+
+std::vector<clsBookmark> LinksOf(clsDatabase& database, const QString& siteID)
+{
+    const auto query = database.QueryDef(u"qryLinkList"_s);
+    const modDataModel::StatusBounds all = modDataModel::BoundsOf(modDataModel::ViewAll, false);
+    query->SetParameter(u"Site"_s, siteID);
+    query->SetParameter(u"StatusLow"_s, all.low);
+    query->SetParameter(u"StatusHigh"_s, all.high);
+    return KeysOf(*query->OpenRecordset());
+}
+
+std::vector<clsBookmark> CategoriesOf(clsDatabase& database, const QString& siteID)
+{
+    const auto query = database.QueryDef(u"qryCategories"_s);
+    query->SetParameter(u"Site"_s, siteID);
+    return KeysOf(*query->OpenRecordset());
+}
+} // namespace
 
 bool modSites::Find(clsRecordset& sites, const QString& siteID)
 {
@@ -31,4 +82,88 @@ void modSites::Select(const clsRecordset& sites)
                    .MyImageAtRecipSite = on(u"TestForMyImageAtRecipSite"_s),
                    .RecipLinkAtMySite = on(u"TestForRecipLinkAtMySite"_s),
                    .RecipImageAtMySite = on(u"TestForRecipImageAtMySite"_s)};
+}
+
+QString modSites::Trimmed(QString name)
+{
+    while (!name.isEmpty() && name.back().isSpace())
+        name.chop(1);
+    return name;
+}
+
+QString modSites::NameProblem(clsDatabase& database, const QString& name, NameFor purpose, const QString& renamed)
+{
+    if (name.toUpper() == modBrambury::NewSiteID.toUpper())
+        return u"This name is reserved for system use.  Please choose another name."_s;
+    if (name.toUcs4().size() > NameSize)
+        return u"The site name must be 50 characters or less."_s;
+    const auto sites = database.OpenRecordset(u"tblSites"_s);
+    if (!Find(*sites, name))
+        return {};
+    if (purpose == NameFor::NewSite)
+        return u"This site name is already in use.  Please enter a new site name."_s;
+    // A site may take its own name in other letters.
+    const clsBookmark found = sites->Bookmark();
+    if (Find(*sites, renamed) && sites->Bookmark() == found)
+        return {};
+    return u"This site name is already in use."_s;
+}
+
+void modSites::Rename(clsDatabase& database, const QString& siteID, const QString& name)
+{
+    clsTransaction transaction(database);
+    const auto sites = database.OpenRecordset(u"tblSites"_s);
+    if (!Find(*sites, siteID))
+        throw clsError(clsError::NoCurrentRecord, u"There is no site %1."_s.arg(siteID), u"modSites"_s);
+    const std::vector<clsBookmark> links = LinksOf(database, siteID);
+    const std::vector<clsBookmark> categories = CategoriesOf(database, siteID);
+    sites->Edit();
+    sites->SetField(u"SiteID"_s, name);
+    sites->Update();
+    database.UpdateRecords(u"tblLinkList"_s, links, {{u"SiteName"_s, name}});
+    database.UpdateRecords(u"tblCategory"_s, categories, {{u"SiteID"_s, name}});
+    transaction.Commit();
+    modBrambury::ProcessState& state = modBrambury::State();
+    if (state.CurrentSite.compare(siteID, Qt::CaseInsensitive) == 0)
+        state.CurrentSite = name;
+    if (state.Settings.Site.compare(siteID, Qt::CaseInsensitive) == 0)
+        state.Settings.Site = name;
+}
+
+QString modSites::Copy(clsDatabase& database, const QString& siteID)
+{
+    const QString name = CopyName(database, siteID);
+    {
+        clsTransaction transaction(database);
+        const auto query = database.QueryDef(u"qryCopySite"_s);
+        query->SetParameter(u"SiteID"_s, siteID);
+        query->SetParameter(u"NewSiteID"_s, name);
+        query->Execute();
+        transaction.Commit();
+    }
+    if (Exists(database, name))
+        return name;
+    MsgBox(u"Could not copy site."_s);
+    return {};
+}
+
+bool modSites::ConfirmDelete(const QString& siteID)
+{
+    return MsgBox(u"By deleting this site, all corresponding links in your "
+                  "reciprocal link list will be removed.\r\n"
+                  "\r\n"
+                  "Do you wish to continue?"_s,
+                  clsDialogs::Buttons::YesNo, clsDialogs::Icon::Question,
+                  u"Delete Site \"%1\""_s.arg(siteID)) == clsDialogs::Answer::Yes;
+}
+
+void modSites::Delete(clsDatabase& database, const QString& siteID)
+{
+    clsTransaction transaction(database);
+    database.DeleteRecords(u"tblLinkList"_s, LinksOf(database, siteID));
+    database.DeleteRecords(u"tblCategory"_s, CategoriesOf(database, siteID));
+    const auto sites = database.OpenRecordset(u"tblSites"_s);
+    if (Find(*sites, siteID))
+        sites->Delete();
+    transaction.Commit();
 }

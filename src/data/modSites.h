@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Which of the user's sites is the selected one, in the window and without it.
+// The user's sites as a whole: which one is selected, and what names, copies and removes them, in the window and
+// without it. The routines that change something raise clsError; their caller is the trap.
 #pragma once
 
 #include <QString>
 
+class clsDatabase;
 class clsRecordset;
 
 namespace modSites
@@ -16,4 +18,28 @@ bool Find(clsRecordset& sites, const QString& siteID);
 bool MoveToLastUsed(clsRecordset& sites, const QString& lastUsed);
 /// Makes the current record the process's selected site: its key and its four test switches.
 void Select(const clsRecordset& sites);
+
+/// The most characters of a site's name.
+inline constexpr int NameSize = 50;
+/// What a name is wanted for.
+enum class NameFor
+{
+    NewSite,
+    Rename
+};
+/// Why a site cannot have this name, as the message says it; empty when it can. @param name  without blanks at its end.
+/// @param renamed  the site that is to get it; may differ from the name in letter case alone.
+QString NameProblem(clsDatabase& database, const QString& name, NameFor purpose, const QString& renamed = {});
+/// A name as it is kept: without blanks at its end.
+QString Trimmed(QString name);
+
+/// Gives the site another name, in its links and categories too: all or nothing. The setting that remembers the
+/// selected site follows. @param name  NameProblem has nothing against it.
+void Rename(clsDatabase& database, const QString& siteID, const QString& name);
+/// Copies a site with its categories and links. @return the copy's name; empty when it could not be made.
+QString Copy(clsDatabase& database, const QString& siteID);
+/// Asks whether the site may go. @return the answer.
+bool ConfirmDelete(const QString& siteID);
+/// Removes a site, its links and its categories: all or nothing.
+void Delete(clsDatabase& database, const QString& siteID);
 } // namespace modSites

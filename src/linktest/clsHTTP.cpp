@@ -58,6 +58,12 @@ constexpr FailureCodes OwnCodes{16, 32, 64, 512};
 /// How long verdicts may be on their way to the disk.
 constexpr std::chrono::milliseconds VerdictsKeptWithin{100};
 
+/// Another program's lock on the database holds a run up in the event loop, where the window and its Stop button live:
+/// the thread waits for it in short tries only. Tries and pauses together last as long as other work waits for a lock.
+constexpr std::chrono::milliseconds LockPatience{25};
+constexpr std::chrono::milliseconds LockPause{75};
+constexpr auto LockTries = clsDatabase::UsualPatience / (LockPatience + LockPause);
+
 /// The control's number for an address that cannot be requested.
 constexpr int AddressNotAvailable = 49;
 
@@ -197,14 +203,19 @@ struct clsHTTP::Session
 private:
     void OpenQueue();
     void MakeFetcher();
+    void EndStopped();
     /// Ending::Done when every link was judged or the stop flag ended it.
     Ending TestLinks();
-    QString LoadSite(const QString& siteID);
+    void LoadSite(const QString& siteID);
     const SiteData* KnownSite(const QString& siteID);
     Phase TestPage(const Direction& direction);
     void SearchPage(const Direction& direction, const QString& stripped, const QString& ipForm);
     bool SearchImage(const Direction& direction);
-    void WriteVerdict();
+    /// Does what meets the database; `body` may be run more than once. @return false when the run was stopped while
+    /// another program held the file. @throws RecordLocked when it holds it for too long
+    bool Unlocked(const std::function<void()>& body);
+    /// @return false when the run was stopped before there was a way into the database.
+    bool WriteVerdict();
     /// Makes the verdicts written until now last.
     void KeepVerdicts();
     std::optional<QString> NextAddress();
@@ -227,6 +238,7 @@ private:
     std::unique_ptr<clsRecordset> m_links;
     std::unique_ptr<clsRecordset> m_coming; ///< runs ahead of m_links
     std::optional<QString> m_comingOwnPage;
+    bool m_comingLocked = false; ///< the addresses to come ended at a lock, not at the queue's end
 
     // Verdicts that follow each other at once share one transaction: to wait for the disk after each would take longer
     // than everything else. It never outlives a wait.
@@ -243,9 +255,29 @@ void clsHTTP::Session::Begin()
     Log(u"BEGIN LINK TEST SESSION - "_s + DateAndTime(m_test.m_with.Platform.Clock->Now()), 0, false);
 }
 
+bool clsHTTP::Session::Unlocked(const std::function<void()>& body)
+{
+    auto outcome = clsEventLoop::Outcome::TimedOut;
+    auto tries = LockTries;
+    const bool done = untilUnlocked(body, [&] {
+        if (--tries == 0)
+            return false;
+        outcome = m_test.m_with.Platform.EventLoop->Wait(&Session::Stopped, LockPause);
+        return outcome == clsEventLoop::Outcome::TimedOut;
+    });
+    if (done || outcome != clsEventLoop::Outcome::TimedOut)
+        return done;
+    body(); // the last try: its failure is the run's
+    return true;
+}
+
 void clsHTTP::Session::Run()
 {
-    OpenQueue();
+    clsDatabase& database = *m_test.m_with.Database;
+    database.SetPatience(LockPatience);
+    const auto patient = qScopeGuard([&] { database.SetPatience(clsDatabase::UsualPatience); });
+    if (!Unlocked([this] { OpenQueue(); }))
+        return EndStopped();
     MakeFetcher();
     if (m_links->RecordCount() == 0) {
         const QString text = u"There are no links selected for testing."_s;
@@ -254,21 +286,26 @@ void clsHTTP::Session::Run()
         m_test.m_ending = Ending::Empty;
         return;
     }
-    modBrambury::ClearResults(State().CurrentSite);
-    m_links->MoveFirst();
+    Unlocked([] { modBrambury::ClearResults(State().CurrentSite); });
+    Unlocked([this] { m_links->MoveFirst(); });
 
     // After a failure too: what was judged before it stays judged.
     const auto keep = qScopeGuard([this] {
-        ignoringErrors([this] { KeepVerdicts(); });
+        if (m_verdicts)
+            ignoringErrors([this] { m_verdicts->Commit(); });
         m_verdicts.reset();
     });
-    Ending ending = TestLinks();
+    const Ending ending = TestLinks();
     KeepVerdicts();
-    if (ending != Ending::NoConnection && Stopped()) {
-        Log(u"Stop button was pressed.  Process aborted."_s, 1, true);
-        ending = Ending::Stopped;
-    }
+    if (ending != Ending::NoConnection && Stopped())
+        return EndStopped();
     m_test.m_ending = ending;
+}
+
+void clsHTTP::Session::EndStopped()
+{
+    Log(u"Stop button was pressed.  Process aborted."_s, 1, true);
+    m_test.m_ending = Ending::Stopped;
 }
 
 void clsHTTP::Session::Finish()
@@ -326,10 +363,17 @@ clsHTTP::Ending clsHTTP::Session::TestLinks()
     qint64 done = 0;
     std::optional<QString> lastSite;
     while (!m_links->AfterLast() && !Stopped()) {
-        const QString siteID = Text(*m_links, u"SiteName"_s);
-        if (!lastSite || lastSite->compare(siteID, Qt::CaseInsensitive) != 0) {
+        QString siteID;
+        const auto otherSite = [&] { return !lastSite || lastSite->compare(siteID, Qt::CaseInsensitive) != 0; };
+        if (!Unlocked([&] {
+                siteID = Text(*m_links, u"SiteName"_s);
+                if (otherSite())
+                    LoadSite(siteID);
+            }))
+            break;
+        if (otherSite()) {
             lastSite = siteID;
-            if (LoadSite(siteID).isEmpty()) {
+            if (m_site.Name.isEmpty()) {
                 KeepVerdicts(); // nothing waits for the user with half its work done
                 const QString text = u"Could not locate information for site "_s + siteID + u".  Process aborted."_s;
                 MsgBox(text, clsDialogs::Buttons::OK, clsDialogs::Icon::Exclamation);
@@ -338,7 +382,7 @@ clsHTTP::Ending clsHTTP::Session::TestLinks()
             }
             Log(u"Current site: "_s + m_site.Name, 1, true);
         }
-        m_test.m_with.Parent->HighLightLink(m_links->Field(u"ID"_s).toLongLong(), m_site.Name);
+        m_test.m_with.Parent->HighLightLink(m_links->Bookmark(), m_site.Name);
         if (!modCommonFunctions::InternetConnection()) {
             KeepVerdicts();
             MsgBox(u"Could not establish a connected to the Internet."_s, clsDialogs::Buttons::OK,
@@ -346,21 +390,25 @@ clsHTTP::Ending clsHTTP::Session::TestLinks()
             Log(u"Could not establish a connection to the Internet.  Process aborted."_s, 1, true);
             return Ending::NoConnection;
         }
-        if (!m_coming) {
+        if (!m_coming || m_comingLocked) {
             m_coming = m_links->Clone();
-            m_coming->MoveFirst();
+            m_coming->MoveTo(m_links->Bookmark());
+            m_comingOwnPage.reset();
+            m_comingLocked = false;
             m_fetcher->ReadAhead([this] { return NextAddress(); });
         }
 
-        LinkData link = ReadLink(*m_links);
+        LinkData link;
+        if (!Unlocked([&] { link = ReadLink(*m_links); }))
+            break;
         Phase phase = TestPage(PartnerPage(m_site, link));
         if (phase == Phase::Over)
             phase = TestPage(OwnPage(m_site, link));
-        if (phase == Phase::Stop)
+        if (phase == Phase::Stop || !WriteVerdict())
             break;
-        WriteVerdict();
         m_test.m_with.Parent->RunProgress(++done, total);
-        m_links->MoveNext();
+        if (!Unlocked([this] { m_links->MoveNext(); }))
+            break;
     }
     return Ending::Done;
 }
@@ -384,11 +432,10 @@ const SiteData* clsHTTP::Session::KnownSite(const QString& siteID)
     return *known ? &**known : nullptr;
 }
 
-QString clsHTTP::Session::LoadSite(const QString& siteID)
+void clsHTTP::Session::LoadSite(const QString& siteID)
 {
     const SiteData* known = KnownSite(siteID);
     m_site = known ? *known : SiteData{};
-    return m_site.Name;
 }
 
 QString clsHTTP::Session::Where(const Direction& direction) const
@@ -480,18 +527,21 @@ bool clsHTTP::Session::SearchImage(const Direction& direction)
     return true;
 }
 
-void clsHTTP::Session::WriteVerdict()
+bool clsHTTP::Session::WriteVerdict()
 {
     m_fetcher->EndConnectToServer();
     // Somebody else may have deleted the link while its pages were fetched.
-    if (!m_links->Refresh())
-        return;
-    const bool passed = std::all_of(m_found.begin(), m_found.end(), [](bool found) { return found; });
-    const std::chrono::milliseconds now = m_test.m_with.Platform.Clock->Monotonic();
-    if (!m_verdicts) {
+    bool there = false;
+    const bool unlocked = Unlocked([&] {
+        there = m_links->Refresh();
+        if (!there || m_verdicts)
+            return;
         m_verdicts.emplace(*m_test.m_with.Database);
-        m_verdictsSince = now;
-    }
+        m_verdictsSince = m_test.m_with.Platform.Clock->Monotonic();
+    });
+    if (!unlocked || !there)
+        return unlocked;
+    const bool passed = std::all_of(m_found.begin(), m_found.end(), [](bool found) { return found; });
     m_links->Edit();
     if (passed) {
         m_links->SetField(u"Status"_s, modDataModel::Active);
@@ -508,15 +558,18 @@ void clsHTTP::Session::WriteVerdict()
     m_links->Update();
     if (!passed)
         ++m_test.m_failed;
-    if (now - m_verdictsSince >= VerdictsKeptWithin)
+    if (m_test.m_with.Platform.Clock->Monotonic() - m_verdictsSince >= VerdictsKeptWithin)
         KeepVerdicts();
+    return true;
 }
 
 void clsHTTP::Session::KeepVerdicts()
 {
     if (!m_verdicts)
         return;
-    m_verdicts->Commit();
+    // At Stop one more try, whose failure is told: the log calls these links tested.
+    if (!Unlocked([this] { m_verdicts->Commit(); }))
+        m_verdicts->Commit();
     m_verdicts.reset();
 }
 
@@ -547,6 +600,8 @@ std::optional<QString> clsHTTP::Session::NextAddress()
                 m_comingOwnPage = PageAddress(own.Page);
         }
     });
+    // What was only locked will be asked for again.
+    m_comingLocked = !read;
     return read ? address : std::nullopt;
 }
 

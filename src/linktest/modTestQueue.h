@@ -4,6 +4,7 @@
 
 #include <QSet>
 #include <QString>
+#include <vector>
 
 class clsDatabase;
 
@@ -32,4 +33,7 @@ struct Outcome
 
 /// Sets TestQueue of every chosen link, all of them or none. @throws clsError
 Outcome SetTests(clsDatabase& database, const Choice& choice);
+/// Turns TestQueue of these links round, each its own, all of them or none. A link deleted meanwhile is passed over.
+/// @return links changed. @throws clsError
+qint64 Toggle(clsDatabase& database, const std::vector<qint64>& ids);
 } // namespace modTestQueue

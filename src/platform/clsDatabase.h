@@ -7,12 +7,17 @@
 #include <QString>
 #include <QStringList>
 #include <QVariant>
+#include <chrono>
 #include <functional>
 #include <memory>
+#include <utility>
 #include <vector>
 
 /// Names a record for as long as it exists, whatever the order of the set it was read from.
 using clsBookmark = qint64;
+
+/// Fields of a record by name, and the values they are given.
+using clsFieldValues = std::vector<std::pair<QString, QVariant>>;
 
 /// The rows of a table, stored query or statement: a set of keys taken when it is opened, whose rows are read when
 /// they are asked for. A record that changes so that it no longer belongs stays in the set until Requery; a record
@@ -73,6 +78,9 @@ public:
 
     /// Takes the keys anew, same source, same parameters, same sort. The first record becomes current.
     virtual void Requery() = 0;
+    /// Takes records out of the set, which stay in the database if they are there: for many that were deleted, or no
+    /// longer belong, without Requery. The first record becomes current.
+    virtual void Forget(const std::vector<clsBookmark>& bookmarks) = 0;
     /// A second set over the same keys with a current record of its own.
     [[nodiscard]] virtual std::unique_ptr<clsRecordset> Clone() const = 0;
     /// Sets the field by which a set opened from this one is ordered; empty: this set's own order.
@@ -117,6 +125,18 @@ public:
     /// memo.
     virtual void AppendField(const QString& table, const QString& field, int type, int size,
                              const QVariant& defaultValue) = 0;
+
+    /// Gives fields of many records of a table the same values, or deletes the records: all or none. A record that no
+    /// longer exists is passed over. @param keys  numbers of the records, in any order.
+    /// @return how many records were changed. @throws UnknownItem, TypeMismatch, RecordLocked, DiskFull, ...
+    virtual qint64 UpdateRecords(const QString& table, const std::vector<clsBookmark>& keys,
+                                 const clsFieldValues& values) = 0;
+    virtual qint64 DeleteRecords(const QString& table, const std::vector<clsBookmark>& keys) = 0;
+
+    /// How long a call waits on the thread for another program's lock before it fails with RecordLocked. Five seconds,
+    /// unless somebody who can try again from the event loop sets less; for every record set and query of the file.
+    static constexpr std::chrono::milliseconds UsualPatience{5000};
+    virtual void SetPatience(std::chrono::milliseconds patience) noexcept = 0;
 
     /// Transactions nest: only the outermost commit writes. Use clsTransaction.
     virtual void BeginTrans() = 0;

@@ -48,4 +48,6 @@ public:
     /// @return the path chosen. @throws clsError DialogCancelled when the user cancels.
     [[nodiscard]] virtual QString SaveFile(const FileRequest& request) = 0;
     [[nodiscard]] virtual QString OpenFile(const FileRequest& request) = 0;
+    /// Asks for one line of text. @param offered  stands there at first.  @return Null when the user cancels.
+    [[nodiscard]] virtual QString InputBox(const QString& prompt, const QString& title, const QString& offered = {}) = 0;
 };

@@ -40,7 +40,7 @@ public:
     [[nodiscard]] int Count() const { return static_cast<int>(m_items.size()); }
     [[nodiscard]] const clsPageAddress& Item(int index) const { return m_items.at(static_cast<std::size_t>(index)); }
     /// Index of the first entry from `from` on whose written address equals `text` without regard to case, -1 when
-    /// there is none. A look-up, not a walk.
+    /// there is none. After the first few times a look-up, not a walk.
     [[nodiscard]] int IndexOf(const QString& text, int from = 0) const;
     /// The same for the text after the last "/" of the written address (all of it when it holds none).
     [[nodiscard]] int IndexOfFileName(const QString& name, int from = 0) const;
@@ -48,8 +48,9 @@ public:
 private:
     static int First(const QHash<QString, std::vector<int>>& index, const QString& key, int from);
     std::vector<clsPageAddress> m_items;
-    mutable QHash<QString, std::vector<int>> m_byText; ///< built at the first look-up
-    mutable QHash<QString, std::vector<int>> m_byName;
+    mutable int m_lookUps = 0;                         ///< made without the index
+    mutable QHash<QString, std::vector<int>> m_byText; ///< built when it is worth it
+    mutable QHash<QString, std::vector<int>> m_byName; ///< built at the first look-up
 };
 
 /// A download to come: all that a request needs.

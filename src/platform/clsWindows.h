@@ -38,8 +38,11 @@ public:
     virtual void ShowError(ErrorIcon icon, const QString& message, const QString& details) = 0;
     /// The backup and restore window, modal. @return false when this build has none yet.
     virtual bool ShowBackupRestore() = 0;
-    /// The help window at a topic. @return false when there is no help text yet.
-    virtual bool ShowHelp(int topic) = 0;
+    /// Where the help text is read from, when help is asked for.
+    virtual void SetHelpFile(const QString& path) = 0;
+    /// The help window, not modal and usable beside modal ones. @param topic  one of modHelpTopics.h; for a number that
+    /// the help file does not have its first page is shown.
+    virtual void ShowHelp(int topic) = 0;
     /// The tip of the day, modal. @return false when this build has none yet.
     virtual bool ShowTips() = 0;
 };

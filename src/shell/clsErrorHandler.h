@@ -18,5 +18,5 @@ public:
     qint32 LastSystemError = 0;
     qint32 LineNumber = 0;
     int Count = 0;      ///< errors reported by this process; a cancelled dialog is none
-    bool Shown = false; ///< whether the user has seen it; some kinds of error are for Error.log alone
+    QString Hidden;     ///< description of the first error that went to Error.log alone and was not told since
 };

@@ -78,6 +78,21 @@ clsDialogs::Answer modCommonFunctions::MsgBox(const QString& text, clsDialogs::B
                                                    caption.isEmpty() ? modBrambury::ProgramTitle : caption);
 }
 
+bool modCommonFunctions::MayLeave(bool changed, const std::function<bool()>& save)
+{
+    if (!changed)
+        return true;
+    switch (MsgBox(u"You have made changes without saving.  Do you wish to save them now?"_s,
+                   clsDialogs::Buttons::YesNoCancel, clsDialogs::Icon::Question)) {
+    case clsDialogs::Answer::Yes:
+        return save();
+    case clsDialogs::Answer::No:
+        return true;
+    default:
+        return false;
+    }
+}
+
 bool modCommonFunctions::IsEmailAddress(const QString& text)
 {
     return text.contains(u'@') && text.contains(u'.');

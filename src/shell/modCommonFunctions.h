@@ -7,12 +7,16 @@
 #include <QDateTime>
 #include <QString>
 #include <QVariant>
+#include <functional>
 
 namespace modCommonFunctions
 {
 /// The one entry for message boxes; the caption is the program's title unless another is given.
 clsDialogs::Answer MsgBox(const QString& text, clsDialogs::Buttons buttons = clsDialogs::Buttons::OK,
                           clsDialogs::Icon icon = clsDialogs::Icon::None, const QString& caption = {});
+/// May what the user was editing be left? Asks when something has `changed` since it was saved; `save`s when he says so.
+/// @param save  whether it went well.
+bool MayLeave(bool changed, const std::function<bool()>& save);
 
 /// Loose on purpose: contains "@" and ".", anywhere.
 bool IsEmailAddress(const QString& text);

@@ -10,6 +10,7 @@
 
 #include <QStringList>
 #include <optional>
+#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -73,6 +74,11 @@ qint32 WithoutComponentBase(qint32 number)
     return number < 0 ? static_cast<qint32>(static_cast<quint32>(number) + 0x7FFC0000u) : number;
 }
 
+QString ErrorLog()
+{
+    return modBrambury::FolderPath(u"\\Error.log"_s);
+}
+
 void AppendToErrorLog(const clsErrorHandler& error)
 {
     const QStringList fields{modCommonFunctions::StoredDateTime(modBrambury::Platform().Clock->Now()),
@@ -86,16 +92,12 @@ void AppendToErrorLog(const clsErrorHandler& error)
     QString line;
     for (const QString& field : fields)
         line += u'"' + OnOneLine(field) + u"\","_s;
-    modBrambury::Platform().Disk->AppendFile(modBrambury::FolderPath(u"\\Error.log"_s), (line + u"\r\n"_s).toUtf8());
+    modBrambury::Platform().Disk->AppendFile(ErrorLog(), (line + u"\r\n"_s).toUtf8());
 }
 
-void ShowErrorWindow(clsWindows::ErrorIcon icon, bool quiet)
+void ShowErrorWindow(clsWindows::ErrorIcon icon)
 {
-    if (quiet)
-        return;
-    clsErrorHandler& last = clsErrorHandler::Instance();
-    last.Shown = true; // before the window, which lets further errors happen
-    modBrambury::Platform().Windows->ShowError(icon, MessageText(), DetailsText(last));
+    modBrambury::Platform().Windows->ShowError(icon, MessageText(), DetailsText(clsErrorHandler::Instance()));
 }
 } // namespace
 
@@ -110,15 +112,33 @@ ErrorAction modErrorHandler::ErrorHandler(const QString& module, const QString& 
     last.Source = error.Source();
     last.LastSystemError = error.SystemError();
     last.LineNumber = lineNumber;
-    last.Shown = false;
     if (error.Number() != clsError::DialogCancelled)
         ++last.Count;
 
     const bool logged = ignoringErrors([&] { AppendToErrorLog(last); });
     const Verdict verdict = Classify(error.Number());
+    if (quiet)
+        return verdict.action;
     if (verdict.window == Verdict::Window::Shown || (verdict.window == Verdict::Window::ShownWithoutLog && !logged))
-        ignoringErrors([&] { ShowErrorWindow(verdict.icon, quiet); });
+        ignoringErrors([&] { ShowErrorWindow(verdict.icon); });
+    else if (verdict.window == Verdict::Window::ShownWithoutLog && last.Hidden.isEmpty())
+        last.Hidden = OnOneLine(last.Description);
     return verdict.action;
+}
+
+void modErrorHandler::TellHiddenErrors()
+{
+    const QString hidden = std::exchange(clsErrorHandler::Instance().Hidden, {});
+    if (hidden.isEmpty())
+        return;
+    modCommonFunctions::MsgBox(u"This did not go well:\r\n\r\n%1\r\n\r\nPlease remove the cause and try again.  Every "
+                               u"error is recorded in %2."_s.arg(hidden, ErrorLog()),
+                               clsDialogs::Buttons::OK, clsDialogs::Icon::Exclamation);
+}
+
+void modErrorHandler::ForgetHiddenErrors()
+{
+    clsErrorHandler::Instance().Hidden.clear();
 }
 
 clsError modErrorHandler::AsError(const std::exception& failure)
@@ -150,6 +170,21 @@ Guarded guarded(const char* module, const char* routine, const std::function<voi
             modBrambury::AbortProgram();
             return Guarded::Left;
         }
+    }
+}
+
+bool untilUnlocked(const std::function<void()>& body, const std::function<bool()>& again)
+{
+    for (;;) {
+        try {
+            body();
+            return true;
+        } catch (const clsError& error) {
+            if (error.Number() != clsError::RecordLocked)
+                throw;
+        }
+        if (!again())
+            return false;
     }
 }
 

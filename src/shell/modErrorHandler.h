@@ -25,6 +25,13 @@ namespace modErrorHandler
 ErrorAction ErrorHandler(const QString& module, const QString& routine, const clsError& error, qint32 lineNumber = 0,
                          bool quiet = false);
 
+/// Some kinds of error go to Error.log alone. Whoever runs something that the user watches to its end tells of them
+/// there, in one box: what happened first, and where the rest is to be read. Nothing is told twice, or of a cancelled
+/// dialog.
+void TellHiddenErrors();
+/// Drops what has not been told: a new piece of work begins.
+void ForgetHiddenErrors();
+
 /// Makes a clsError of whatever exception is given: a foreign one becomes EngineFailure with its text.
 clsError AsError(const std::exception& failure);
 } // namespace modErrorHandler
@@ -44,3 +51,8 @@ Guarded guarded(const char* module, const char* routine, const std::function<voi
 /// For the few routines whose errors are of no interest: runs `body`, swallows a failure. @return whether it ran
 /// through.
 bool ignoringErrors(const std::function<void()>& body);
+
+/// For whoever cannot let the thread wait for another program's lock: runs `body`, and once more for as long as it
+/// fails with RecordLocked and `again`, which waits in the event loop, returns true. Every other failure passes on.
+/// @return whether it ran through.
+bool untilUnlocked(const std::function<void()>& body, const std::function<bool()>& again);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ui/clsLinkGrid.h"
 
+#include "platform/clsDatabase.h"
 #include "platform/clsSettingsStore.h"
 #include "shell/modCommonFunctions.h"
 #include "shell/modErrorHandler.h"
@@ -11,8 +12,10 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QScrollBar>
+#include <QTimer>
 #include <QVBoxLayout>
 #include <algorithm>
+#include <unordered_set>
 
 using namespace Qt::Literals::StringLiterals;
 using modCommonFunctions::TwipsPerPixel;
@@ -91,10 +94,14 @@ clsLinkGrid::clsLinkGrid(QWidget* parent) : QTableView(parent), m_links(new clsL
 
     connect(this, &QTableView::doubleClicked, this, [this] { Q_EMIT LinkCommand(1); });
     connect(header, &QHeaderView::sectionClicked, this, &clsLinkGrid::SortWanted);
-    connect(header, &QHeaderView::sectionResized, this, [this] {
+    connect(header, &QHeaderView::sectionResized, this, [this](int /*column*/, int before, int now) {
         if (!m_fitsNow)
             m_fitting = false;
+        // Columns come and go by the dozen when a layout is restored.
+        if ((before == 0) != (now == 0) && !std::exchange(m_columnsChanged, true))
+            QTimer::singleShot(0, this, &clsLinkGrid::UpdateFilterColumns);
     });
+    connect(m_links, &clsLinkModel::FilterReady, this, &clsLinkGrid::FollowFilter);
     connect(header, &QHeaderView::geometriesChanged, this, &clsLinkGrid::ShowEmptyState);
     connect(m_links, &QAbstractItemModel::modelReset, this, &clsLinkGrid::ShowEmptyState);
     SetDefaultLayout();
@@ -198,6 +205,58 @@ void clsLinkGrid::SetLinks(std::unique_ptr<clsRecordset> links)
         GoTo(place);
 }
 
+void clsLinkGrid::SetFilter(const QString& words)
+{
+    UpdateFilterColumns();
+    m_links->SetFilter(words);
+}
+
+void clsLinkGrid::UpdateFilterColumns()
+{
+    m_columnsChanged = false;
+    std::vector<int> columns;
+    for (int column = 0; column < clsLinkModel::ColumnCount; ++column) {
+        if (!isColumnHidden(column))
+            columns.push_back(column);
+    }
+    m_links->SetFilterColumns(std::move(columns));
+}
+
+void clsLinkGrid::FollowFilter()
+{
+    Place place;
+    ignoringErrors([&] { place = TakePlace(); });
+    if (m_links->ShowFiltered() == clsLinkModel::Rows::Changed)
+        GoTo(place);
+    Q_EMIT FilterApplied();
+}
+
+void clsLinkGrid::RemoveLinks(const std::vector<qint64>& links)
+{
+    if (!m_links->Recordset())
+        return;
+    Place place = TakePlace();
+    const std::unordered_set<qint64> gone(links.begin(), links.end());
+    const auto neighbour = [&](qint64 link) {
+        const int from = std::max(0, m_links->RowOf(link));
+        for (int row = from; row < m_links->rowCount(); ++row) {
+            if (!gone.contains(m_links->LinkAt(row)))
+                return m_links->LinkAt(row);
+        }
+        for (int row = from; row > 0; --row) {
+            if (!gone.contains(m_links->LinkAt(row - 1)))
+                return m_links->LinkAt(row - 1);
+        }
+        return qint64{0};
+    };
+    place.current = neighbour(place.current);
+    place.top = neighbour(place.top);
+    auto rest = m_links->Recordset()->Clone();
+    rest->Forget(links);
+    if (m_links->SetRecordset(std::move(rest)) == clsLinkModel::Rows::Changed)
+        GoTo(place);
+}
+
 bool clsLinkGrid::MakeCurrent(qint64 linkID)
 {
     const int row = m_links->RowOf(linkID);
@@ -249,6 +308,33 @@ void clsLinkGrid::SetDefaultLayout()
     m_fitsNow = false;
     m_fitting = true;
     FitColumns();
+}
+
+void clsLinkGrid::SetDefault(clsSettingsStore& settings)
+{
+    settings.DeleteSection(LayoutSection);
+    SetDefaultLayout();
+}
+
+std::vector<int> clsLinkGrid::ColumnsInOrder() const
+{
+    std::vector<int> columns;
+    for (int place = 0; place < horizontalHeader()->count(); ++place) {
+        const int column = horizontalHeader()->logicalIndex(place);
+        if (!clsLinkModel::IsInternal(column))
+            columns.push_back(column);
+    }
+    return columns;
+}
+
+void clsLinkGrid::ShowColumns(const std::vector<int>& columns)
+{
+    QHeaderView* header = horizontalHeader();
+    for (int column = 0; column < clsLinkModel::ColumnCount; ++column)
+        header->setSectionHidden(column, std::find(columns.begin(), columns.end(), column) == columns.end());
+    int place = 0;
+    for (const int column : columns)
+        header->moveSection(header->visualIndex(column), place++);
 }
 
 void clsLinkGrid::FitColumns()

@@ -19,6 +19,11 @@ public:
     [[nodiscard]] clsLinkModel& Links() const { return *m_links; }
     /// Shows another set of links; null: none. Selection, current row and scroll place are kept, by link.
     void SetLinks(std::unique_ptr<clsRecordset> links);
+    /// Takes links out of the view that were deleted, or belong to another view now; nothing is read or sorted anew.
+    /// If the current one goes, its next neighbour becomes current.
+    void RemoveLinks(const std::vector<qint64>& links);
+    /// Shows only the links in whose shown columns every word stands. See clsLinkModel::SetFilter.
+    void SetFilter(const QString& words);
 
     /// The selected links in the order of the view; without a selection the current row's, if there is one.
     [[nodiscard]] std::vector<qint64> ChosenLinks() const;
@@ -37,12 +42,20 @@ public:
     void RestoreLayout(const clsSettingsStore& settings);
     void SaveLayout(clsSettingsStore& settings) const;
     void SetDefaultLayout();
+    /// The default layout, and none saved.
+    void SetDefault(clsSettingsStore& settings);
+    /// Every column that may be shown, in the order of their headings.
+    [[nodiscard]] std::vector<int> ColumnsInOrder() const;
+    /// Shows these columns in this order, and no others.
+    void ShowColumns(const std::vector<int>& columns);
 
 Q_SIGNALS:
     /// A key or double click stands for an entry of the Links menu.
     void LinkCommand(int index);
     void MenuWanted(QPoint globalPosition);
     void SortWanted(int column);
+    /// The rows follow the filter.
+    void FilterApplied();
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;
@@ -61,6 +74,8 @@ private:
     void SetRowHeight();
     void FitColumns();
     void ShowEmptyState();
+    void FollowFilter();
+    void UpdateFilterColumns();
     void UpdateRow(int row);
 
     clsLinkModel* m_links;
@@ -68,5 +83,6 @@ private:
     QLabel* m_emptyTitle;
     QLabel* m_emptyAdvice;
     bool m_fitting = false; ///< the default layout stands: its texts take the width that is left
+    bool m_columnsChanged = false; ///< the filter is to be told of it
     bool m_fitsNow = false; ///< section sizes are being changed by FitColumns itself
 };

@@ -9,15 +9,19 @@
 #include "ui/modTips.h"
 
 #include <QIcon>
-#include <QTimer>
+#include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace
 {
 /// How many rows are read at once, and how many batches are kept: enough for the largest screen and its surroundings.
-constexpr int BatchSize = 128;
-constexpr std::size_t BatchesKept = 64;
+/// Small, because of the rows that a filter leaves each may lie in another batch.
+constexpr int BatchSize = 32;
+constexpr std::size_t BatchesKept = 256;
+/// How long the search for a filter's rows holds the window up at a time.
+constexpr auto FilterTurn = 12ms;
 
 struct ColumnInfo
 {
@@ -118,7 +122,12 @@ QIcon PictureOf(const QString& style)
 }
 } // namespace
 
-clsLinkModel::clsLinkModel(QObject* parent) : QAbstractTableModel(parent) {}
+clsLinkModel::clsLinkModel(QObject* parent)
+    : QAbstractTableModel(parent), m_filter([this](int first, int count) { return FilterTexts(first, count); })
+{
+    m_filterTimer.setSingleShot(true);
+    connect(&m_filterTimer, &QTimer::timeout, this, &clsLinkModel::GoOnFiltering);
+}
 
 clsLinkModel::~clsLinkModel() = default;
 
@@ -151,30 +160,48 @@ clsLinkModel::Rows clsLinkModel::SetRecordset(std::unique_ptr<clsRecordset> link
     if (same) {
         m_links = std::move(links);
         RefreshAll();
+        if (Filtered())
+            StartFilter(&m_rows);
         return Rows::Same;
     }
+    // Until the filter has gone through the new set, those stay that it found before.
+    std::vector<int> stay;
+    if (m_narrowed && links)
+        ignoringErrors([&] {
+            for (const int before : m_rows) {
+                if (const auto now = static_cast<int>(links->PositionOf(m_links->BookmarkAt(before))); now >= 0)
+                    stay.push_back(now);
+            }
+        });
+    std::sort(stay.begin(), stay.end());
     beginResetModel();
     m_links = std::move(links);
     m_count = count;
     m_batches.clear();
+    m_rows = std::move(stay);
     endResetModel();
+    if (Filtered())
+        StartFilter(nullptr);
     return Rows::Changed;
 }
 
 void clsLinkModel::RefreshAll()
 {
     m_batches.clear();
-    if (m_count > 0)
-        Q_EMIT dataChanged(index(0, 0), index(m_count - 1, ColumnCount - 1));
+    m_filter.Forget();
+    if (rowCount() > 0)
+        Q_EMIT dataChanged(index(0, 0), index(rowCount() - 1, ColumnCount - 1));
 }
 
 void clsLinkModel::RefreshLink(qint64 linkID)
 {
-    const int row = RowOf(linkID);
-    if (row < 0)
+    const int position = m_links ? static_cast<int>(m_links->PositionOf(linkID)) : -1;
+    if (position < 0)
         return;
-    m_batches.erase(row / BatchSize);
-    Q_EMIT dataChanged(index(row, 0), index(row, ColumnCount - 1));
+    m_batches.erase(position / BatchSize);
+    m_filter.ForgetRow(position);
+    if (const int row = RowAtPosition(position); row >= 0)
+        Q_EMIT dataChanged(index(row, 0), index(row, ColumnCount - 1));
 }
 
 void clsLinkModel::ReadFailedRows() const
@@ -185,24 +212,98 @@ void clsLinkModel::ReadFailedRows() const
 
 clsBookmark clsLinkModel::LinkAt(int row) const
 {
-    return m_links->BookmarkAt(row);
+    return m_links->BookmarkAt(PositionOf(row));
 }
 
 int clsLinkModel::RowOf(qint64 linkID) const
 {
-    return m_links ? static_cast<int>(m_links->PositionOf(linkID)) : -1;
+    const int position = m_links ? static_cast<int>(m_links->PositionOf(linkID)) : -1;
+    return position < 0 ? -1 : RowAtPosition(position);
+}
+
+int clsLinkModel::RowAtPosition(int position) const
+{
+    if (!m_narrowed)
+        return position;
+    const auto found = std::lower_bound(m_rows.begin(), m_rows.end(), position);
+    return found != m_rows.end() && *found == position ? static_cast<int>(found - m_rows.begin()) : -1;
 }
 
 void clsLinkModel::SetCategories(QHash<qint64, QString> categories)
 {
     m_categories = std::move(categories);
-    if (m_count > 0)
-        Q_EMIT dataChanged(index(0, Category), index(m_count - 1, Category));
+    m_filter.Forget();
+    if (rowCount() > 0)
+        Q_EMIT dataChanged(index(0, Category), index(rowCount() - 1, Category));
+}
+
+void clsLinkModel::SetFilter(const QString& words)
+{
+    m_filter.SetText(words);
+    StartFilter(&m_rows);
+}
+
+void clsLinkModel::SetFilterColumns(std::vector<int> columns)
+{
+    if (columns == m_filterColumns)
+        return;
+    m_filterColumns = std::move(columns);
+    m_filter.Forget();
+    if (Filtered())
+        StartFilter(&m_rows);
+}
+
+void clsLinkModel::StartFilter(const std::vector<int>* shown)
+{
+    m_filterTimer.stop();
+    if (Filtered()) {
+        m_filter.Start(m_count, shown);
+        GoOnFiltering(); // most lists are short: nobody sees a step between
+    } else {
+        Q_EMIT FilterReady();
+    }
+}
+
+void clsLinkModel::GoOnFiltering()
+{
+    if (!m_filter.Turn(QDeadlineTimer(FilterTurn)))
+        m_filterTimer.start(0);
+    else
+        Q_EMIT FilterReady();
+}
+
+clsLinkModel::Rows clsLinkModel::ShowFiltered()
+{
+    std::vector<int> found = m_filter.TakeFound();
+    if (m_narrowed == Filtered() && m_rows == found)
+        return Rows::Same;
+    beginResetModel();
+    m_narrowed = Filtered();
+    m_rows = std::move(found);
+    endResetModel();
+    return Rows::Changed;
+}
+
+std::vector<QString> clsLinkModel::FilterTexts(int first, int count) const
+{
+    QStringList fields;
+    for (const int column : m_filterColumns)
+        fields.append(QString::fromUtf16(Info(column).field));
+    std::vector<QString> texts;
+    if (!ignoringErrors([&] {
+            for (const auto& row : m_links->Rows(first, count, fields)) {
+                QString& text = texts.emplace_back();
+                for (std::size_t i = 0; i < row.size(); ++i)
+                    text += TextOf(m_filterColumns[i], row[i]) + u'\n'; // no word goes on in the next column
+            }
+        }))
+        ReadingFailed(first / BatchSize);
+    return texts;
 }
 
 int clsLinkModel::rowCount(const QModelIndex& parent) const
 {
-    return parent.isValid() ? 0 : m_count;
+    return parent.isValid() ? 0 : m_narrowed ? static_cast<int>(m_rows.size()) : m_count;
 }
 
 int clsLinkModel::columnCount(const QModelIndex& parent) const
@@ -215,25 +316,32 @@ clsLinkModel::Batch clsLinkModel::ReadBatch(int number) const
     const int first = number * BatchSize;
     const int count = std::min(BatchSize, m_count - first);
     Batch batch;
-    // Cells are read while they are painted: a report has to wait until the painting is over, and one is enough.
-    if (!ignoringErrors([&] { batch = m_links->Rows(first, count, Fields()); }) && m_failedBatch < 0) {
-        m_failedBatch = number;
-        QTimer::singleShot(0, this, &clsLinkModel::ReadFailed);
-    }
+    if (!ignoringErrors([&] { batch = m_links->Rows(first, count, Fields()); }))
+        ReadingFailed(number);
     batch.resize(static_cast<std::size_t>(count));
     return batch;
 }
 
+void clsLinkModel::ReadingFailed(int batch) const
+{
+    // Cells are read while they are painted: a report has to wait until the painting is over, and one is enough.
+    if (m_failedBatch >= 0)
+        return;
+    m_failedBatch = batch;
+    QTimer::singleShot(0, this, &clsLinkModel::ReadFailed);
+}
+
 const clsLinkModel::Row& clsLinkModel::RowAt(int row) const
 {
-    const int number = row / BatchSize;
+    const int position = PositionOf(row);
+    const int number = position / BatchSize;
     auto batch = m_batches.find(number);
     if (batch == m_batches.end()) {
         if (m_batches.size() >= BatchesKept)
             m_batches.clear();
         batch = m_batches.emplace(number, ReadBatch(number)).first;
     }
-    return batch->second[static_cast<std::size_t>(row % BatchSize)];
+    return batch->second[static_cast<std::size_t>(position % BatchSize)];
 }
 
 QVariant clsLinkModel::Field(int row, int column) const
@@ -242,7 +350,7 @@ QVariant clsLinkModel::Field(int row, int column) const
     return fields.empty() ? QVariant() : fields[FieldIndex(column)];
 }
 
-QString clsLinkModel::Shown(int row, int column) const
+QString clsLinkModel::TextOf(int column, const QVariant& field) const
 {
     switch (column) {
     case EmailQueue:
@@ -250,15 +358,18 @@ QString clsLinkModel::Shown(int row, int column) const
     case TestResults:
     case Notes:
         return {};
-    case Status: {
-        const QVariant status = Field(row, Status);
-        return status.isNull() ? QString() : modBrambury::State().StatusNames.value(status.toInt());
-    }
+    case Status:
+        return field.isNull() ? QString() : modBrambury::State().StatusNames.value(field.toInt());
     case Category:
-        return m_categories.value(Field(row, Category).toLongLong());
+        return m_categories.value(field.toLongLong());
     default:
-        return modCommonFunctions::TextOf(Field(row, column));
+        return modCommonFunctions::TextOf(field);
     }
+}
+
+QString clsLinkModel::Shown(int row, int column) const
+{
+    return TextOf(column, Field(row, column));
 }
 
 QString clsLinkModel::Style(int row, int column) const

@@ -15,6 +15,13 @@ namespace
 {
 /// How far an arrow key moves a bar.
 constexpr int KeyStep = 8;
+/// The inside of a window of the first size, below a menu bar of any style.
+constexpr QSize FirstSize(632, 425);
+/// What the list of sites gets of a larger window's width before its names are long enough, and the upper panes of its
+/// height.
+constexpr double LeftShare = 0.25;
+constexpr int LargestGrowth = 150;
+constexpr double TopShare = 0.67;
 } // namespace
 
 clsSplitterBar::clsSplitterBar(Qt::Orientation orientation, QWidget* parent)
@@ -143,13 +150,19 @@ void clsPanes::MoveHorizontal(int top)
 
 QSize clsPanes::minimumSizeHint() const
 {
-    return {(LeftMargin + RightMargin) / TwipsPerPixel + 200, (TopMargin + BottomMargin) / TwipsPerPixel + 60};
+    return {(LeftMargin + RightMargin) / TwipsPerPixel + 250, (TopMargin + BottomMargin) / TwipsPerPixel + 60};
 }
 
 void clsPanes::LayOut()
 {
-    const int x = std::max(LeftMargin, std::min(m_left, LargestLeft())) / TwipsPerPixel;
-    const int y = std::max(TopMargin, std::min(m_top, LargestTop())) / TwipsPerPixel;
+    int left = m_left;
+    int top = m_top;
+    if (left == FirstLeft)
+        left += TwipsPerPixel * std::clamp(qRound((width() - FirstSize.width()) * LeftShare), 0, LargestGrowth);
+    if (top == FirstTop)
+        top += TwipsPerPixel * std::max(0, qRound((height() - FirstSize.height()) * TopShare));
+    const int x = std::max(LeftMargin, std::min(left, LargestLeft())) / TwipsPerPixel;
+    const int y = std::max(TopMargin, std::min(top, LargestTop())) / TwipsPerPixel;
     const int head = m_header->sizeHint().height();
     constexpr int bar = clsSplitterBar::Thickness;
     m_header->setGeometry(0, 0, width(), head);

@@ -45,6 +45,10 @@ public:
     static constexpr int RightMargin = 1620;
     static constexpr int TopMargin = 2500;
     static constexpr int BottomMargin = 2000;
+    // Where the bars stand in a window of the first size, in twips. A bar that is kept at this place has not been put
+    // there by the user, and takes its share of a larger window.
+    static constexpr int FirstLeft = 1690;
+    static constexpr int FirstTop = 4230;
 
     /// Takes the four widgets over. @param header  across the top, as high as it wants to be.
     clsPanes(QWidget* header, QWidget* topLeft, QWidget* topRight, QWidget* bottom, QWidget* parent = nullptr);
@@ -75,6 +79,6 @@ private:
     QWidget* m_bottom;
     clsSplitterBar* m_vertical;
     clsSplitterBar* m_horizontal;
-    int m_left = LeftMargin; ///< twips
-    int m_top = TopMargin;   ///< twips
+    int m_left = FirstLeft; ///< twips
+    int m_top = FirstTop;   ///< twips
 };

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ui/clsRowDelegate.h"
 
+#include "ui/modTips.h"
+
 #include <QAbstractItemView>
 #include <QIcon>
 #include <QPainter>
@@ -55,9 +57,9 @@ void clsRowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option
 
     QRect room = option.rect.adjusted(Margin, 0, -Margin, 0);
     const QIcon picture = index.data(Qt::DecorationRole).value<QIcon>();
-    // One line, whatever the record holds.
-    QString shown = index.data(Qt::DisplayRole).toString();
-    shown.replace(u'\n', u' ').remove(u'\r');
+    // One line, whatever the record holds; no column is wide enough for more letters than these.
+    constexpr int enough = 2000;
+    const QString shown = modTips::OneLine(index.data(Qt::DisplayRole).toString().left(enough));
     if (!picture.isNull()) {
         const int left = shown.isEmpty() ? room.center().x() - PictureSize / 2 + 1 : room.left();
         painter->save();

@@ -1,15 +1,21 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ui/clsUIWindows.h"
 
+#include "platform/clsDisk.h"
 #include "platform/clsEventLoop.h"
 #include "platform/widgets/modWidgets.h"
 #include "shell/modBrambury.h"
+#include "shell/modCommonFunctions.h"
+#include "shell/modErrorHandler.h"
 #include "ui/frmErrorMessage.h"
+#include "ui/frmHelp.h"
 #include "ui/frmMain.h"
 #include "ui/frmSplash.h"
 
 #include <QApplication>
 #include <QPointer>
+
+using namespace Qt::Literals::StringLiterals;
 
 clsUIWindows::clsUIWindows(std::function<void()> mainClosed) : m_mainClosed(std::move(mainClosed)) {}
 
@@ -113,9 +119,21 @@ bool clsUIWindows::ShowBackupRestore()
     return false;
 }
 
-bool clsUIWindows::ShowHelp(int /*topic*/)
+void clsUIWindows::ShowHelp(int topic)
 {
-    return false;
+    // One that was closed has forgotten everything, and the file may have come back meanwhile.
+    if (!m_help || !m_help->isVisible()) {
+        m_help.reset();
+        ignoringErrors([this] {
+            m_help = std::make_unique<frmHelp>(clsHelpFile(modBrambury::Platform().Disk->ReadFile(m_helpFile)));
+        });
+    }
+    if (m_help)
+        return m_help->ShowTopic(topic);
+    modCommonFunctions::MsgBox(u"The help text could not be read.  This file is missing or damaged:\r\n%1\r\n\r\n"
+                               "Close Brambury and start it again: it then puts the file back.  If that does not help, "
+                               "install Brambury again."_s.arg(m_helpFile),
+                               clsDialogs::Buttons::OK, clsDialogs::Icon::Exclamation);
 }
 
 bool clsUIWindows::ShowTips()
@@ -134,5 +152,6 @@ void clsUIWindows::EndSession()
 
 void clsUIWindows::Discard()
 {
+    m_help.reset();
     m_main.reset();
 }

@@ -8,6 +8,7 @@
 #include <memory>
 
 class QWidget;
+class frmHelp;
 class frmMain;
 class frmSplash;
 
@@ -30,7 +31,8 @@ public:
     void SetPointer(Pointer pointer) override;
     void ShowError(ErrorIcon icon, const QString& message, const QString& details) override;
     bool ShowBackupRestore() override;
-    bool ShowHelp(int topic) override;
+    void SetHelpFile(const QString& path) override { m_helpFile = path; }
+    void ShowHelp(int topic) override;
     bool ShowTips() override;
 
     /// The end of the session or of the process from outside: whatever waits returns, then the main window closes
@@ -47,4 +49,6 @@ private:
     std::function<void()> m_mainClosed;
     std::unique_ptr<frmMain> m_main;
     std::unique_ptr<frmSplash> m_splash;
+    std::unique_ptr<frmHelp> m_help;
+    QString m_helpFile;
 };

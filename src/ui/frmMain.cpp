@@ -2,14 +2,15 @@
 // Loading and closing of the main window.
 #include "ui/frmMain.h"
 
+#include "data/clsDeletedLinks.h"
 #include "data/modDBFunctions.h"
 #include "platform/clsClock.h"
 #include "platform/clsConnection.h"
 #include "platform/clsDatabase.h"
 #include "platform/clsEventLoop.h"
 #include "platform/clsSettingsStore.h"
+#include "platform/clsSpelling.h"
 #include "platform/clsWindows.h"
-#include "shell/clsErrorHandler.h"
 #include "shell/modCommonFunctions.h"
 #include "shell/modErrorHandler.h"
 #include "ui/clsLinkGrid.h"
@@ -48,9 +49,6 @@ enum StoredState : int
     Maximised = 2
 };
 
-/// The topic that greets a new user.
-constexpr int WelcomeTopic = 202;
-
 /// Large screens have more twips than the other settings' 16 bits hold.
 int ToNumber(const QString& text)
 {
@@ -70,9 +68,21 @@ QString ToTwips(int pixels)
 {
     return QString::number(pixels * TwipsPerPixel);
 }
+
+/// Names the texts that lie beside the data folder to whoever reads them.
+void SetHelpAndLexicons()
+{
+    using modBrambury::FolderPath;
+    Platform().Windows->SetHelpFile(FolderPath(u"\\Bramdat.hlp"_s));
+    if (Platform().Spelling)
+        Platform().Spelling->SetLexicons({.affixes = FolderPath(u"\\ssceam.tlx"_s),
+                                          .dictionary = FolderPath(u"\\ssceam2.clx"_s),
+                                          .userWords = FolderPath(u"\\bramdat.tlx"_s),
+                                          .corrections = FolderPath(u"\\correct.tlx"_s)});
+}
 } // namespace
 
-frmMain::frmMain(QWidget* parent) : QMainWindow(parent)
+frmMain::frmMain(QWidget* parent) : QMainWindow(parent), m_deletedLinks(std::make_unique<clsDeletedLinks>())
 {
     setObjectName(u"frmMain"_s);
     setWindowTitle(modBrambury::ProgramTitle);
@@ -103,12 +113,11 @@ void frmMain::Load()
     RestoreSettings();
     // Without its database the program can do nothing at all.
     if (!State().Terminating && !modDBFunctions::OpenProcessDatabase() && !State().Terminating) {
-        const clsErrorHandler& last = clsErrorHandler::Instance();
-        if (modDBFunctions::LastUse() == modDBFunctions::Use::Free && !last.Shown)
-            modCommonFunctions::MsgBox(last.Description, clsDialogs::Buttons::OK, clsDialogs::Icon::Critical);
+        modErrorHandler::TellHiddenErrors();
         modBrambury::AbortProgram();
     }
-    step("Form_Load", [this] { modMenus::EntryOf(*m_helpMenu, 4)->setChecked(IsOn(State().Settings.ShowTips)); });
+    step("Form_Load", [] { SetHelpAndLexicons(); });
+    step("Form_Load", [this] { TickTips(); });
     step("OpenLists", [this] { OpenLists(); });
     step("FillSiteList", [this] { FillSiteList(); });
     step("RestoreLayout", [this] { m_gridLinkList->RestoreLayout(*Platform().Settings); });
@@ -194,8 +203,6 @@ void frmMain::FirstStart()
 {
     clsProgramSettings& settings = State().Settings;
     Platform().EventLoop->Yield();
-    if (settings.LastEntry.isEmpty())
-        Platform().Windows->ShowHelp(WelcomeTopic);
     settings.LastEntry = Platform().Clock->Now().toString(u"yyyy-MM-dd"_s);
     if (IsOn(settings.ShowTips))
         Platform().Windows->ShowTips();

@@ -2,6 +2,7 @@
 // The main window: the sites, the links of the selected one, the results log, and every command of the program.
 #pragma once
 
+#include "data/modDataModel.h"
 #include "linktest/clsHTTP.h"
 #include "platform/clsDialogs.h"
 
@@ -13,6 +14,7 @@
 class QAction;
 class QCheckBox;
 class QLabel;
+class QLineEdit;
 class QListWidget;
 class QMenu;
 class QPushButton;
@@ -20,7 +22,9 @@ class QTabBar;
 class QToolBar;
 class QToolButton;
 class QTreeWidget;
+class QTreeWidgetItem;
 class clsButtonRow;
+class clsDeletedLinks;
 class clsLinkGrid;
 class clsLogo;
 class clsPanes;
@@ -94,6 +98,8 @@ private:
     void OpenLists();
     void SelectSiteNode(const QString& siteID);
     void SiteNodeChosen();
+    [[nodiscard]] static QString SiteOf(const QTreeWidgetItem& node);
+    [[nodiscard]] modDataModel::StatusBounds Bounds() const;
     void ShowLinks(std::unique_ptr<clsRecordset> links);
     void UpdateCounter();
     void UpdateEmptyState();
@@ -102,6 +108,9 @@ private:
     void HideInactiveDeclinedClicked(bool hide);
     void ShowPendingLink();
     void ReportReadFailure();
+    bool SiteListKey(int key);
+    bool FilterKey(int key);
+    bool GridKey(int key);
 
     // Commands (frmMainCommands.cpp)
     /// Runs a command under its routine's trap, unless a run is busy.
@@ -115,7 +124,6 @@ private:
     void BryOnline(int index);
     void ResultButton(int index);
     void ShowLegend();
-    void ShowHelp(int topic, const QString& what);
     void ToggleTips();
     void SetForTest();
     void SetMultipleTests();
@@ -125,6 +133,29 @@ private:
     [[nodiscard]] bool HasSite() const;
     [[nodiscard]] bool HasLinks() const;
     void SaveLog();
+
+    // Commands on records (frmMainRecords.cpp)
+    /// Brings the site list up to date and selects a site; another one when it is missing.
+    void ShowSite(const QString& siteID);
+    /// Follows an editor that has saved a site, or has come to one.
+    void FollowSite(const QString& siteID);
+    void NewSite();
+    void EditSite();
+    void CopySite();
+    void BeginRename();
+    void RenameSite(const QString& siteID, const QString& label);
+    void DeleteSite();
+    /// @param linkID  clsLinks::NewLink for a new one.
+    void EditLink(qint64 linkID);
+    void DeleteLinks();
+    void UndoDelete();
+    void SetEmail();
+    void ChangeStatus();
+    void EditCategories();
+    void CustomizeList();
+    void SetOptions();
+    /// Shows in the Help menu whether tips come at the start.
+    void TickTips();
 
     QMenu* m_fileMenu = nullptr;
     QMenu* m_sitesMenu = nullptr;
@@ -144,6 +175,7 @@ private:
     QCheckBox* m_hideInactiveDeclined = nullptr;
     QLabel* m_lblLinksInView = nullptr;
     QTabBar* m_linksTab = nullptr;
+    QLineEdit* m_txtFilter = nullptr;
     clsLinkGrid* m_gridLinkList = nullptr;
     clsButtonRow* m_linkButtonContainer = nullptr;
     std::array<QToolButton*, 8> m_linkButtons{};
@@ -155,6 +187,7 @@ private:
 
     std::unique_ptr<clsRecordset> m_sites;    ///< tblSites
     std::unique_ptr<clsQueryDef> m_linkQuery; ///< qryLinkList
+    std::unique_ptr<clsDeletedLinks> m_deletedLinks;
     int m_view = -1;                          ///< the current status view
     bool m_busy = false;                      ///< a run is in progress
     int m_inside = 0;                         ///< routines of this window that have not returned

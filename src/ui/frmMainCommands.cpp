@@ -7,11 +7,14 @@
 #include "platform/clsDatabase.h"
 #include "platform/clsDisk.h"
 #include "platform/clsWindows.h"
+#include "platform/modHelpTopics.h"
 #include "shell/modCommonFunctions.h"
 #include "shell/modErrorHandler.h"
 #include "shell/modLater.h"
 #include "ui/clsButtonRow.h"
+#include "ui/clsHourglass.h"
 #include "ui/clsLinkGrid.h"
+#include "ui/clsLinks.h"
 #include "ui/clsLogo.h"
 #include "ui/clsResultsBox.h"
 #include "ui/clsRunProgress.h"
@@ -21,6 +24,7 @@
 
 #include <QAction>
 #include <QCheckBox>
+#include <QLineEdit>
 #include <QMenu>
 #include <QMenuBar>
 #include <QTabBar>
@@ -40,8 +44,6 @@ namespace
 {
 constexpr char Module[] = "frmMain";
 const QString OnlineHome = u"https://www.example.com/brambury/"_s;
-constexpr int LegendTopic = 313;
-constexpr int MainScreenTopic = 1;
 /// Entries that stay when a run is busy.
 constexpr int ExitEntry = 10;
 
@@ -58,16 +60,6 @@ QString UpdatePage()
         .arg(version.minorVersion())
         .arg(version.microVersion());
 }
-
-/// The hourglass for as long as it lives.
-class clsHourglass
-{
-public:
-    clsHourglass() { Platform().Windows->SetPointer(clsWindows::Pointer::Hourglass); }
-    ~clsHourglass() { Platform().Windows->SetPointer(clsWindows::Pointer::Default); }
-    clsHourglass(const clsHourglass&) = delete;
-    clsHourglass& operator=(const clsHourglass&) = delete;
-};
 } // namespace
 
 void frmMain::Command(const char* routine, const std::function<void()>& body)
@@ -140,15 +132,15 @@ void frmMain::SitesMenuElement(int index)
         }
         switch (index) {
         case 0:
-            return TellLater(u"Adding sites"_s);
+            return NewSite();
         case 1:
-            return TellLater(u"Editing sites"_s);
+            return EditSite();
         case 2:
-            return TellLater(u"Copying sites"_s);
+            return CopySite();
         case 3:
-            return TellLater(u"Renaming sites"_s);
+            return BeginRename();
         case 5:
-            return TellLater(u"Deleting sites"_s);
+            return DeleteSite();
         default:
             return;
         }
@@ -160,7 +152,7 @@ void frmMain::LinkMenuElement(int index)
     Command("LinkMenuElement_Click", [&] {
         if (index == 0) {
             if (HasSite())
-                TellLater(u"Adding links"_s);
+                EditLink(clsLinks::NewLink);
             else
                 Tell(u"You must create a site before adding a new link."_s);
             return;
@@ -170,21 +162,21 @@ void frmMain::LinkMenuElement(int index)
             return;
         switch (index) {
         case 1:
-            return TellLater(u"Editing links"_s);
+            return EditLink(m_gridLinkList->CurrentLink());
         case 2:
-            return TellLater(u"Deleting links"_s);
+            return DeleteLinks();
         case 4:
             return m_gridLinkList->selectAll();
         case 6:
-            return TellLater(u"Choosing e-mail messages"_s);
+            return SetEmail();
         case 7:
             return SetForTest();
         case 8:
             return SetMultipleTests();
         case 9:
-            return TellLater(u"Changing the status of links"_s);
+            return ChangeStatus();
         case 13:
-            return TellLater(u"Customizing the link list"_s);
+            return CustomizeList();
         default:
             return;
         }
@@ -211,9 +203,9 @@ void frmMain::ToolsMenuElement(int index)
         case 4:
             return TellLater(u"Compacting the database"_s);
         case 6:
-            return TellLater(u"Editing link categories"_s);
+            return EditCategories();
         case 8:
-            return TellLater(u"Setting program options"_s);
+            return SetOptions();
         default:
             return;
         }
@@ -225,9 +217,11 @@ void frmMain::HelpMenuElement(int index)
     Command("HelpMenuElement_Click", [&] {
         switch (index) {
         case 0:
+            return Platform().Windows->ShowHelp(modHelpTopics::MainWindow);
         case 1:
+            return Platform().Windows->ShowHelp(modHelpTopics::Search);
         case 2:
-            return ShowHelp(MainScreenTopic, u"Help"_s);
+            return Platform().Windows->ShowHelp(modHelpTopics::UsingHelp);
         case 4:
             return ToggleTips();
         case 7:
@@ -256,39 +250,26 @@ void frmMain::BryOnline(int index)
     });
 }
 
-void frmMain::ShowHelp(int topic, const QString& what)
-{
-    if (!Platform().Windows->ShowHelp(topic))
-        TellLater(what);
-}
-
 void frmMain::ShowLegend()
 {
-    Command("LinkButtons_Click", [this] { ShowHelp(LegendTopic, u"The legend"_s); });
+    Command("LinkButtons_Click", [] { Platform().Windows->ShowHelp(modHelpTopics::Legend); });
 }
 
 void frmMain::ToggleTips()
 {
     State().Settings.ShowTips = IsOn(State().Settings.ShowTips) ? u"No"_s : u"Yes"_s;
+    TickTips();
+}
+
+void frmMain::TickTips()
+{
     EntryOf(*m_helpMenu, 4)->setChecked(IsOn(State().Settings.ShowTips));
 }
 
 void frmMain::SetForTest()
 {
     const clsHourglass hourglass;
-    const std::vector<qint64> chosen = m_gridLinkList->ChosenLinks();
-    clsRecordset& links = *m_gridLinkList->Links().Recordset();
-    clsTransaction transaction(*State().Database);
-    for (const qint64 link : chosen) {
-        links.MoveTo(link);
-        if (!links.Refresh())
-            continue; // deleted by somebody else
-        const bool queued = links.Field(u"TestQueue"_s).toInt() != 0;
-        links.Edit();
-        links.SetField(u"TestQueue"_s, queued ? 0 : 1);
-        links.Update();
-    }
-    transaction.Commit();
+    modTestQueue::Toggle(*State().Database, m_gridLinkList->ChosenLinks());
     m_gridLinkList->Links().RefreshAll();
 }
 
@@ -325,6 +306,7 @@ void frmMain::TestLinks()
         return;
     }
     State().StopFlag = false;
+    modErrorHandler::ForgetHiddenErrors();
     SetBusy(true);
     guarded(Module, "TestLinks", [this] {
         clsHTTP session({this, m_txtResults, Platform(), State().Database.get(), {}});
@@ -332,8 +314,10 @@ void frmMain::TestLinks()
     });
     SetBusy(false);
     // After an end that was forced upon the run nothing touches the database any more.
-    if (!State().Terminating)
-        FillLinkGrid();
+    if (State().Terminating)
+        return;
+    guarded(Module, "TestLinks", [this] { FillLinkGrid(); });
+    modErrorHandler::TellHiddenErrors();
 }
 
 void frmMain::StopRun()
@@ -365,6 +349,7 @@ void frmMain::SetBusy(bool busy)
         button->setEnabled(!busy);
     m_siteList->setEnabled(!busy);
     m_linksTab->setEnabled(!busy);
+    m_txtFilter->setEnabled(!busy);
     m_hideInactiveDeclined->setEnabled(!busy);
     m_chkShowURL->setEnabled(!busy);
     if (busy) {

@@ -5,10 +5,14 @@
 #include "platform/clsWindows.h"
 #include "shell/modBrambury.h"
 #include "ui/clsButtonRow.h"
+#include "ui/clsCommandBar.h"
+#include "ui/clsElidedLabel.h"
 #include "ui/clsLinkGrid.h"
+#include "ui/clsLinkHead.h"
 #include "ui/clsLogo.h"
 #include "ui/clsPanes.h"
 #include "ui/clsResultsBox.h"
+#include "ui/clsSiteLabel.h"
 #include "ui/clsRowDelegate.h"
 #include "ui/clsRunProgress.h"
 #include "ui/modIcons.h"
@@ -20,6 +24,7 @@
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
+#include <QLineEdit>
 #include <QListWidget>
 #include <QMenu>
 #include <QMenuBar>
@@ -49,7 +54,7 @@ QString Numbered(const QString& name, std::size_t index)
 /// A pane's heading; `control` is what it names.
 QLabel* Heading(const QString& text, QWidget* control)
 {
-    auto* label = new QLabel(text);
+    auto* label = new clsElidedLabel(text);
     QFont bold = label->font();
     bold.setBold(true);
     label->setFont(bold);
@@ -121,10 +126,9 @@ QWidget* frmMain::BuildToolbar()
         {{u"Program Options", u"Program Options", "options"}, [this] { ToolsMenuElement(8); }},
         {{u"Help", u"Help for main screen", "help"}, [this] { HelpMenuElement(0); }},
     }};
-    m_bigToolBar = new QToolBar;
+    m_bigToolBar = new clsCommandBar;
     m_bigToolBar->setObjectName(u"BigToolBar"_s);
     m_bigToolBar->setAccessibleName(u"Commands"_s);
-    m_bigToolBar->setToolButtonStyle(Qt::ToolButtonTextUnderIcon);
     for (std::size_t i = 0; i < commands.size(); ++i) {
         const ButtonInfo& look = commands[i].look;
         QAction* action = m_bigToolBar->addAction(modIcons::Icon(QString::fromLatin1(look.icon)),
@@ -138,6 +142,7 @@ QWidget* frmMain::BuildToolbar()
         }
         QWidget* button = m_bigToolBar->widgetForAction(action);
         button->setFocusPolicy(Qt::TabFocus);
+        button->installEventFilter(this);
         button->setAccessibleName(QString::fromUtf16(look.caption));
         button->setAccessibleDescription(QString::fromUtf16(look.tip));
         if (i == 3 || i == 5)
@@ -169,9 +174,14 @@ QWidget* frmMain::BuildSitePane()
     m_siteList->setRootIsDecorated(false);
     m_siteList->setIndentation(0);
     m_siteList->setUniformRowHeights(true);
-    m_siteList->setItemDelegate(new clsRowDelegate(*m_siteList));
+    auto* label = new clsSiteLabel(*m_siteList);
+    m_siteList->setItemDelegate(label);
+    connect(label, &clsSiteLabel::LabelEdited, this, [this](int row, const QString& text) {
+        if (const QTreeWidgetItem* node = m_siteList->topLevelItem(row))
+            RenameSite(SiteOf(*node), text);
+    });
     m_siteList->setTextElideMode(Qt::ElideRight);
-    m_siteList->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    m_siteList->setEditTriggers(QAbstractItemView::EditKeyPressed | QAbstractItemView::SelectedClicked);
     m_siteList->setContextMenuPolicy(Qt::CustomContextMenu);
     m_siteList->setTabKeyNavigation(false);
     m_siteList->installEventFilter(this);
@@ -232,7 +242,7 @@ QWidget* frmMain::BuildLinkPane()
             [this](int column) { Command("gridLinkList_HeadClick", [this, column] { SortLinkGrid(column); }); });
     connect(&m_gridLinkList->Links(), &clsLinkModel::ReadFailed, this, &frmMain::ReportReadFailure);
 
-    m_lblLinksInView = new QLabel;
+    m_lblLinksInView = new clsElidedLabel;
     m_lblLinksInView->setObjectName(u"lblLinksInView"_s);
     m_hideInactiveDeclined = new QCheckBox(u"Hide Inactive && Declined Tabs"_s);
     m_hideInactiveDeclined->setObjectName(u"HideInactiveDeclined"_s);
@@ -251,6 +261,33 @@ QWidget* frmMain::BuildLinkPane()
     m_linksTab->setTabToolTip(0, u"Show all links for selected site"_s);
     AddStatusTabs(0, 6);
     connect(m_linksTab, &QTabBar::currentChanged, this, &frmMain::StatusViewChosen);
+
+    m_txtFilter = new QLineEdit;
+    m_txtFilter->setObjectName(u"txtFilter"_s);
+    m_txtFilter->setAccessibleName(u"Filter"_s);
+    m_txtFilter->setAccessibleDescription(u"Shows only the links that have these words in a column of the list"_s);
+    m_txtFilter->setToolTip(u"Show only the links that have these words in a column of the list (Ctrl+F)"_s);
+    m_txtFilter->setPlaceholderText(u"Filter"_s);
+    m_txtFilter->setClearButtonEnabled(true);
+    m_txtFilter->addAction(modIcons::Icon(u"filter"_s), QLineEdit::LeadingPosition);
+    m_txtFilter->installEventFilter(this);
+    m_gridLinkList->installEventFilter(this);
+    connect(m_txtFilter, &QLineEdit::textChanged, m_gridLinkList, &clsLinkGrid::SetFilter);
+    connect(m_gridLinkList, &clsLinkGrid::FilterApplied, this, [this] {
+        UpdateCounter();
+        UpdateEmptyState();
+    });
+    auto* find = new QAction(this);
+    find->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_F));
+    connect(find, &QAction::triggered, this, [this] {
+        m_txtFilter->setFocus(Qt::ShortcutFocusReason);
+        m_txtFilter->selectAll();
+    });
+    addAction(find);
+    auto* undo = new QAction(this);
+    undo->setShortcut(QKeySequence::Undo);
+    connect(undo, &QAction::triggered, this, &frmMain::UndoDelete);
+    addAction(undo);
 
     constexpr std::array<ButtonInfo, 8> buttons{{
         {u"New Link", u"Add a link partner", "link-new"},
@@ -284,8 +321,10 @@ QWidget* frmMain::BuildLinkPane()
     auto* pane = new QWidget;
     pane->setObjectName(u"TopRightPane"_s);
     auto* head = new QHBoxLayout;
-    head->setSpacing(2 * Gap);
-    head->addWidget(Heading(u"Reciprocal Links"_s, m_gridLinkList));
+    head->setSpacing(Gap);
+    auto* heading = Heading(u"Reciprocal Links"_s, m_gridLinkList);
+    heading->setMinimumWidth(heading->sizeHint().width()); // the counter gives way first
+    head->addWidget(heading);
     head->addWidget(m_lblLinksInView);
     head->addStretch();
     head->addWidget(m_hideInactiveDeclined);
@@ -294,7 +333,7 @@ QWidget* frmMain::BuildLinkPane()
     column->setSpacing(0);
     column->addLayout(head);
     column->addSpacing(Gap);
-    column->addWidget(m_linksTab);
+    column->addWidget(new clsLinkHead(m_linksTab, m_txtFilter));
     column->addWidget(m_gridLinkList, 1);
     column->addSpacing(Gap - 2);
     column->addWidget(m_linkButtonContainer);
@@ -359,7 +398,7 @@ void frmMain::SetTabOrder()
     }
     order.append(QList<QWidget*>(m_siteButtons.begin(), m_siteButtons.end()));
     order << m_siteList << findChild<QWidget*>(u"imgVertSplitter"_s) << m_hideInactiveDeclined << m_linksTab
-          << m_gridLinkList;
+          << m_txtFilter << m_gridLinkList;
     order.append(QList<QWidget*>(m_linkButtons.begin(), m_linkButtons.end()));
     order << findChild<QWidget*>(u"imgHorzSplitter"_s) << m_chkShowURL << m_txtResults;
     order.append(QList<QWidget*>(m_resultButtons.begin(), m_resultButtons.end()));

@@ -16,13 +16,16 @@
 
 #include <QAction>
 #include <QCheckBox>
+#include <QContextMenuEvent>
 #include <QKeyEvent>
 #include <QLabel>
+#include <QLineEdit>
 #include <QListWidget>
 #include <QMenu>
 #include <QScopeGuard>
 #include <QSignalBlocker>
 #include <QTabBar>
+#include <QToolBar>
 #include <QTreeWidget>
 
 using namespace Qt::Literals::StringLiterals;
@@ -78,10 +81,12 @@ void frmMain::FillSiteList()
     {
         const QSignalBlocker quiet(m_siteList);
         m_siteList->clear();
+        m_sites->Requery();
         for (m_sites->MoveFirst(); !m_sites->AfterLast(); m_sites->MoveNext()) {
             const QString site = modCommonFunctions::TextOf(m_sites->Field(u"SiteID"_s));
             auto* node = new QTreeWidgetItem(m_siteList, {site});
             node->setData(0, SiteRole, site);
+            node->setFlags(node->flags() | Qt::ItemIsEditable);
             node->setToolTip(0, modTips::Plain(site));
             node->setIcon(0, modIcons::Icon(u"site"_s));
         }
@@ -91,6 +96,7 @@ void frmMain::FillSiteList()
         return;
     }
     State().CurrentSite.clear();
+    setWindowTitle(modBrambury::ProgramTitle);
     FillCategoryList();
     FillLinkGrid();
 }
@@ -100,10 +106,15 @@ void frmMain::SelectSiteNode(const QString& siteID)
     const QSignalBlocker quiet(m_siteList);
     for (int i = 0; i < m_siteList->topLevelItemCount(); ++i) {
         QTreeWidgetItem* node = m_siteList->topLevelItem(i);
-        if (node->data(0, SiteRole).toString().compare(siteID, Qt::CaseInsensitive) == 0)
+        if (SiteOf(*node).compare(siteID, Qt::CaseInsensitive) == 0)
             m_siteList->setCurrentItem(node);
     }
     m_siteList->viewport()->update();
+}
+
+QString frmMain::SiteOf(const QTreeWidgetItem& node)
+{
+    return node.data(0, SiteRole).toString();
 }
 
 void frmMain::SiteNodeChosen()
@@ -111,7 +122,7 @@ void frmMain::SiteNodeChosen()
     const QTreeWidgetItem* node = m_siteList->currentItem();
     if (!node)
         return;
-    const QString site = node->data(0, SiteRole).toString();
+    const QString site = SiteOf(*node);
     Command("SiteList_NodeClick", [&] {
         if (site != State().CurrentSite && !LoadSite(site))
             SelectSiteNode(State().CurrentSite);
@@ -126,7 +137,7 @@ bool frmMain::LoadSite(const QString& siteID)
     }
     modSites::Select(*m_sites);
     State().Settings.Site = State().CurrentSite;
-    setWindowTitle(u"%1    [Site: %2]"_s.arg(modBrambury::ProgramTitle, State().CurrentSite));
+    setWindowTitle(u"%1    [Site: %2]"_s.arg(modBrambury::ProgramTitle, modTips::OneLine(State().CurrentSite)));
     SelectSiteNode(State().CurrentSite);
     FillCategoryList();
     FillLinkGrid();
@@ -153,11 +164,16 @@ void frmMain::FillCategoryList()
     m_gridLinkList->Links().SetCategories(std::move(names));
 }
 
+modDataModel::StatusBounds frmMain::Bounds() const
+{
+    return modDataModel::BoundsOf(m_view, m_hideInactiveDeclined->isChecked());
+}
+
 void frmMain::FillLinkGrid()
 {
     std::unique_ptr<clsRecordset> links;
     if (HasSite() && m_linkQuery) {
-        const modDataModel::StatusBounds bounds = modDataModel::BoundsOf(m_view, m_hideInactiveDeclined->isChecked());
+        const modDataModel::StatusBounds bounds = Bounds();
         m_linkQuery->SetParameter(u"Site"_s, State().CurrentSite);
         m_linkQuery->SetParameter(u"StatusLow"_s, bounds.low);
         m_linkQuery->SetParameter(u"StatusHigh"_s, bounds.high);
@@ -186,7 +202,13 @@ void frmMain::UpdateCounter()
 
 void frmMain::UpdateEmptyState()
 {
-    if (!HasSite())
+    clsLinkModel& links = m_gridLinkList->Links();
+    if (links.Filtering())
+        m_gridLinkList->SetEmptyState(u"Searching the links..."_s, {});
+    else if (links.Filtered() && links.Recordset() && links.Recordset()->RecordCount() > 0)
+        m_gridLinkList->SetEmptyState(u"No link in this view matches the filter"_s,
+                                      u"Press Esc to clear the filter."_s);
+    else if (!HasSite())
         m_gridLinkList->SetEmptyState(u"There is no site yet"_s,
                                       u"Begin with your own web site: choose \"New...\" in the Sites menu."_s);
     else if (m_view >= 0)
@@ -312,27 +334,73 @@ void frmMain::ShowPendingLink()
 
 void frmMain::ReportReadFailure()
 {
+    // During a run a lock is no news: the run waits for it, and reports it. At its end the rows are read anew.
+    if (m_busy)
+        return;
     const clsInside inside(*this);
     guarded(Module, "gridLinkList_UnboundReadData", [this] { m_gridLinkList->Links().ReadFailedRows(); });
 }
 
 bool frmMain::eventFilter(QObject* watched, QEvent* event)
 {
-    if (watched == m_siteList && event->type() == QEvent::KeyPress) {
-        switch (static_cast<QKeyEvent*>(event)->key()) {
-        case Qt::Key_Insert:
-            SitesMenuElement(0);
+    if (event->type() == QEvent::KeyPress) {
+        const int key = static_cast<QKeyEvent*>(event)->key();
+        if ((watched == m_siteList && SiteListKey(key)) || (watched == m_txtFilter && FilterKey(key)) ||
+            (watched == m_gridLinkList && GridKey(key)))
             return true;
-        case Qt::Key_Return:
-        case Qt::Key_Enter:
-            SitesMenuElement(1);
-            return true;
-        case Qt::Key_Delete:
-            SitesMenuElement(5);
-            return true;
-        default:
-            break;
-        }
+    }
+    // A grey button keeps this to itself, and does nothing with it.
+    if (event->type() == QEvent::ContextMenu && watched->parent() == m_bigToolBar && !m_busy) {
+        m_toolbarMenu->popup(static_cast<QContextMenuEvent*>(event)->globalPos());
+        return true;
     }
     return QMainWindow::eventFilter(watched, event);
+}
+
+bool frmMain::SiteListKey(int key)
+{
+    // The key that ends the typing of a name comes by here too.
+    if (focusWidget() != m_siteList)
+        return false;
+    switch (key) {
+    case Qt::Key_Insert:
+        SitesMenuElement(0);
+        return true;
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+        SitesMenuElement(1);
+        return true;
+    case Qt::Key_Delete:
+        SitesMenuElement(5);
+        return true;
+    default:
+        return false;
+    }
+}
+
+bool frmMain::FilterKey(int key)
+{
+    switch (key) {
+    case Qt::Key_Escape:
+        if (m_txtFilter->text().isEmpty())
+            m_gridLinkList->setFocus();
+        m_txtFilter->clear();
+        return true;
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+    case Qt::Key_Down:
+        m_gridLinkList->setFocus();
+        return true;
+    default:
+        return false;
+    }
+}
+
+bool frmMain::GridKey(int key)
+{
+    // During a run the key is that of the stop button.
+    if (key != Qt::Key_Escape || m_busy || m_txtFilter->text().isEmpty())
+        return false;
+    m_txtFilter->clear();
+    return true;
 }

@@ -2,9 +2,9 @@
 #include "ui/frmSetTest.h"
 
 #include "platform/clsWindows.h"
+#include "platform/modHelpTopics.h"
 #include "shell/modBrambury.h"
 #include "shell/modErrorHandler.h"
-#include "shell/modLater.h"
 #include "ui/modIcons.h"
 
 #include <QCheckBox>
@@ -21,7 +21,6 @@ using namespace Qt::Literals::StringLiterals;
 namespace
 {
 constexpr int helpButton = 3;
-constexpr int helpTopic = 112;
 } // namespace
 
 frmSetTest::frmSetTest(QWidget* parent) : QDialog(parent)
@@ -99,8 +98,7 @@ void frmSetTest::ButtonPressed(int index)
 {
     guarded("frmSetTest", "buttonLinks_Click", [&] {
         if (index == helpButton) {
-            if (!modBrambury::Platform().Windows->ShowHelp(helpTopic))
-                modLater::TellLater(u"Help"_s);
+            modBrambury::Platform().Windows->ShowHelp(modHelpTopics::SetForTest);
             return;
         }
         m_userChoice = QString::number(index);

@@ -30,6 +30,8 @@ public:
 
     QPixmap pixmap(const QSize& size, QIcon::Mode mode, QIcon::State) override
     {
+        if (size.isEmpty())
+            return {}; // a tab that has no room for its picture
         const QColor line = LineColor(mode);
         const QString key =
             u"brambury/%1/%2x%3/%4/%5"_s.arg(m_name).arg(size.width()).arg(size.height()).arg(mode).arg(line.name());

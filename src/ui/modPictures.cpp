@@ -2,25 +2,40 @@
 // Pictures of the windows for the manual, and for looking at them on machines without a screen.
 #include "ui/modWindow.h"
 
+#include "data/clsLinkRecord.h"
+#include "data/clsSiteRecord.h"
+#include "platform/clsDatabase.h"
 #include "platform/clsDialogs.h"
+#include "platform/clsDisk.h"
 #include "platform/clsError.h"
 #include "platform/clsEventLoop.h"
 #include "platform/impl/clsPlatformParts.h"
+#include "platform/impl/modPlatformImpl.h"
+#include "platform/modHelpTopics.h"
 #include "shell/modBrambury.h"
 #include "shell/modErrorHandler.h"
 #include "ui/clsLinkGrid.h"
 #include "ui/clsPanes.h"
 #include "ui/clsWindowParts.h"
+#include "ui/frmCategories.h"
+#include "ui/frmCustomizeGrid.h"
 #include "ui/frmErrorMessage.h"
+#include "ui/frmHelp.h"
+#include "ui/frmLinks.h"
 #include "ui/frmMain.h"
+#include "ui/frmOptions.h"
+#include "ui/frmSelectionDialog.h"
 #include "ui/frmSetTest.h"
+#include "ui/frmSites.h"
 #include "ui/frmSplash.h"
 
 #include <QApplication>
 #include <QDir>
 #include <QProcess>
 #include <QPushButton>
+#include <QTabWidget>
 #include <QTemporaryDir>
+#include <QTimer>
 #include <cstdio>
 
 using namespace Qt::Literals::StringLiterals;
@@ -41,6 +56,7 @@ public:
         return buttons == Buttons::OK ? Answer::OK : buttons == Buttons::YesNo ? Answer::No : Answer::Cancel;
     }
     QString SaveFile(const FileRequest& request) override { return OpenFile(request); }
+    QString InputBox(const QString&, const QString&, const QString&) override { return {}; }
     QString OpenFile(const FileRequest&) override
     {
         throw clsError(clsError::DialogCancelled, u"Cancel was selected."_s, u"clsDialogs"_s);
@@ -123,6 +139,70 @@ bool OfMain(const clsPlatformParts& parts, const std::function<void(frmMain&)>& 
     with.Windows.Discard();
     return taken;
 }
+
+/// The error window with the texts of a real failure: a stored query that is missing. It is reported in the error log
+/// as well, so this is for an installation that nobody keeps.
+void TakeError(clsCamera& camera)
+{
+    bool taken = false;
+    QTimer look;
+    QObject::connect(&look, &QTimer::timeout, &look, [&] {
+        auto* error = qobject_cast<frmErrorMessage*>(QApplication::activeModalWidget());
+        if (!error)
+            return;
+        look.stop();
+        taken = ignoringErrors([&] {
+            camera.Take(*error, u"error"_s);
+            error->findChild<QPushButton*>(u"errorButton_1"_s)->click();
+            camera.Take(*error, u"error-details"_s);
+        });
+        error->accept();
+    });
+    look.start(0);
+    guarded("frmMain", "OpenLists", [] { (void)modBrambury::State().Database->QueryDef(u"qryLinks"_s); });
+    if (!taken)
+        throw clsError(clsError::PermissionDenied, u"Could not take the error window's picture"_s, u"modWindow"_s);
+}
+
+/// Every page of a dialog.
+void TakePages(clsCamera& camera, QDialog& editor, const QStringList& names)
+{
+    auto* pages = editor.findChild<QTabWidget*>();
+    for (int i = 0; i < names.size(); ++i) {
+        pages->setCurrentIndex(i);
+        camera.Take(editor, names[i]);
+    }
+}
+
+/// The editors of the selected site and of its first link with failed tests.
+void TakeEditors(clsCamera& camera)
+{
+    const modBrambury::ProcessState& state = modBrambury::State();
+    clsDatabase& database = *state.Database;
+    clsSiteRecord site(database);
+    if (site.Open(state.CurrentSite))
+        TakePages(camera, *std::make_unique<frmSites>(site, database),
+                  {u"site"_s, u"site-templates"_s, u"site-rules"_s, u"site-html"_s});
+    const modDataModel::StatusBounds all = modDataModel::BoundsOf(modDataModel::ViewAll, false);
+    const auto failed = database.OpenRecordset(u"SELECT ID FROM tblLinkList WHERE Results >= 4 ORDER BY ID"_s);
+    clsLinkRecord link(database, state.CurrentSite, state.Tests.MyLinkAtRecipSite);
+    if (link.Open(failed->Field(u"ID"_s).toLongLong(), all))
+        TakePages(camera, *std::make_unique<frmLinks>(link, database), {u"link"_s, u"link-comments"_s});
+}
+
+void TakeSmallDialogs(clsCamera& camera, clsLinkGrid& grid)
+{
+    const modBrambury::ProcessState& state = modBrambury::State();
+    frmCategories categories(*state.Database);
+    camera.Take(categories, u"categories"_s);
+    frmOptions options(*state.Database);
+    TakePages(camera, options, {u"options"_s, u"options-defaults"_s, u"options-types"_s});
+    frmSelectionDialog selection(u"Change Status"_s, state.StatusNames, modDataModel::Active);
+    camera.Take(selection, u"selection"_s);
+    frmCustomizeGrid customize(grid);
+    camera.Take(customize, u"customize"_s);
+}
+
 /// The scale holds for a whole process, so the same pictures at the double scale take a second one.
 int AgainAtDoubleScale(const QString& home, const QString& folder)
 {
@@ -149,22 +229,24 @@ int modWindow::RenderPictures(clsPlatformParts& parts, const QString& folder)
     clsCamera camera(folder);
     const bool all = OfMain(parts, [&](frmMain& window) {
         window.resize(MainSize);
-        window.findChild<clsPanes*>()->SetPositions(2700, 6300);
+        window.findChild<clsPanes*>()->SetPositions(clsPanes::FirstLeft, clsPanes::FirstTop);
         auto* grid = window.findChild<clsLinkGrid*>();
         grid->setFocus();
         camera.Take(window, u"main"_s);
         window.resize(SmallMainSize);
-        window.findChild<clsPanes*>()->SetPositions(2100, 5400);
         camera.Take(window, u"main-small"_s);
 
         frmSetTest setTest;
         camera.Take(setTest, u"settest"_s);
-        frmErrorMessage error(clsWindows::ErrorIcon::Critical,
-                              u"An error has occured in the program.\n\nPlease try again."_s,
-                              u"Error Number:\t3265\nDescription:\tItem not found in this collection."_s);
-        camera.Take(error, u"error"_s);
-        error.findChild<QPushButton*>(u"errorButton_1"_s)->click();
-        camera.Take(error, u"error-details"_s);
+        TakeEditors(camera);
+        TakeSmallDialogs(camera, *grid);
+        frmHelp help(
+            clsHelpFile(modBrambury::Platform().Disk->ReadFile(modPlatformImpl::ShareFolder() + u"/Bramdat.hlp"_s)));
+        help.ShowTopic(modHelpTopics::MainWindow);
+        camera.Take(help, u"help"_s);
+        help.ShowTopic(modHelpTopics::Legend);
+        camera.Take(help, u"help-legend"_s);
+        help.close();
         frmSplash splash(u"1.0"_s, u"000"_s);
         camera.Take(splash, u"splash"_s);
     });
@@ -177,6 +259,7 @@ int modWindow::RenderPictures(clsPlatformParts& parts, const QString& folder)
     const bool emptyToo = OfMain(newParts, [&](frmMain& window) {
         window.resize(SmallMainSize);
         camera.Take(window, u"main-empty"_s);
+        TakeError(camera);
     });
     if (!emptyToo)
         return CouldNotRun;

@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Tool tips that show texts of records.
+// Texts of records where a window has little room for them: as tool tips, and on one line.
 #pragma once
 
 #include <QString>
 
 namespace modTips
 {
-/// A partner's text as a tip shows it: as it is, even where it looks like markup.
-inline QString Plain(const QString& text)
-{
-    return text.contains(u'<') || text.contains(u'&') ? QStringLiteral("<span>%1</span>").arg(text.toHtmlEscaped())
-                                                      : text;
-}
+/// A partner's text as a tip shows it: as it is, even where it looks like markup, wrapped, and cut when it is very
+/// long. No tip for an empty text.
+QString Plain(const QString& text);
+
+/// A text as a row or a title bar shows it: line ends, tabs and other control characters are blanks.
+QString OneLine(QString text);
 } // namespace modTips

@@ -27,7 +27,10 @@ enum ExitCode : int
 int modWindow::RunWindow(clsPlatformParts& parts)
 {
     clsWindowParts with(parts, nullptr);
-    if (!parts.Installed() && guarded("modBrambury", "Main", [&] { parts.LayDown(false); }) != Guarded::Done)
+    if (parts.Installed())
+        // A folder that cannot be written, or a program without its share folder, still opens.
+        ignoringErrors([&] { parts.Complete(); });
+    else if (guarded("modBrambury", "Main", [&] { parts.LayDown(false); }) != Guarded::Done)
         return CouldNotRun;
 
     const auto instance = modPlatformImpl::MakeInstance(parts.ProgramFolder(), [&] { with.Windows.RaiseMain(); });

@@ -2,11 +2,12 @@
 // The program as a shell meets it: words in, streams, exit code and records out.
 #include "cli/clsConsoleDialogs.h"
 #include "platform/clsDisk.h"
-#include "platform/clsSettingsStore.h"
 #include "platform/impl/modPlatformImpl.h"
 #include "support/installation.h"
 #include "support/scripted_server.h"
+#include "support/table.h"
 
+#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QJsonArray>
@@ -14,12 +15,10 @@
 #include <QJsonObject>
 #include <QProcess>
 #include <QRegularExpression>
-#include <QTest>
 #include <csignal>
 #include <cstdio>
 
 using namespace Qt::Literals::StringLiterals;
-using namespace std::chrono_literals;
 
 namespace
 {
@@ -30,6 +29,7 @@ struct Outcome
     int code = -1;
     QString out;
     QString err;
+    [[nodiscard]] QJsonArray Json() const { return QJsonDocument::fromJson(out.toUtf8()).array(); }
 };
 
 QByteArray ReadFile(const QString& path)
@@ -41,71 +41,37 @@ QByteArray ReadFile(const QString& path)
 void WriteFile(const QString& path, const QByteArray& content)
 {
     QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(content);
+    QVERIFY(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
 }
 
-/// RFC 4180, as strictly as a spreadsheet: records end with CR LF, quotes only around whole fields.
-QList<QStringList> ParseCsv(const QString& text)
+/// Words parted by blanks.
+QStringList Words(const char* words)
 {
-    QList<QStringList> records;
-    QStringList record;
-    QString field;
-    bool quoted = false;
-    for (qsizetype i = 0; i < text.size(); ++i) {
-        const QChar letter = text.at(i);
-        if (quoted) {
-            if (letter != u'"')
-                field += letter;
-            else if (text.mid(i + 1, 1) == u"\"")
-                field += text.at(++i);
-            else
-                quoted = false;
-        } else if (letter == u'"' && field.isEmpty()) {
-            quoted = true;
-        } else if (letter == u',') {
-            record << std::exchange(field, {});
-        } else if (letter == u'\r' && text.mid(i + 1, 1) == u"\n") {
-            records << (record << std::exchange(field, {}));
-            record.clear();
-            ++i;
-        } else {
-            field += letter;
-        }
-    }
-    return records;
+    return QString::fromLatin1(words).split(u' ', Qt::SkipEmptyParts);
 }
 
-QByteArray PageWith(const QStringList& addresses)
+serverReply PageWith(const QByteArrayList& addresses)
 {
-    QByteArray page = "<html><body>";
-    for (const QString& address : addresses)
-        page += "<a href=\"" + address.toUtf8() + "\">there</a>";
-    return page + "</body></html>";
+    return serverReply::Page("<a href=\"" + addresses.join("\">there</a><a href=\"") + "\">there</a>");
 }
 } // namespace
 
-class tstCli : public QObject
+class tst_cli : public QObject
 {
     Q_OBJECT
 
 private:
     QTemporaryDir m_user; ///< a home folder of a user who has nothing yet
+    std::unique_ptr<clsTestInstallation> m_installation;
 
-    [[nodiscard]] QString Fresh(const QString& name) const { return m_user.path() + u'/' + name; }
-    [[nodiscard]] QProcessEnvironment Environment() const
-    {
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        for (const auto& name : {u"DISPLAY"_s, u"WAYLAND_DISPLAY"_s, u"QT_QPA_PLATFORM"_s, u"BRAMBURY_HOME"_s,
-                                 u"BRAMBURY_OFFLINE"_s, u"XDG_DATA_HOME"_s, u"XDG_CONFIG_HOME"_s})
-            environment.remove(name);
-        environment.insert(u"HOME"_s, m_user.path());
-        return environment;
-    }
-    /// A process that is killed when the test leaves early.
+    /// Starts the program with these words; the process is killed when the test leaves early.
     void Start(QProcess& process, const QStringList& words, const QHash<QString, QString>& variables = {}) const
     {
-        QProcessEnvironment environment = Environment();
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        for (const QString& name : Words("DISPLAY WAYLAND_DISPLAY QT_QPA_PLATFORM BRAMBURY_HOME BRAMBURY_OFFLINE "
+                                         "XDG_DATA_HOME XDG_CONFIG_HOME"))
+            environment.remove(name);
+        environment.insert(u"HOME"_s, m_user.path());
         for (auto variable = variables.cbegin(); variable != variables.cend(); ++variable)
             environment.insert(variable.key(), variable.value());
         process.setProcessEnvironment(environment);
@@ -125,551 +91,454 @@ private:
         Start(process, words, variables);
         return Finish(process);
     }
-    [[nodiscard]] static QStringList In(const QString& home, const QStringList& words)
+    [[nodiscard]] QStringList In(const QString& home, const QStringList& words) const
     {
         return QStringList{u"--home"_s, home} + words;
     }
-
-private Q_SLOTS:
-    void WrongUsageSaysWhyAndNothingElse_data();
-    void WrongUsageSaysWhyAndNothingElse();
-    void HelpNeedsNoInstallation();
-    void InitLaysDownOnce();
-    void TablesTellTheSameInEveryForm();
-    void TablesCanBeNarrowed();
-    void SettingsRoundTrip();
-    void OpenWindowKeepsItsSettings();
-    void CannotRun_data();
-    void CannotRun();
-    void LockedOut();
-    void LinkTestRun();
-    void LinkTestOfSelectedSite();
-    void QueueByStatus();
-    void SignalsAreTheStopButton_data();
-    void SignalsAreTheStopButton();
-    void LostOutputIsAnError();
-    void QuestionsWithoutTerminal();
-};
-
-void tstCli::WrongUsageSaysWhyAndNothingElse_data()
-{
-    QTest::addColumn<QStringList>("words");
-    QTest::addColumn<QString>("culprit");
-    QTest::newRow("unknown option") << QStringList{u"sites"_s, u"--bogus"_s} << u"--bogus"_s;
-    QTest::newRow("unknown command") << QStringList{u"frobnicate"_s} << u"frobnicate"_s;
-    QTest::newRow("group without command") << QStringList{u"queue"_s} << u"subcommand"_s;
-    QTest::newRow("missing option") << QStringList{u"queue"_s, u"test"_s} << u"--status"_s;
-    QTest::newRow("unknown status") << QStringList{u"links"_s, u"--status"_s, u"active,brocken"_s} << u"brocken"_s;
-    QTest::newRow("option without value") << QStringList{u"links"_s, u"--site"_s} << u"--site"_s;
-    QTest::newRow("two sites at once") << QStringList{u"queue"_s,  u"test"_s, u"--status"_s,   u"active"_s,
-                                                      u"--site"_s, u"a"_s,    u"--all-sites"_s}
-                                       << u"--site"_s;
-    QTest::newRow("two forms at once") << QStringList{u"sites"_s, u"--csv"_s, u"--json"_s} << u"--csv"_s;
-    QTest::newRow("setting without key") << QStringList{u"settings"_s, u"get"_s, u"General"_s} << u"key"_s;
-    QTest::newRow("home without name") << QStringList{u"sites"_s, u"--home"_s, QString()} << u"--home"_s;
-}
-
-void tstCli::WrongUsageSaysWhyAndNothingElse()
-{
-    QFETCH(QStringList, words);
-    QFETCH(QString, culprit);
-    const Outcome outcome = Run(words);
-    QCOMPARE(outcome.code, 2);
-    QCOMPARE(outcome.out, QString());
-    QCOMPARE(outcome.err.count(u'\n'), 1);
-    QVERIFY2(outcome.err.contains(culprit), qPrintable(outcome.err));
-}
-
-void tstCli::HelpNeedsNoInstallation()
-{
-    const QList<QStringList> commands{
-        {},           {u"init"_s},       {u"test"_s},      {u"queue"_s},    {u"queue"_s, u"test"_s},   {u"sites"_s},
-        {u"links"_s}, {u"categories"_s}, {u"templates"_s}, {u"settings"_s}, {u"settings"_s, u"set"_s}, {u"pictures"_s}};
-    for (const QStringList& command : commands) {
-        const Outcome outcome = Run(QStringList(command) << u"--help"_s);
-        QCOMPARE(outcome.code, 0);
-        const QString usage = (QStringList{u"Usage: brambury"_s} + command).join(u' ');
-        QVERIFY2(outcome.out.contains(usage), qPrintable(outcome.out));
-        QCOMPARE(outcome.err, QString());
-    }
-    QCOMPARE(Run({u"--version"_s}).out, u"Brambury " BRAMBURY_VERSION "\n"_s);
-}
-
-void tstCli::InitLaysDownOnce()
-{
-    const QString home = Fresh(u"init/deep"_s);
-    const QString database = home + u"/Data/Bramdat.mdb"_s;
-    QCOMPARE(Run(In(home, {u"init"_s})).code, 0);
-    QVERIFY(QFile::exists(home + u"/Musfall.wav"_s));
-    QCOMPARE(QJsonDocument::fromJson(Run(In(home, {u"sites"_s, u"--json"_s})).out.toUtf8()).array().size(), 0);
-    const QByteArray empty = ReadFile(database);
-
-    const Outcome refused = Run(In(home, {u"init"_s, u"--sample"_s}));
-    QCOMPARE(refused.code, 2);
-    QCOMPARE(refused.out, QString());
-    QCOMPARE(ReadFile(database), empty);
-
-    const auto disk = modPlatformImpl::MakeDisk();
+    /// Runs a command on the test's installation.
+    [[nodiscard]] Outcome Here(const QStringList& words, const QHash<QString, QString>& variables = {}) const
     {
-        const auto inUse = disk->Lock(home + u"/Data/Bramdat.use"_s, clsDisk::Share::Shared);
-        QVERIFY(inUse);
-        QCOMPARE(Run(In(home, {u"init"_s, u"--force"_s})).code, 4);
-        QCOMPARE(ReadFile(database), empty);
+        return Run(In(m_installation->Folder(), words), variables);
     }
-
-    // What a killed program left unfinished belongs to the old file and goes with it.
-    WriteFile(database + u"-journal"_s, "half a change");
-    QCOMPARE(Run(In(home, {u"init"_s, u"--force"_s, u"--sample"_s})).code, 0);
-    QCOMPARE(QJsonDocument::fromJson(Run(In(home, {u"sites"_s, u"--json"_s})).out.toUtf8()).array().size(), 2);
-    const QStringList kept = QDir(home + u"/Data"_s).entryList({u"Bramdat-*.mdb"_s});
-    QCOMPARE(kept.size(), 1);
-    QVERIFY2(QRegularExpression(u"^Bramdat-20\\d\\d-\\d\\d-\\d\\d-\\d{6}\\.mdb$"_s).match(kept.at(0)).hasMatch(),
-             qPrintable(kept.at(0)));
-    QCOMPARE(ReadFile(home + u"/Data/"_s + kept.at(0)), empty);
-    QCOMPARE(ReadFile(home + u"/Data/"_s + kept.at(0) + u"-journal"_s), QByteArray("half a change"));
-
-    // A second one within the same second must not write over the first.
-    QCOMPARE(Run(In(home, {u"init"_s, u"--force"_s})).code, 0);
-    QCOMPARE(Run(In(home, {u"init"_s, u"--force"_s})).code, 0);
-    QCOMPARE(QDir(home + u"/Data"_s).entryList({u"Bramdat-*.mdb"_s}).size(), 3);
-}
-
-void tstCli::TablesTellTheSameInEveryForm()
-{
-    const clsTestInstallation installation;
-    const QString title = u"A, \"quoted\"\r\ntitle \u00fc\u2022"_s;
-    QStringList fields;
+    [[nodiscard]] Outcome Here(const char* words) const { return Here(Words(words)); }
+    void AddSite(const QString& site, const clsRecordValues& values = {}) const
     {
-        const auto opened = installation.Open();
-        clsTestInstallation::AddSite(*opened, u"Shop \"A\""_s);
-        clsTestInstallation::AddLink(*opened, u"Shop \"A\""_s, title,
-                                     {{u"Comments"_s, QString(u""_s)}, {u"Results"_s, 12}});
-        fields = opened->Fields(u"tblLinkList"_s);
+        clsTestInstallation::AddSite(*m_installation->Open(), site, values);
     }
-    const Outcome json = Run(In(installation.Folder(), {u"links"_s, u"--json"_s}));
-    QCOMPARE(json.code, 0);
-    const QJsonArray records = QJsonDocument::fromJson(json.out.toUtf8()).array();
-    QCOMPARE(records.size(), 1);
-    const QJsonObject record = records.at(0).toObject();
-    QCOMPARE(QStringList(record.keys()), [&] {
-        QStringList sorted = fields;
-        sorted.sort();
-        return sorted;
-    }());
-    QCOMPARE(record[u"Title"_s], QJsonValue(title));
-    QCOMPARE(record[u"SiteName"_s], QJsonValue(u"Shop \"A\""_s));
-    QCOMPARE(record[u"Results"_s], QJsonValue(12));
-    QCOMPARE(record[u"Status"_s], QJsonValue(2));
-    QVERIFY(record[u"Description"_s].isNull());
-    QCOMPARE(record[u"Comments"_s], QJsonValue(u""_s));
-
-    const Outcome csv = Run(In(installation.Folder(), {u"links"_s, u"--csv"_s}));
-    QCOMPARE(csv.code, 0);
-    const QList<QStringList> lines = ParseCsv(csv.out);
-    QCOMPARE(lines.size(), 2);
-    QCOMPARE(lines.at(0), fields);
-    QCOMPARE(lines.at(1).value(fields.indexOf(u"Title"_s)), title);
-    QCOMPARE(lines.at(1).value(fields.indexOf(u"Results"_s)), u"12"_s);
-
-    const Outcome people = Run(In(installation.Folder(), {u"links"_s}));
-    QCOMPARE(people.code, 0);
-    QCOMPARE(people.out.count(u'\n'), 2);
-    QVERIFY2(people.out.contains(u"A, \"quoted\"  title \u00fc\u2022  Active "_s), qPrintable(people.out));
-
-    const QJsonArray templates =
-        QJsonDocument::fromJson(Run(In(installation.Folder(), {u"templates"_s, u"--json"_s})).out.toUtf8()).array();
-    QCOMPARE(templates.size(), 8);
-    QVERIFY(!templates.at(0).toObject()[u"Body"_s].toString().isEmpty());
-}
-
-void tstCli::TablesCanBeNarrowed()
-{
-    const clsTestInstallation installation;
+    qint64 AddLink(const QString& site, const QString& title, const clsRecordValues& values = {}) const
     {
-        const auto opened = installation.Open();
-        clsTestInstallation::AddSite(*opened, u"Shop"_s);
-        clsTestInstallation::AddSite(*opened, u"Club"_s);
-        clsTestInstallation::AddLink(*opened, u"Shop"_s, u"a"_s, {{u"Status"_s, 2}});
-        clsTestInstallation::AddLink(*opened, u"Shop"_s, u"b"_s, {{u"Status"_s, 3}});
-        clsTestInstallation::AddLink(*opened, u"Club"_s, u"c"_s, {{u"Status"_s, 3}});
-        clsTestInstallation::AddCategory(*opened, u"Shop"_s, u"Tools"_s);
-        clsTestInstallation::AddCategory(*opened, u"Club"_s, u"Games"_s);
+        return clsTestInstallation::AddLink(*m_installation->Open(), site, title, values);
     }
-    const auto column = [&](const QStringList& words, const QString& name) {
-        QStringList values;
-        const Outcome outcome = Run(In(installation.Folder(), QStringList(words) << u"--json"_s));
-        const QJsonArray records = QJsonDocument::fromJson(outcome.out.toUtf8()).array();
-        for (const QJsonValue& record : records)
-            values << record[name].toString();
-        return values.join(u' ');
-    };
-    QCOMPARE(column({u"links"_s}, u"Title"_s), u"a b c"_s);
-    QCOMPARE(column({u"links"_s, u"--site"_s, u"SHOP"_s}, u"Title"_s), u"a b"_s);
-    QCOMPARE(column({u"links"_s, u"--status"_s, u"broken"_s}, u"Title"_s), u"b c"_s);
-    QCOMPARE(column({u"links"_s, u"--site"_s, u"shop"_s, u"--status"_s, u"offer,Broken"_s}, u"Title"_s), u"b"_s);
-    QCOMPARE(column({u"categories"_s}, u"Category"_s), u"Tools Games"_s);
-    QCOMPARE(column({u"categories"_s, u"--site"_s, u"club"_s}, u"SiteID"_s), u"Club"_s);
-
-    const Outcome unknown = Run(In(installation.Folder(), {u"links"_s, u"--site"_s, u"Nowhere"_s}));
-    QCOMPARE(unknown.code, 2);
-    QCOMPARE(unknown.out, QString());
-    QCOMPARE(unknown.err, u"There is no site Nowhere.\n"_s);
-}
-
-void tstCli::SettingsRoundTrip()
-{
-    const clsTestInstallation installation;
-    const QString home = installation.Folder();
-    const auto get = [&](const QString& section, const QString& key) {
-        return Run(In(home, {u"settings"_s, u"get"_s, section, key})).out;
-    };
-    const auto set = [&](const QString& section, const QString& key, const QString& value) {
-        return Run(In(home, {u"settings"_s, u"set"_s, section, key, u"--"_s, value})).code;
-    };
-    QCOMPARE(Run(In(home, {u"settings"_s, u"list"_s})).out, QString());
-    QCOMPARE(get(u"General"_s, u"DataPath"_s), installation.DataPath() + u'\n');
-    QCOMPARE(get(u"Interface"_s, u"WindowTop"_s), u"-1\n"_s);
-
-    const QString signature = u"-- \r\nMe, \"myself\" = 100%, [a,b] \\n ;x  "_s;
-    QCOMPARE(set(u"General"_s, u"DefaultSignatureBlock"_s, signature), 0);
-    QCOMPARE(get(u"General"_s, u"DefaultSignatureBlock"_s), QString(signature).replace(u"\r\n"_s, u"\n"_s) + u'\n');
-    QCOMPARE(set(u"General"_s, u"SoundComplete"_s, QString()), 0);
-    QCOMPARE(get(u"General"_s, u"SoundComplete"_s), u"\n"_s);
-    QCOMPARE(set(u"LinkGrid"_s, u"*Status"_s, u"1200.5"_s), 0);
-    QCOMPARE(set(u"Interface"_s, u"WindowTop"_s, u"-30"_s), 0);
-    QCOMPARE(Run(In(home, {u"settings"_s, u"list"_s})).out,
-             u"General/DefaultSignatureBlock=-- \\nMe, \"myself\" = 100%, [a,b] \\n ;x  \n"
-             "General/SoundComplete=\n"
-             "Interface/WindowTop=-30\n"
-             "LinkGrid/*Status=1200.5\n"_s);
-
-    // Refused, and the store is as before.
-    QCOMPARE(set(u"General"_s, u"DaysToReminder"_s, u"abc"_s), 2);
-    QCOMPARE(set(u"General"_s, u"DefaultMailPort"_s, u"65536"_s), 2);
-    QCOMPARE(set(u"General"_s, u"DaysToRemainder"_s, u"7"_s), 2);
-    QCOMPARE(Run(In(home, {u"settings"_s, u"get"_s, u"General"_s, u"Nothing"_s})).code, 2);
-    QCOMPARE(Run(In(home, {u"settings"_s, u"unset"_s, u"Nothing"_s})).code, 2);
-    QCOMPARE(get(u"General"_s, u"DaysToReminder"_s), u"7\n"_s);
-
-    QCOMPARE(Run(In(home, {u"settings"_s, u"unset"_s, u"Interface"_s, u"WindowTop"_s})).code, 0);
-    QCOMPARE(get(u"Interface"_s, u"WindowTop"_s), u"-1\n"_s);
-    QCOMPARE(Run(In(home, {u"settings"_s, u"unset"_s, u"General"_s})).code, 0);
-    QCOMPARE(Run(In(home, {u"settings"_s, u"list"_s})).out, u"LinkGrid/*Status=1200.5\n"_s);
-
-    // The variable names the folder as well, and the option goes before it.
-    const clsTestInstallation other;
-    const QHash<QString, QString> variable{{u"BRAMBURY_HOME"_s, other.Folder()}};
-    QCOMPARE(Run({u"settings"_s, u"get"_s, u"General"_s, u"DataPath"_s}, variable).out, other.DataPath() + u'\n');
-    QCOMPARE(Run(In(home, {u"settings"_s, u"get"_s, u"General"_s, u"DataPath"_s}), variable).out,
-             installation.DataPath() + u'\n');
-}
-
-void tstCli::OpenWindowKeepsItsSettings()
-{
-    const clsTestInstallation installation;
-    const auto window = modPlatformImpl::MakeInstance(installation.Folder(), {});
-    QVERIFY(!window->PrevInstance());
-    const QStringList set{u"settings"_s, u"set"_s, u"General"_s, u"Site"_s, u"Shop"_s};
-    QCOMPARE(Run(In(installation.Folder(), set)).code, 4);
-    QCOMPARE(Run(In(installation.Folder(), {u"settings"_s, u"unset"_s, u"General"_s})).code, 4);
-    QCOMPARE(Run(In(installation.Folder(), {u"settings"_s, u"list"_s})).out, QString());
-    window->Release();
-    QCOMPARE(Run(In(installation.Folder(), set)).code, 0);
-}
-
-void tstCli::CannotRun_data()
-{
-    QTest::addColumn<QString>("trouble");
-    QTest::addColumn<QStringList>("words");
-    QTest::addColumn<QString>("message"); // %1 is the data folder
-    const QString missing = u"Brambury could not locate the database file %1Bramdat.mdb.\n"_s;
-    QTest::newRow("no program folder") << u"folder"_s << QStringList{u"sites"_s} << missing;
-    QTest::newRow("no program folder for settings")
-        << u"folder"_s << QStringList{u"settings"_s, u"set"_s, u"General"_s, u"Site"_s, u"x"_s} << missing;
-    QTest::newRow("no database") << u"missing"_s << QStringList{u"test"_s} << missing;
-    QTest::newRow("only what a compact left")
-        << u"temporary"_s << QStringList{u"links"_s} << missing + u"\n*%1_Bramdat.mdb*Bramdat.mdb*\n"_s;
-    QTest::newRow("another kind of file")
-        << u"garbage"_s << QStringList{u"test"_s} << u"*Error Number: \t3031\n*Module:     \tclsDAO\n*"_s;
-    QTest::newRow("a truncated file") << u"truncated"_s << QStringList{u"sites"_s} << u"*Error Number: \t*"_s;
-    QTest::newRow("no connection") << u"offline"_s << QStringList{u"test"_s}
-                                   << u"Could not establish a connected to the Internet.\n"_s;
-    QTest::newRow("unknown site inside a run") << u"orphan"_s << QStringList{u"test"_s}
-                                               << u"Could not locate information for site Gone.  Process aborted.\n"_s;
-    QTest::newRow("no display") << u"none"_s << QStringList{} << u"There is no display*\n"_s;
-    QTest::newRow("a display that is gone") << u"display"_s << QStringList{} << u"*\nThere is no display*\n"_s;
-}
-
-void tstCli::CannotRun()
-{
-    QFETCH(QString, trouble);
-    QFETCH(QStringList, words);
-    QFETCH(QString, message);
-    const clsTestInstallation installation;
-    const QString database = installation.DatabasePath();
+    [[nodiscard]] int LinkField(qint64 id, const QString& field) const
     {
-        const auto opened = installation.Open();
-        clsTestInstallation::AddSite(*opened, u"Shop"_s);
-        clsTestInstallation::AddLink(*opened, trouble == u"orphan" ? u"Gone"_s : u"Shop"_s, u"a"_s,
-                                     {{u"TestQueue"_s, 1}});
+        return clsTestInstallation::LinkField(*m_installation->Open(), id, field).toInt();
     }
-    if (trouble == u"folder")
-        QVERIFY(QDir(installation.DataPath()).removeRecursively());
-    else if (trouble == u"missing")
-        QVERIFY(QFile::remove(database));
-    else if (trouble == u"temporary")
-        QVERIFY(QFile::rename(database, installation.DataPath() + u"_Bramdat.mdb"_s));
-    else if (trouble == u"garbage")
-        WriteFile(database, QByteArray("Standard Jet DB, or something else altogether. ").repeated(200));
-    else if (trouble == u"truncated")
-        WriteFile(database, ReadFile(database).left(1500));
-
-    QHash<QString, QString> variables;
-    if (trouble == u"offline")
-        variables.insert(u"BRAMBURY_OFFLINE"_s, u"1"_s);
-    if (trouble == u"display")
-        variables.insert(u"DISPLAY"_s, u":9999"_s);
-    const Outcome outcome = Run(In(installation.Folder(), words), variables);
-    QCOMPARE(outcome.code, 3);
-    const QString expected = message.contains(u"%1"_s) ? message.arg(installation.DataPath()) : message;
-    // "*" stands for anything.
-    const QRegularExpression pattern(
-        QRegularExpression::anchoredPattern(QRegularExpression::escape(expected).replace(u"\\*"_s, u".*"_s)),
-        QRegularExpression::DotMatchesEverythingOption);
-    QVERIFY2(pattern.match(outcome.err).hasMatch(), qPrintable(outcome.err));
-    if (trouble == u"garbage")
-        QVERIFY(ReadFile(installation.Folder() + u"/Error.log"_s).contains(R"(","3031",")"));
-    if (trouble == u"temporary")
-        QVERIFY(!QFile::exists(database));
-    if (trouble == u"offline") {
-        QVERIFY(outcome.out.contains(u"Could not establish a connection to the Internet.  Process aborted.\n"_s));
-        QCOMPARE(clsTestInstallation::LinkField(*installation.Open(), 1, u"TestQueue"_s).toInt(), 1);
-    }
-}
-
-void tstCli::LockedOut()
-{
-    const clsTestInstallation installation;
+    /// "x" for each link in the test queue, "." for the others.
+    [[nodiscard]] QString Queue() const
     {
-        const auto opened = installation.Open();
-        clsTestInstallation::AddSite(*opened, u"Shop"_s);
-        clsTestInstallation::AddLink(*opened, u"Shop"_s, u"a"_s, {{u"TestQueue"_s, 1}});
-    }
-    const auto disk = modPlatformImpl::MakeDisk();
-    {
-        const auto run = disk->Lock(installation.DataPath() + u"Bramdat.run"_s, clsDisk::Share::Exclusive);
-        const Outcome second = Run(In(installation.Folder(), {u"test"_s}));
-        QCOMPARE(second.code, 4);
-        QCOMPARE(second.out, QString());
-        QVERIFY(!second.err.isEmpty());
-        QCOMPARE(clsTestInstallation::LinkField(*installation.Open(), 1, u"TestQueue"_s).toInt(), 1);
-        QCOMPARE(Run(In(installation.Folder(), {u"links"_s})).code, 0);
-    }
-    const auto alone = disk->Lock(installation.DataPath() + u"Bramdat.use"_s, clsDisk::Share::Exclusive);
-    for (const auto& command : {u"test"_s, u"links"_s}) {
-        const Outcome outcome = Run(In(installation.Folder(), {command}));
-        QCOMPARE(outcome.code, 4);
-        QCOMPARE(outcome.err.count(u'\n'), 1);
-    }
-}
-
-void tstCli::LinkTestRun()
-{
-    scriptedServer server;
-    const clsTestInstallation installation;
-    qint64 good = 0;
-    qint64 bad = 0;
-    {
-        const auto opened = installation.Open();
-        clsTestInstallation::AddSite(*opened, u"garden"_s,
-                                     {{u"SiteName"_s, u"The Garden"_s}, {u"LinkPage"_s, server.Url(u"/own.html"_s)}});
-        good = clsTestInstallation::AddLink(*opened, u"garden"_s, u"Good"_s,
-                                            {{u"HomePage"_s, u"http://good.example/"_s},
-                                             {u"LinkPage"_s, server.Url(u"/good.html"_s)},
-                                             {u"Status"_s, 0},
-                                             {u"TestQueue"_s, 1}});
-        bad = clsTestInstallation::AddLink(*opened, u"garden"_s, u"Bad"_s,
-                                           {{u"HomePage"_s, u"http://bad.example/"_s},
-                                            {u"LinkPage"_s, server.Url(u"/bad.html"_s)},
-                                            {u"TestQueue"_s, 1}});
-    }
-    server.Answer("/own.html", serverReply::Page(PageWith({u"http://good.example/"_s, u"http://bad.example/"_s})));
-    server.Answer("/good.html", serverReply::Page(PageWith({u"http://www.mysite.example/"_s})));
-    server.Answer("/bad.html", serverReply::Page(PageWith({u"http://elsewhere.example/"_s})));
-
-    const Outcome first = Run(In(installation.Folder(), {u"test"_s}));
-    QCOMPARE(first.code, 1);
-    QCOMPARE(first.err, QString());
-    const QString when = u"[A-Z][a-z]+day, [A-Z][a-z]+ \\d+, 20\\d\\d at \\d\\d:\\d\\d [AP]M"_s;
-    const QStringList lines = first.out.split(u'\n');
-    QVERIFY2(QRegularExpression(u"^BEGIN LINK TEST SESSION - "_s + when + u'$').match(lines.first()).hasMatch(),
-             qPrintable(first.out));
-    QVERIFY2(
-        QRegularExpression(u"^END LINK TEST SESSION - "_s + when + u'$').match(lines.at(lines.size() - 2)).hasMatch(),
-        qPrintable(first.out));
-    QCOMPARE(lines.mid(1, lines.size() - 3), (QStringList{u"  \u2022 Current site: The Garden"_s,
-                                                          u"    \u2022 Searching Good for a reference to The Garden"_s,
-                                                          u"        Located a link to The Garden on Good"_s,
-                                                          u"    \u2022 Searching The Garden for a reference to Good"_s,
-                                                          u"        Located a link to Good on The Garden"_s,
-                                                          u"    \u2022 Searching Bad for a reference to The Garden"_s,
-                                                          u"        Could not locate a link to The Garden on Bad"_s,
-                                                          u"    \u2022 Searching The Garden for a reference to Bad"_s,
-                                                          u"        Located a link to Bad on The Garden"_s}));
-    QCOMPARE(lines.last(), QString());
-    {
-        const auto opened = installation.Open();
-        QCOMPARE(clsTestInstallation::LinkField(*opened, good, u"Status"_s).toInt(), 2);
-        QCOMPARE(clsTestInstallation::LinkField(*opened, good, u"Results"_s).toInt(), 1);
-        QCOMPARE(clsTestInstallation::LinkField(*opened, bad, u"Status"_s).toInt(), 3);
-        QCOMPARE(clsTestInstallation::LinkField(*opened, bad, u"Results"_s).toInt(), 4);
-    }
-
-    const Outcome second = Run(In(installation.Folder(), {u"test"_s}));
-    QCOMPARE(second.code, 0);
-    QCOMPARE(second.err, u"There are no links selected for testing.\n"_s);
-    QVERIFY(second.out.contains(u"\n  \u2022 There are no links selected for testing.\nEND LINK TEST"_s));
-}
-
-void tstCli::LinkTestOfSelectedSite()
-{
-    // The switches are those of the selected site, whatever site a link belongs to.
-    const clsTestInstallation installation;
-    {
-        const auto opened = installation.Open();
-        clsTestInstallation::AddSite(*opened, u"Strict"_s);
-        clsTestInstallation::AddSite(*opened, u"Lenient"_s,
-                                     {{u"TestForMyLinkAtRecipSite"_s, 0}, {u"TestForRecipLinkAtMySite"_s, 0}});
-        clsTestInstallation::AddLink(*opened, u"Strict"_s, u"a"_s,
-                                     {{u"LinkPage"_s, u"nonsense://a/"_s}, {u"TestQueue"_s, 1}});
-    }
-    const QString home = installation.Folder();
-    QCOMPARE(Run(In(home, {u"test"_s, u"--site"_s, u"Unknown"_s})).code, 2);
-    QCOMPARE(Run(In(home, {u"test"_s, u"--site"_s, u"LENIENT"_s})).code, 0);
-    const QStringList again{u"queue"_s, u"test"_s, u"--status"_s, u"active,broken"_s, u"--all-sites"_s};
-    QCOMPARE(Run(In(home, again)).code, 0);
-    QCOMPARE(Run(In(home, {u"test"_s})).code, 1);
-    QCOMPARE(Run(In(home, again)).code, 0);
-    QCOMPARE(Run(In(home, {u"settings"_s, u"set"_s, u"General"_s, u"Site"_s, u"Lenient"_s})).code, 0);
-    QCOMPARE(Run(In(home, {u"test"_s})).code, 0);
-}
-
-void tstCli::QueueByStatus()
-{
-    const clsTestInstallation installation;
-    const QString home = installation.Folder();
-    const Outcome noSite = Run(In(home, {u"queue"_s, u"test"_s, u"--status"_s, u"active"_s}));
-    QCOMPARE(noSite.code, 2);
-    QCOMPARE(noSite.err, u"There are no sites available.\n"_s);
-    {
-        const auto opened = installation.Open();
-        clsTestInstallation::AddSite(*opened, u"Shop"_s);
-        clsTestInstallation::AddSite(*opened, u"Club"_s);
-        for (const auto& site : {u"Shop"_s, u"Club"_s}) {
-            for (int status = 0; status < 6; ++status)
-                clsTestInstallation::AddLink(*opened, site, u"link"_s, {{u"Status"_s, status}});
-        }
-    }
-    const auto queued = [&] {
         QString flags;
-        const auto opened = installation.Open();
+        const auto opened = m_installation->Open();
         const auto links = opened->OpenRecordset(u"tblLinkList"_s);
         for (const auto& row : links->Rows(0, links->RecordCount(), {u"TestQueue"_s}))
             flags += row.at(0).toInt() != 0 ? u'x' : u'.';
         return flags;
-    };
-    QCOMPARE(Run(In(home, {u"queue"_s, u"test"_s, u"--status"_s, u"active,in-process"_s})).code, 0);
-    QCOMPARE(queued(), u".xx........."_s);
-    QCOMPARE(Run(In(home, {u"queue"_s, u"test"_s, u"--status"_s, u"declined"_s, u"--site"_s, u"club"_s})).code, 0);
-    QCOMPARE(queued(), u".xx........x"_s);
-    QCOMPARE(Run(In(home, {u"queue"_s, u"test"_s, u"--status"_s, u"offer,active"_s, u"--all-sites"_s})).code, 0);
-    QCOMPARE(queued(), u"xxx...x.x..x"_s);
-    const Outcome removed =
-        Run(In(home, {u"queue"_s, u"test"_s, u"--status"_s, u"active,broken"_s, u"--all-sites"_s, u"--remove"_s}));
-    QCOMPARE(removed.out, u"2 link(s) taken off the test queue.\n"_s);
-    QCOMPARE(queued(), u"xx....x....x"_s);
-}
-
-void tstCli::SignalsAreTheStopButton_data()
-{
-    QTest::addColumn<int>("number");
-    QTest::newRow("Ctrl-C") << SIGINT;
-    QTest::newRow("terminate") << SIGTERM;
-}
-
-void tstCli::SignalsAreTheStopButton()
-{
-    QFETCH(int, number);
-    scriptedServer server;
-    const clsTestInstallation installation;
-    {
-        const auto opened = installation.Open();
-        clsTestInstallation::AddSite(*opened, u"Shop"_s, {{u"TestForRecipLinkAtMySite"_s, 0}});
-        for (const auto& name : {u"First"_s, u"Second"_s, u"Third"_s})
-            clsTestInstallation::AddLink(*opened, u"Shop"_s, name,
-                                         {{u"HomePage"_s, u"http://x.example/"_s},
-                                          {u"LinkPage"_s, server.Url(u'/' + name.toLower() + u".html"_s)},
-                                          {u"TestQueue"_s, 1}});
     }
-    server.Answer("/first.html", serverReply::Page(PageWith({u"http://www.mysite.example/"_s})));
-    server.Answer("/second.html", serverReply().Silent());
-    server.Answer("/third.html", serverReply::Page(PageWith({u"http://www.mysite.example/"_s})));
 
-    QProcess process;
-    Start(process, In(installation.Folder(), {u"test"_s}));
-    // The line must be there, its end included, while the run still waits for the page.
-    QByteArray seen;
-    const QByteArray awaited = "Searching Second for a reference to Shop\n";
-    QElapsedTimer clock;
-    clock.start();
-    while (!seen.contains(awaited) && clock.elapsed() < StartLimitMs && process.waitForReadyRead(StartLimitMs))
-        seen += process.readAllStandardOutput();
-    QVERIFY2(seen.contains(awaited), seen.constData());
-    QTRY_COMPARE(server.Count("/second.html"), 1);
+private Q_SLOTS:
+    void init() { m_installation = std::make_unique<clsTestInstallation>(); }
 
-    clock.restart();
-    QCOMPARE(::kill(static_cast<pid_t>(process.processId()), number), 0);
-    const Outcome outcome = Finish(process);
-    QCOMPARE(outcome.code, 5);
-    QVERIFY2(clock.elapsed() < 5000, qPrintable(QString::number(clock.elapsed())));
-    const QString log = QString::fromUtf8(seen) + outcome.out;
-    QVERIFY2(log.contains(u"\n  \u2022 Stop button was pressed.  Process aborted.\nEND LINK TEST SESSION - "_s),
-             qPrintable(log));
-    const auto opened = installation.Open();
-    const auto links = opened->OpenRecordset(u"tblLinkList"_s);
-    QString queue;
-    for (const auto& row : links->Rows(0, 3, {u"TestQueue"_s}))
-        queue += QString::number(row.at(0).toInt());
-    QCOMPARE(queue, u"011"_s);
-}
+    void WrongUsageSaysWhyAndNothingElse_data()
+    {
+        const testTable<QStringList, QString> row; // words, culprit
+        row("unknown option", Words("sites --bogus"), u"--bogus"_s);
+        row("unknown command", Words("frobnicate"), u"frobnicate"_s);
+        row("group without command", Words("queue"), u"subcommand"_s);
+        row("missing option", Words("queue test"), u"--status"_s);
+        row("unknown status", Words("links --status active,brocken"), u"brocken"_s);
+        row("option without value", Words("links --site"), u"--site"_s);
+        row("two sites at once", Words("queue test --status active --site a --all-sites"), u"--site"_s);
+        row("two forms at once", Words("sites --csv --json"), u"--csv"_s);
+        row("setting without key", Words("settings get General"), u"key"_s);
+        row("home without name", {u"sites"_s, u"--home"_s, u""_s}, u"--home"_s);
+    }
+    void WrongUsageSaysWhyAndNothingElse()
+    {
+        const auto [words, culprit] = testRow<QStringList, QString>();
+        const Outcome outcome = Run(words);
+        QCOMPARE(outcome.code, 2);
+        QCOMPARE(outcome.out, QString());
+        QCOMPARE(outcome.err.count(u'\n'), 1);
+        QVERIFY2(outcome.err.contains(culprit), qPrintable(outcome.err));
+    }
 
-void tstCli::LostOutputIsAnError()
-{
-    const clsTestInstallation installation;
-    QProcess process;
-    process.setStandardOutputFile(u"/dev/full"_s);
-    Start(process, In(installation.Folder(), {u"templates"_s}));
-    const Outcome outcome = Finish(process);
-    QCOMPARE(outcome.code, 3);
-    QVERIFY2(outcome.err.contains(u"No space left on device"_s), qPrintable(outcome.err));
-}
+    void HelpNeedsNoInstallation()
+    {
+        for (const char* command : {"", "init", "test", "queue", "queue test", "sites", "links", "categories",
+                                    "templates", "settings", "settings set", "pictures"}) {
+            const Outcome outcome = Run(Words(command) << u"--help"_s);
+            QCOMPARE(outcome.code, 0);
+            const QString usage = u"Usage: brambury %1"_s.arg(QLatin1String(command)).trimmed();
+            QVERIFY2(outcome.out.contains(usage), qPrintable(outcome.out));
+            QCOMPARE(outcome.err, QString());
+        }
+        QCOMPARE(Run({u"--version"_s}).out, u"Brambury " BRAMBURY_VERSION "\n"_s);
+    }
 
-void tstCli::QuestionsWithoutTerminal()
-{
-    using Buttons = clsDialogs::Buttons;
-    using Answer = clsDialogs::Answer;
-    // Whoever starts the tests by hand has a terminal.
-    QVERIFY(std::freopen("/dev/null", "r", stdin));
-    const auto ask = [](bool yes, Buttons buttons) {
-        return clsConsoleDialogs(yes).MsgBox(u"Really?"_s, buttons, clsDialogs::Icon::Question, {});
-    };
-    QCOMPARE(ask(false, Buttons::YesNo), Answer::No);
-    QCOMPARE(ask(false, Buttons::YesNoCancel), Answer::No);
-    QCOMPARE(ask(false, Buttons::RetryCancel), Answer::Cancel);
-    QCOMPARE(ask(true, Buttons::YesNo), Answer::Yes);
-    QCOMPARE(ask(true, Buttons::YesNoCancel), Answer::Yes);
-    QCOMPARE(ask(true, Buttons::RetryCancel), Answer::Cancel);
-}
+    void InitLaysDownOnce()
+    {
+        const QString home = m_user.path() + u"/init/deep"_s;
+        const QString database = home + u"/Data/Bramdat.mdb"_s;
+        const auto run = [&](const char* words) { return Run(In(home, Words(words))); };
+        const auto kept = [&] { return QDir(home + u"/Data"_s).entryList({u"Bramdat-*.mdb"_s}); };
+        QCOMPARE(run("init").code, 0);
+        for (const QString& name : Words("Musfall.wav Bramdat.hlp ssceam.tlx ssceam2.clx bramdat.tlx correct.tlx"))
+            QVERIFY2(QFile::exists(home + u'/' + name), qPrintable(name));
+        QCOMPARE(run("sites --json").Json().size(), 0);
+        const QByteArray empty = ReadFile(database);
 
-QTEST_GUILESS_MAIN(tstCli)
+        const Outcome refused = run("init --sample");
+        QCOMPARE(refused.code, 2);
+        QCOMPARE(refused.out, QString());
+        {
+            const auto disk = modPlatformImpl::MakeDisk();
+            const auto inUse = disk->Lock(home + u"/Data/Bramdat.use"_s, clsDisk::Share::Shared);
+            QVERIFY(inUse);
+            QCOMPARE(run("init --force").code, 4);
+        }
+        QCOMPARE(ReadFile(database), empty);
+
+        // The word lists are the user's to change, the help text is not.
+        const QByteArray help = ReadFile(home + u"/Bramdat.hlp"_s);
+        WriteFile(home + u"/Bramdat.hlp"_s, help.left(1000));
+        WriteFile(home + u"/bramdat.tlx"_s, "Brambury\n");
+        WriteFile(home + u"/ssceam2.clx"_s, "1\nWort\n");
+        QVERIFY(QFile::remove(home + u"/correct.tlx"_s));
+
+        // What a killed program left unfinished belongs to the old file and goes with it.
+        WriteFile(database + u"-journal"_s, "half a change");
+        QCOMPARE(run("init --force --sample").code, 0);
+        QCOMPARE(run("sites --json").Json().size(), 2);
+        QCOMPARE(ReadFile(home + u"/Bramdat.hlp"_s), help);
+        QCOMPARE(ReadFile(home + u"/bramdat.tlx"_s), QByteArray("Brambury\n"));
+        QCOMPARE(ReadFile(home + u"/ssceam2.clx"_s), QByteArray("1\nWort\n"));
+        QCOMPARE(ReadFile(home + u"/correct.tlx"_s), QByteArray());
+        QVERIFY(QFile::exists(home + u"/correct.tlx"_s));
+        QCOMPARE(kept().size(), 1);
+        const QString old = kept().at(0);
+        QVERIFY2(QRegularExpression(u"^Bramdat-20\\d\\d-\\d\\d-\\d\\d-\\d{6}\\.mdb$"_s).match(old).hasMatch(),
+                 qPrintable(old));
+        QCOMPARE(ReadFile(home + u"/Data/"_s + old), empty);
+        QCOMPARE(ReadFile(home + u"/Data/"_s + old + u"-journal"_s), QByteArray("half a change"));
+
+        // A second one within the same second must not write over the first.
+        QCOMPARE(run("init --force").code, 0);
+        QCOMPARE(run("init --force").code, 0);
+        QCOMPARE(kept().size(), 3);
+    }
+
+    void TablesTellTheSameInEveryForm()
+    {
+        const QString title = u"A, \"quoted\"\r\ntitle \u00fc\u2022"_s;
+        AddSite(u"Shop \"A\""_s);
+        AddLink(u"Shop \"A\""_s, title, {{u"Comments"_s, u""_s}, {u"Results"_s, 12}});
+        const QStringList fields = m_installation->Open()->Fields(u"tblLinkList"_s);
+
+        const QJsonArray records = Here("links --json").Json();
+        QCOMPARE(records.size(), 1);
+        const QJsonObject record = records.at(0).toObject();
+        const QStringList keys = record.keys();
+        QCOMPARE(QSet<QString>(keys.cbegin(), keys.cend()), QSet<QString>(fields.cbegin(), fields.cend()));
+        QCOMPARE(record[u"Title"_s], QJsonValue(title));
+        QCOMPARE(record[u"SiteName"_s], QJsonValue(u"Shop \"A\""_s));
+        QCOMPARE(record[u"Results"_s], QJsonValue(12));
+        QVERIFY(record[u"Description"_s].isNull());
+        QCOMPARE(record[u"Comments"_s], QJsonValue(u""_s));
+
+        const QString csv = Here("links --csv").out;
+        QVERIFY2(csv.startsWith(fields.join(u',') + u"\r\n"_s) && csv.endsWith(u"\r\n"_s), qPrintable(csv));
+        QVERIFY2(csv.contains(u"\"Shop \"\"A\"\"\","_s), qPrintable(csv));
+        QVERIFY2(csv.contains(u",\"A, \"\"quoted\"\"\r\ntitle \u00fc\u2022\","_s), qPrintable(csv));
+
+        const Outcome people = Here("links");
+        QCOMPARE(people.code, 0);
+        QCOMPARE(people.out.count(u'\n'), 2);
+        QVERIFY2(people.out.contains(u"A, \"quoted\"  title \u00fc\u2022  Active "_s), qPrintable(people.out));
+
+        const QJsonArray templates = Here("templates --json").Json();
+        QCOMPARE(templates.size(), 8);
+        QVERIFY(!templates.at(0).toObject()[u"Body"_s].toString().isEmpty());
+    }
+
+    void TablesCanBeNarrowed()
+    {
+        AddSite(u"Shop"_s);
+        AddSite(u"Club"_s);
+        AddLink(u"Shop"_s, u"a"_s, {{u"Status"_s, 2}});
+        AddLink(u"Shop"_s, u"b"_s, {{u"Status"_s, 3}});
+        AddLink(u"Club"_s, u"c"_s, {{u"Status"_s, 3}});
+        clsTestInstallation::AddCategory(*m_installation->Open(), u"Shop"_s, u"Tools"_s);
+        clsTestInstallation::AddCategory(*m_installation->Open(), u"Club"_s, u"Games"_s);
+        const auto column = [&](const char* words, const QString& name) {
+            QStringList values;
+            for (const QJsonValue& record : Here(Words(words) << u"--json"_s).Json())
+                values << record[name].toString();
+            return values.join(u' ');
+        };
+        QCOMPARE(column("links", u"Title"_s), u"a b c"_s);
+        QCOMPARE(column("links --site SHOP", u"Title"_s), u"a b"_s);
+        QCOMPARE(column("links --status broken", u"Title"_s), u"b c"_s);
+        QCOMPARE(column("links --site shop --status offer,Broken", u"Title"_s), u"b"_s);
+        QCOMPARE(column("categories", u"Category"_s), u"Tools Games"_s);
+        QCOMPARE(column("categories --site club", u"SiteID"_s), u"Club"_s);
+
+        const Outcome unknown = Here("links --site Nowhere");
+        QCOMPARE(unknown.code, 2);
+        QCOMPARE(unknown.out, QString());
+        QCOMPARE(unknown.err, u"There is no site Nowhere.\n"_s);
+    }
+
+    void SettingsRoundTrip()
+    {
+        const auto set = [&](const QString& section, const QString& key, const QString& value) {
+            return Here({u"settings"_s, u"set"_s, section, key, u"--"_s, value}).code;
+        };
+        QCOMPARE(Here("settings list").out, QString());
+        QCOMPARE(Here("settings get General DataPath").out, m_installation->DataPath() + u'\n');
+        QCOMPARE(Here("settings get Interface WindowTop").out, u"-1\n"_s);
+
+        const QString signature = u"-- \r\nMe, \"myself\" = 100%, [a,b] \\n ;x  "_s;
+        QCOMPARE(set(u"General"_s, u"DefaultSignatureBlock"_s, signature), 0);
+        QCOMPARE(Here("settings get General DefaultSignatureBlock").out, QString(signature).remove(u'\r') + u'\n');
+        QCOMPARE(set(u"General"_s, u"SoundComplete"_s, QString()), 0);
+        QCOMPARE(Here("settings get General SoundComplete").out, u"\n"_s);
+        QCOMPARE(set(u"LinkGrid"_s, u"*Status"_s, u"1200.5"_s), 0);
+        QCOMPARE(set(u"Interface"_s, u"WindowTop"_s, u"-30"_s), 0);
+        const QString listed = u"General/DefaultSignatureBlock=-- \\nMe, \"myself\" = 100%, [a,b] \\n ;x  \n"
+                               "General/SoundComplete=\n"
+                               "Interface/WindowTop=-30\n"
+                               "LinkGrid/*Status=1200.5\n"_s;
+        QCOMPARE(Here("settings list").out, listed);
+
+        // Refused, and the store is as before.
+        QCOMPARE(set(u"General"_s, u"DaysToReminder"_s, u"abc"_s), 2);
+        QCOMPARE(set(u"General"_s, u"DefaultMailPort"_s, u"65536"_s), 2);
+        QCOMPARE(set(u"General"_s, u"DaysToRemainder"_s, u"7"_s), 2);
+        QCOMPARE(Here("settings get General Nothing").code, 2);
+        QCOMPARE(Here("settings unset Nothing").code, 2);
+        QCOMPARE(Here("settings list").out, listed);
+
+        QCOMPARE(Here("settings unset Interface WindowTop").code, 0);
+        QCOMPARE(Here("settings unset General").code, 0);
+        QCOMPARE(Here("settings list").out, u"LinkGrid/*Status=1200.5\n"_s);
+
+        // The variable names the folder as well, and the option goes before it.
+        const clsTestInstallation other;
+        const QHash<QString, QString> variable{{u"BRAMBURY_HOME"_s, other.Folder()}};
+        const QStringList get = Words("settings get General DataPath");
+        QCOMPARE(Run(get, variable).out, other.DataPath() + u'\n');
+        QCOMPARE(Here(get, variable).out, m_installation->DataPath() + u'\n');
+    }
+
+    void CannotRun_data()
+    {
+        const testTable<QString, QStringList, QString> row; // trouble, words, error stream ("%1": the data folder)
+        const QString missing = u"Brambury could not locate the database file %1Bramdat.mdb.\n"_s;
+        row("no program folder", u"folder"_s, Words("sites"), missing);
+        row("no program folder for settings", u"folder"_s, Words("settings set General Site x"), missing);
+        row("no database", u"missing"_s, Words("test"), missing);
+        row("only what a compact left", u"temporary"_s, Words("links"),
+            missing + u"\n*%1_Bramdat.mdb*Bramdat.mdb*\n"_s);
+        row("another kind of file", u"garbage"_s, Words("test"), u"*Error Number: \t3031\n*Module:     \tclsDAO\n*"_s);
+        row("no connection", u"offline"_s, Words("test"), u"Could not establish a connected to the Internet.\n"_s);
+        row("unknown site inside a run", u"orphan"_s, Words("test"),
+            u"Could not locate information for site Gone.  Process aborted.\n"_s);
+        row("no display", u"none"_s, {}, u"There is no display*\n"_s);
+        row("a display that is gone", u"display"_s, {}, u"*\nThere is no display*\n"_s);
+    }
+    void CannotRun()
+    {
+        const auto [trouble, words, message] = testRow<QString, QStringList, QString>();
+        const QString database = m_installation->DatabasePath();
+        AddSite(u"Shop"_s);
+        AddLink(trouble == u"orphan" ? u"Gone"_s : u"Shop"_s, u"a"_s, {{u"TestQueue"_s, 1}});
+        if (trouble == u"folder")
+            QVERIFY(QDir(m_installation->DataPath()).removeRecursively());
+        else if (trouble == u"missing")
+            QVERIFY(QFile::remove(database));
+        else if (trouble == u"temporary")
+            QVERIFY(QFile::rename(database, m_installation->DataPath() + u"_Bramdat.mdb"_s));
+        else if (trouble == u"garbage")
+            WriteFile(database, QByteArray("Standard Jet DB, or something else altogether. ").repeated(200));
+
+        QHash<QString, QString> variables;
+        if (trouble == u"offline")
+            variables.insert(u"BRAMBURY_OFFLINE"_s, u"1"_s);
+        if (trouble == u"display")
+            variables.insert(u"DISPLAY"_s, u":9999"_s);
+        const Outcome outcome = Here(words, variables);
+        QCOMPARE(outcome.code, 3);
+        const QString expected = message.contains(u"%1"_s) ? message.arg(m_installation->DataPath()) : message;
+        // "*" stands for anything.
+        const QRegularExpression pattern(
+            QRegularExpression::anchoredPattern(QRegularExpression::escape(expected).replace(u"\\*"_s, u".*"_s)),
+            QRegularExpression::DotMatchesEverythingOption);
+        QVERIFY2(pattern.match(outcome.err).hasMatch(), qPrintable(outcome.err));
+        if (trouble == u"garbage")
+            QVERIFY(ReadFile(m_installation->Folder() + u"/Error.log"_s).contains(R"(","3031",")"));
+        if (trouble == u"temporary")
+            QVERIFY(!QFile::exists(database));
+        if (trouble == u"offline") {
+            QVERIFY(outcome.out.contains(u"Could not establish a connection to the Internet.  Process aborted.\n"_s));
+            QCOMPARE(Queue(), u"x"_s);
+        }
+    }
+
+    void LockedOut()
+    {
+        AddSite(u"Shop"_s);
+        AddLink(u"Shop"_s, u"a"_s, {{u"TestQueue"_s, 1}});
+        const auto disk = modPlatformImpl::MakeDisk();
+        {
+            const auto run = disk->Lock(m_installation->DataPath() + u"Bramdat.run"_s, clsDisk::Share::Exclusive);
+            const Outcome second = Here("test");
+            QCOMPARE(second.code, 4);
+            QVERIFY(second.out.isEmpty() && !second.err.isEmpty());
+            QCOMPARE(Queue(), u"x"_s);
+            QCOMPARE(Here("links").code, 0);
+        }
+        {
+            const auto alone = disk->Lock(m_installation->DataPath() + u"Bramdat.use"_s, clsDisk::Share::Exclusive);
+            for (const char* command : {"test", "links"}) {
+                const Outcome outcome = Here(command);
+                QCOMPARE(outcome.code, 4);
+                QCOMPARE(outcome.err.count(u'\n'), 1);
+            }
+        }
+        // An open window would write its own settings over ours.
+        const auto window = modPlatformImpl::MakeInstance(m_installation->Folder(), {});
+        QVERIFY(!window->PrevInstance());
+        QCOMPARE(Here("settings set General Site Shop").code, 4);
+        QCOMPARE(Here("settings unset General").code, 4);
+        QCOMPARE(Here("settings list").out, QString());
+        window->Release();
+        QCOMPARE(Here("settings set General Site Shop").code, 0);
+    }
+
+    void LinkTestRun()
+    {
+        scriptedServer server;
+        AddSite(u"garden"_s, {{u"SiteName"_s, u"The Garden"_s}, {u"LinkPage"_s, server.Url(u"/own.html"_s)}});
+        const qint64 good = AddLink(u"garden"_s, u"Good"_s,
+                                    {{u"HomePage"_s, u"http://good.example/"_s},
+                                     {u"LinkPage"_s, server.Url(u"/good.html"_s)},
+                                     {u"Status"_s, 0},
+                                     {u"TestQueue"_s, 1}});
+        const qint64 bad = AddLink(u"garden"_s, u"Bad"_s,
+                                   {{u"HomePage"_s, u"http://bad.example/"_s},
+                                    {u"LinkPage"_s, server.Url(u"/bad.html"_s)},
+                                    {u"TestQueue"_s, 1}});
+        server.Answer("/own.html", PageWith({"http://good.example/", "http://bad.example/"}));
+        server.Answer("/good.html", PageWith({"http://www.mysite.example/"}));
+        server.Answer("/bad.html", PageWith({"http://elsewhere.example/"}));
+
+        const Outcome first = Here("test");
+        QCOMPARE(first.code, 1);
+        QCOMPARE(first.err, QString());
+        const QString when = u"[A-Z][a-z]+day, [A-Z][a-z]+ \\d+, 20\\d\\d at \\d\\d:\\d\\d [AP]M"_s;
+        const QString log = u"BEGIN LINK TEST SESSION - "_s + when + uR"(
+  • Current site: The Garden
+    • Searching Good for a reference to The Garden
+        Located a link to The Garden on Good
+    • Searching The Garden for a reference to Good
+        Located a link to Good on The Garden
+    • Searching Bad for a reference to The Garden
+        Could not locate a link to The Garden on Bad
+    • Searching The Garden for a reference to Bad
+        Located a link to Bad on The Garden
+END LINK TEST SESSION - )"_s +
+                            when + u'\n';
+        QVERIFY2(QRegularExpression(QRegularExpression::anchoredPattern(log)).match(first.out).hasMatch(),
+                 qPrintable(first.out));
+        QCOMPARE(LinkField(good, u"Status"_s), 2);
+        QCOMPARE(LinkField(good, u"Results"_s), 1);
+        QCOMPARE(LinkField(bad, u"Status"_s), 3);
+        QCOMPARE(LinkField(bad, u"Results"_s), 4);
+
+        const Outcome second = Here("test");
+        QCOMPARE(second.code, 0);
+        QCOMPARE(second.err, u"There are no links selected for testing.\n"_s);
+        QVERIFY(second.out.contains(u"\n  \u2022 There are no links selected for testing.\nEND LINK TEST"_s));
+    }
+
+    void QueueAndSelectedSite()
+    {
+        const Outcome noSite = Here("queue test --status active");
+        QCOMPARE(noSite.code, 2);
+        QCOMPARE(noSite.err, u"There are no sites available.\n"_s);
+        AddSite(u"Shop"_s);
+        AddSite(u"Lenient"_s, {{u"TestForMyLinkAtRecipSite"_s, 0}, {u"TestForRecipLinkAtMySite"_s, 0}});
+        for (const auto& site : {u"Shop"_s, u"Lenient"_s}) {
+            for (int status = 0; status < 6; ++status)
+                AddLink(site, u"link"_s, {{u"Status"_s, status}, {u"LinkPage"_s, u"nonsense://a/"_s}});
+        }
+        QCOMPARE(Here("queue test --status active,in-process").code, 0);
+        QCOMPARE(Queue(), u".xx........."_s);
+        QCOMPARE(Here("queue test --status declined --site lenient").code, 0);
+        QCOMPARE(Queue(), u".xx........x"_s);
+        QCOMPARE(Here("queue test --status offer,active --all-sites").code, 0);
+        QCOMPARE(Queue(), u"xxx...x.x..x"_s);
+        QCOMPARE(Here("queue test --status active,broken --all-sites --remove").out,
+                 u"2 link(s) taken off the test queue.\n"_s);
+        QCOMPARE(Queue(), u"xx....x....x"_s);
+
+        // The run's switches are those of the selected site, whatever site a link belongs to.
+        QCOMPARE(Here("test --site Unknown").code, 2);
+        QCOMPARE(Here("test --site LENIENT").code, 0);
+        QCOMPARE(Here("queue test --status active --all-sites").code, 0);
+        QCOMPARE(Here("test").code, 1);
+        QCOMPARE(Here("settings set General Site Lenient").code, 0);
+        QCOMPARE(Here("queue test --status broken --all-sites").code, 0);
+        QCOMPARE(Here("test").code, 0);
+    }
+
+    void SignalsAreTheStopButton_data()
+    {
+        const testTable<int> row;
+        row("Ctrl-C", SIGINT);
+        row("terminate", SIGTERM);
+    }
+    void SignalsAreTheStopButton()
+    {
+        const auto [number] = testRow<int>();
+        scriptedServer server;
+        AddSite(u"Shop"_s, {{u"TestForRecipLinkAtMySite"_s, 0}});
+        for (const auto& name : {u"First"_s, u"Second"_s, u"Third"_s})
+            AddLink(u"Shop"_s, name,
+                    {{u"HomePage"_s, u"http://x.example/"_s},
+                     {u"LinkPage"_s, server.Url(u'/' + name.toLower() + u".html"_s)},
+                     {u"TestQueue"_s, 1}});
+        server.Answer("/first.html", PageWith({"http://www.mysite.example/"}));
+        server.Answer("/second.html", serverReply().Silent());
+
+        QProcess process;
+        Start(process, In(m_installation->Folder(), {u"test"_s}));
+        // The line must be there, its end included, while the run still waits for the page.
+        QByteArray seen;
+        const QByteArray awaited = "Searching Second for a reference to Shop\n";
+        QElapsedTimer clock;
+        clock.start();
+        while (!seen.contains(awaited) && clock.elapsed() < StartLimitMs && process.waitForReadyRead(StartLimitMs))
+            seen += process.readAllStandardOutput();
+        QVERIFY2(seen.contains(awaited), seen.constData());
+        QTRY_COMPARE(server.Count("/second.html"), 1);
+
+        clock.restart();
+        QCOMPARE(::kill(static_cast<pid_t>(process.processId()), number), 0);
+        const Outcome outcome = Finish(process);
+        QCOMPARE(outcome.code, 5);
+        QVERIFY2(clock.elapsed() < 5000, qPrintable(QString::number(clock.elapsed())));
+        const QString log = QString::fromUtf8(seen) + outcome.out;
+        QVERIFY2(log.contains(u"\n  \u2022 Stop button was pressed.  Process aborted.\nEND LINK TEST SESSION - "_s),
+                 qPrintable(log));
+        QCOMPARE(Queue(), u".xx"_s);
+    }
+
+    void QuestionsWithoutTerminal()
+    {
+        using enum clsDialogs::Buttons;
+        using Answer = clsDialogs::Answer;
+        // Whoever starts the tests by hand has a terminal.
+        QVERIFY(std::freopen("/dev/null", "r", stdin));
+        const auto ask = [](bool yes, clsDialogs::Buttons buttons) {
+            return clsConsoleDialogs(yes).MsgBox(u"Really?"_s, buttons, clsDialogs::Icon::Question, {});
+        };
+        for (const bool yes : {false, true}) {
+            QCOMPARE(ask(yes, YesNo), yes ? Answer::Yes : Answer::No);
+            QCOMPARE(ask(yes, YesNoCancel), yes ? Answer::Yes : Answer::No);
+            QCOMPARE(ask(yes, RetryCancel), Answer::Cancel);
+        }
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_cli)
 #include "tst_cli.moc"

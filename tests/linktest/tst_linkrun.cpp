@@ -1,14 +1,17 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The link test as a user runs it: the real database, the real HTTP control, real servers.
 #include "linktest_fixture.h"
+#include "support/faults.h"
 #include "support/scripted_server.h"
+#include "support/table.h"
 
 #include <QElapsedTimer>
 #include <QTcpServer>
 #include <QTcpSocket>
-#include <QTest>
 #include <QTimer>
 #include <arpa/inet.h>
+#include <fcntl.h>
+#include <optional>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -83,30 +86,28 @@ class tst_linkrun : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
+    void init()
+    {
+        m_fixture = std::make_unique<linktestFixture>();
+        m_server = std::make_unique<scriptedServer>();
+    }
+    void cleanup()
+    {
+        m_fixture.reset();
+        m_server.reset();
+    }
     void MixedRun();
     void OneAtATime();
     void DeadPartnersShareOneWait();
     void StopActsAtOnce_data();
     void StopActsAtOnce();
+    void LockedDatabase_data();
+    void LockedDatabase();
 
 private:
     std::unique_ptr<linktestFixture> m_fixture;
     std::unique_ptr<scriptedServer> m_server;
 };
-
-void tst_linkrun::init()
-{
-    m_fixture = std::make_unique<linktestFixture>();
-    m_server = std::make_unique<scriptedServer>();
-}
-
-void tst_linkrun::cleanup()
-{
-    m_fixture.reset();
-    m_server.reset();
-}
 
 void tst_linkrun::MixedRun()
 {
@@ -142,6 +143,8 @@ void tst_linkrun::MixedRun()
         modDataModel::Status after;
     };
     const auto home = [](const char* address) { return QVariantMap{{u"HomePage"_s, QLatin1String(address)}}; };
+    const QVariantMap janAtHome{{u"HomePage"_s, u"http://www.jan.example/x/"_s}, {u"IPAddress"_s, u"10.1.2.3"_s}};
+    const QVariantMap kimAtHome{{u"HomePage"_s, u"http://kim.example/"_s}, {u"ImageFile"_s, u"kim.gif"_s}};
     using enum modDataModel::Status;
     const QList<Partner> partners{
         // Codes stay in their slots: 4 of Carl until Emil's 128, 8 of Dora, 16 of Fay and 32 of Kim to the end.
@@ -153,20 +156,8 @@ void tst_linkrun::MixedRun()
         {"Gus", "Shop", Active, u"ftp://gus.example/"_s, {}, 256 + 8 + 16, Broken},
         {"Hal", "Shop", Inactive, QString(), {}, 1, Active},
         {"Ida", "Shop", Active, url("/ida.htm"), {}, 128 + 8 + 16, Broken},
-        {"Jan",
-         "Farm",
-         Active,
-         url("/jan.htm"),
-         {{u"HomePage"_s, u"http://www.jan.example/x/"_s}, {u"IPAddress"_s, u"10.1.2.3"_s}},
-         1,
-         Active},
-        {"Kim",
-         "Farm",
-         Active,
-         url("/kim.htm"),
-         {{u"HomePage"_s, u"http://kim.example/"_s}, {u"ImageFile"_s, u"kim.gif"_s}},
-         128 + 8 + 16 + 32,
-         Broken},
+        {"Jan", "Farm", Active, url("/jan.htm"), janAtHome, 1, Active},
+        {"Kim", "Farm", Active, url("/kim.htm"), kimAtHome, 128 + 8 + 16 + 32, Broken},
         {"Lea", "Farm", Declined, url("/lea.htm"), home(""), 1, Active},
         {"Max", "Farm", Broken, url("/max.htm"), home("http://max.example/"), 128 + 8 + 16 + 32, Broken},
         {"Nell", "Shop", Offer, url("/nell.htm"), {}, 1, Active},
@@ -340,16 +331,16 @@ void tst_linkrun::DeadPartnersShareOneWait()
 
 void tst_linkrun::StopActsAtOnce_data()
 {
-    QTest::addColumn<QString>("second");
-    QTest::newRow("connecting") << u"full"_s;
-    QTest::newRow("no answer") << u"/silent.htm"_s;
-    QTest::newRow("in the header") << u"/header.htm"_s;
-    QTest::newRow("in the body") << u"/drip.htm"_s;
+    const testTable<QString> row; // the second link's page
+    row("connecting", u"full"_s);
+    row("no answer", u"/silent.htm"_s);
+    row("in the header", u"/header.htm"_s);
+    row("in the body", u"/drip.htm"_s);
 }
 
 void tst_linkrun::StopActsAtOnce()
 {
-    QFETCH(const QString, second);
+    const auto [second] = testRow<QString>();
     SetLimits(60);
     const FullPort full;
     m_server->Answer("/good.htm", PartnerPage());
@@ -388,6 +379,68 @@ void tst_linkrun::StopActsAtOnce()
              QStringList({u"  \u2022 Stop button was pressed.  Process aborted."_s,
                           u"END LINK TEST SESSION - Monday, January 5, 2026 at 03:07 PM"_s}));
     QTRY_COMPARE(m_server->OpenConnections(), 0);
+}
+
+void tst_linkrun::LockedDatabase_data()
+{
+    const testTable<int, int, Ending> row; // milliseconds to the end of the lock, to Stop (0: never), ending
+    row("for a moment", 1200, 0, Ending::Done);
+    row("until Stop", 0, 800, Ending::Stopped);
+    row("for too long", 0, 0, Ending::Failed);
+}
+
+/// Another program has the file to itself, for reading and writing, from the second link on.
+void tst_linkrun::LockedDatabase()
+{
+    const auto [unlock, stop, ending] = testRow<int, int, Ending>();
+    SetLimits(60);
+    m_server->Answer("/good.htm", PartnerPage());
+    m_server->Answer("/slow.htm", PartnerPage().After(400ms));
+    m_fixture->AddSite({{u"LinkPage"_s, QVariant()}});
+    std::vector<qint64> ids;
+    for (int i = 0; i < 100; ++i)
+        ids.push_back(m_fixture->AddLink({{u"LinkPage"_s, m_server->Url(i == 1 ? u"/slow.htm"_s : u"/good.htm"_s)}}));
+
+    const QByteArray path = m_fixture->program.installation.DatabasePath().toUtf8();
+    std::optional<otherProcess> other;
+    QElapsedTimer sinceStop;
+    m_fixture->parent.onHighLight = [&](qint64 id) {
+        if (id == ids[1])
+            QTimer::singleShot(150, [&] { // while the run waits for this link's page
+                other.emplace([path] {
+                    struct flock whole = {};
+                    whole.l_type = F_WRLCK;
+                    if (::fcntl(::open(path.constData(), O_RDWR), F_SETLK, &whole) != 0)
+                        ::_exit(1);
+                });
+                if (unlock > 0)
+                    QTimer::singleShot(unlock, [&] { other->Kill(); });
+                if (stop > 0)
+                    QTimer::singleShot(stop, [&] {
+                        modBrambury::State().StopFlag = true;
+                        sinceStop.start();
+                    });
+            });
+    };
+    // The window lives by the turns of the event loop.
+    QElapsedTimer sinceTurn;
+    qint64 longest = 0;
+    QTimer turns;
+    turns.callOnTimeout([&] { longest = std::max(longest, sinceTurn.restart()); });
+    sinceTurn.start();
+    turns.start(5ms);
+    m_fixture->Run();
+    QVERIFY(other && other->Ready());
+    other.reset();
+    qInfo("longest turn: %lld ms", longest);
+    QVERIFY2(longest < 400, qPrintable(u"%1 ms"_s.arg(longest)));
+    QVERIFY(stop == 0 || sinceStop.elapsed() < 1000);
+
+    QCOMPARE(m_fixture->ending, ending);
+    QCOMPARE(m_fixture->program.windows.lastDetails.contains(u"3260"_s), ending == Ending::Failed);
+    QVERIFY(m_fixture->Lines().last().startsWith(u"END LINK TEST SESSION"_s));
+    for (std::size_t i = 0; i < ids.size(); ++i)
+        QCOMPARE(m_fixture->Queued(ids[i]), ending != Ending::Done && i > 0);
 }
 
 QTEST_GUILESS_MAIN(tst_linkrun)

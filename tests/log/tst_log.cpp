@@ -6,6 +6,7 @@
 #include "platform/clsPrinter.h"
 #include "platform/impl/modPlatformImpl.h"
 #include "support/fakes.h"
+#include "support/table.h"
 
 #include <QTemporaryDir>
 
@@ -56,101 +57,78 @@ class tst_log : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void Lines_data();
-    void Lines();
-    void OneWindowForAllRuns();
-    void Save();
-    void Print();
+    void Lines_data()
+    {
+        const testTable<QString, QString, int, bool, QString> row; // before, text, indent, bullet, after
+        row("only the first bulleted line begins with a blank", {}, u"a"_s, 1, true, u"   \u2022 a"_s);
+        row("first without bullet", {}, u"a"_s, 1, false, u"  a"_s);
+        row("first and empty", {}, {}, 0, true, u" \u2022 "_s);
+        row("later", u"x"_s, u"a"_s, 2, true, u"x\r\n    \u2022 a"_s);
+        row("later without bullet", u"x"_s, u"a"_s, 4, false, u"x\r\n        a"_s);
+        row("later and empty: a line break only", u"x"_s, {}, 4, true, u"x\r\n"_s);
+        row("-1 goes on in the line", u"x"_s, u"a"_s, -1, true, u"xa"_s);
+        row("-1 on an empty log", {}, u"a"_s, -1, true, u"a"_s);
+        row("-2 is 2", u"x"_s, u"a"_s, -2, true, u"x\r\n    \u2022 a"_s);
+    }
+    void Lines()
+    {
+        const auto [before, text, indent, bullet, after] = testRow<QString, QString, int, bool, QString>();
+        fakeEventLoop eventLoop;
+        recordingWindow window;
+        clsStatusLog log(&eventLoop);
+        log.SetLogWindow(&window);
+        if (!before.isEmpty())
+            log.LogItem(before, -1);
+        const int yields = eventLoop.yields;
+        log.LogItem(text, qint16(indent), bullet);
+        QCOMPARE(window.Text(), after);
+        QCOMPARE(window.caret, after.size() - text.size());
+        QCOMPARE(eventLoop.yields, yields + 1);
+        // The window is told what is new, never the whole text again.
+        QCOMPARE(window.appended.last(), after.mid(before.size()));
+    }
+
+    void OneWindowForAllRuns()
+    {
+        recordingWindow window;
+        clsStatusLog first(nullptr);
+        clsStatusLog second(nullptr);
+        first.LogItem(u"lost"_s);
+        first.SetLogWindow(&window);
+        second.SetLogWindow(&window);
+        first.LogItem(u"a"_s, 0, false);
+        second.LogItem(u"b"_s);
+        QCOMPARE(window.Text(), u"a\r\n\u2022 b"_s);
+
+        window.fails = true;
+        second.LogItem(u"c"_s); // must not leave the log, whatever the window does
+        window.fails = false;
+        second.Clear();
+        QVERIFY(window.appended.isEmpty());
+        first.LogItem(u"d"_s);
+        QCOMPARE(window.Text(), u" \u2022 d"_s);
+    }
+
+    void SaveAndPrint()
+    {
+        const QTemporaryDir dir;
+        const auto disk = modPlatformImpl::MakeDisk();
+        const QString path = dir.filePath(u"Results.log"_s);
+        const QString word(60, u'w');
+        modResultsLog::SaveLog(u" \u2022 "_s + word + u' ' + word + u"\r\n\r\nend"_s, path, *disk);
+        modResultsLog::SaveLog(u"again"_s, path, *disk);
+        QCOMPARE(disk->ReadFile(path),
+                 " \xE2\x80\xA2 " + word.toLatin1() + "\r\n" + word.toLatin1() + "\r\n\r\nend\r\nagain\r\n");
+        QVERIFY_EXCEPTION_THROWN(modResultsLog::SaveLog(u"a"_s, dir.filePath(u"no/x.log"_s), *disk), clsError);
+
+        recordingPrinter printer;
+        modResultsLog::PrintLog(u"a\r\n\r\n"_s + QString(111, u'w'), printer);
+        QCOMPARE(
+            printer.calls.join(u'|'),
+            u"start Results Log 1008 1008|font Arial 12 1|line Results Log|line |font Arial 10 0|line a|line |line "_s +
+                QString(110, u'w') + u"|line w|end"_s);
+    }
 };
-
-void tst_log::Lines_data()
-{
-    QTest::addColumn<QString>("before");
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<int>("indent");
-    QTest::addColumn<bool>("bullet");
-    QTest::addColumn<QString>("after");
-    const QString line = u"x"_s;
-    QTest::newRow("only the first bulleted line begins with a blank")
-        << QString() << u"a"_s << 1 << true << u"   \u2022 a"_s;
-    QTest::newRow("first without bullet") << QString() << u"a"_s << 1 << false << u"  a"_s;
-    QTest::newRow("first and empty") << QString() << QString() << 0 << true << u" \u2022 "_s;
-    QTest::newRow("first, empty, no bullet") << QString() << QString() << 2 << false << u"    "_s;
-    QTest::newRow("later") << line << u"a"_s << 2 << true << u"x\r\n    \u2022 a"_s;
-    QTest::newRow("later without bullet") << line << u"a"_s << 4 << false << u"x\r\n        a"_s;
-    QTest::newRow("later and empty: a line break only") << line << QString() << 4 << true << u"x\r\n"_s;
-    QTest::newRow("-1 goes on in the line") << line << u"a"_s << -1 << true << u"xa"_s;
-    QTest::newRow("-1 on an empty log") << QString() << u"a"_s << -1 << true << u"a"_s;
-    QTest::newRow("-2 is 2") << line << u"a"_s << -2 << true << u"x\r\n    \u2022 a"_s;
-}
-
-void tst_log::Lines()
-{
-    QFETCH(QString, before);
-    QFETCH(QString, text);
-    QFETCH(int, indent);
-    QFETCH(bool, bullet);
-    QFETCH(QString, after);
-    fakeEventLoop eventLoop;
-    recordingWindow window;
-    clsStatusLog log(&eventLoop);
-    log.SetLogWindow(&window);
-    if (!before.isEmpty())
-        log.LogItem(before, -1);
-    const int yields = eventLoop.yields;
-    log.LogItem(text, qint16(indent), bullet);
-    QCOMPARE(window.Text(), after);
-    QCOMPARE(window.caret, after.size() - text.size());
-    QCOMPARE(eventLoop.yields, yields + 1);
-    // The window is told what is new, never the whole text again.
-    QCOMPARE(window.appended.last(), after.mid(before.size()));
-}
-
-void tst_log::OneWindowForAllRuns()
-{
-    recordingWindow window;
-    clsStatusLog first(nullptr);
-    clsStatusLog second(nullptr);
-    first.LogItem(u"lost"_s);
-    first.SetLogWindow(&window);
-    second.SetLogWindow(&window);
-    first.LogItem(u"a"_s, 0, false);
-    second.LogItem(u"b"_s);
-    QCOMPARE(window.Text(), u"a\r\n\u2022 b"_s);
-
-    window.fails = true;
-    second.LogItem(u"c"_s); // must not leave the log, whatever the window does
-    window.fails = false;
-    second.Clear();
-    QVERIFY(window.Text().isEmpty());
-    QVERIFY(window.appended.isEmpty());
-    first.LogItem(u"d"_s);
-    QCOMPARE(window.Text(), u" \u2022 d"_s);
-}
-
-void tst_log::Save()
-{
-    const QTemporaryDir dir;
-    const auto disk = modPlatformImpl::MakeDisk();
-    const QString path = dir.filePath(u"Results.log"_s);
-    const QString word(60, u'w');
-    const QByteArray bytes(60, 'w');
-    modResultsLog::SaveLog(u" \u2022 "_s + word + u' ' + word + u"\r\n\r\nend"_s, path, *disk);
-    const QByteArray once = " \xE2\x80\xA2 " + bytes + "\r\n" + bytes + "\r\n\r\nend\r\n";
-    QCOMPARE(disk->ReadFile(path), once);
-    modResultsLog::SaveLog(u"again"_s, path, *disk);
-    QCOMPARE(disk->ReadFile(path), once + "again\r\n");
-    QVERIFY_EXCEPTION_THROWN(modResultsLog::SaveLog(u"a"_s, dir.filePath(u"no/x.log"_s), *disk), clsError);
-}
-
-void tst_log::Print()
-{
-    recordingPrinter printer;
-    modResultsLog::PrintLog(u"a\r\n\r\n"_s + QString(111, u'w'), printer);
-    QCOMPARE(printer.calls, QStringList({u"start Results Log 1008 1008"_s, u"font Arial 12 1"_s, u"line Results Log"_s,
-                                         u"line "_s, u"font Arial 10 0"_s, u"line a"_s, u"line "_s,
-                                         u"line "_s + QString(110, u'w'), u"line w"_s, u"end"_s}));
-}
 
 QTEST_GUILESS_MAIN(tst_log)
 #include "tst_log.moc"

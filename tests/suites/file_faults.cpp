@@ -168,10 +168,7 @@ ssize_t pwrite(int descriptor, const void* data, size_t size, off_t place)
     return Write(descriptor, size, [&](size_t part) { return ::syscall(SYS_pwrite64, descriptor, data, part, place); });
 }
 
-ssize_t pwrite64(int descriptor, const void* data, size_t size, off64_t place)
-{
-    return pwrite(descriptor, data, size, place);
-}
+ssize_t pwrite64(int, const void*, size_t, off64_t) __attribute__((alias("pwrite")));
 
 int fsync(int descriptor)
 {
@@ -180,12 +177,7 @@ int fsync(int descriptor)
     return static_cast<int>(::syscall(SYS_fsync, descriptor));
 }
 
-int fdatasync(int descriptor)
-{
-    if (Watched(descriptor) && Fails(Call::Grow))
-        return -1;
-    return static_cast<int>(::syscall(SYS_fdatasync, descriptor));
-}
+int fdatasync(int) __attribute__((alias("fsync")));
 
 int ftruncate(int descriptor, off_t size) noexcept
 {
@@ -194,10 +186,7 @@ int ftruncate(int descriptor, off_t size) noexcept
     return static_cast<int>(::syscall(SYS_ftruncate, descriptor, size));
 }
 
-int ftruncate64(int descriptor, off64_t size) noexcept
-{
-    return ftruncate(descriptor, size);
-}
+int ftruncate64(int, off64_t) noexcept __attribute__((alias("ftruncate")));
 
 int unlink(const char* path) noexcept
 {
@@ -222,12 +211,5 @@ int open(const char* path, int flags, ...)
     return Open(path, flags, mode);
 }
 
-int open64(const char* path, int flags, ...)
-{
-    va_list rest;
-    va_start(rest, flags);
-    const mode_t mode = (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(rest, mode_t) : 0;
-    va_end(rest);
-    return Open(path, flags, mode);
-}
+int open64(const char*, int, ...) __attribute__((alias("open")));
 }

@@ -2,7 +2,7 @@
 // The program killed in the middle of a link test: what it had judged is kept, what it had not is still queued, and the
 // next run goes on from there.
 #include "suites/suite_program.h"
-#include "suites/suite_report.h"
+#include "support/suite_report.h"
 
 #include <QElapsedTimer>
 #include <QRandomGenerator>
@@ -27,141 +27,134 @@ class tst_kill : public QObject
 {
     Q_OBJECT
 
-private Q_SLOTS:
-    void KilledRunsLoseNothing();
-    void KilledQueueChangeIsWholeOrNot();
-
 private:
     /// Waits until the run has told `lines` lines of its log and `moment` has passed, or until it has ended.
-    static void KillAfter(suiteProgram& program, int lines, std::chrono::microseconds moment, QByteArray& log);
-    QString LossesOf(const suiteQueue& queue, const suiteQueue::Links& before, const suiteQueue::Links& after,
-                     const QByteArray& log) const;
-};
-
-void tst_kill::KillAfter(suiteProgram& program, int lines, std::chrono::microseconds moment, QByteArray& log)
-{
-    QProcess& process = program.Process();
-    QElapsedTimer patience;
-    patience.start();
-    while (log.count('\n') < lines && process.state() != QProcess::NotRunning && patience.elapsed() < 30000) {
-        process.waitForReadyRead(1000);
-        log += process.readAllStandardOutput();
-    }
-    std::this_thread::sleep_for(moment);
-    process.kill();
-}
-
-QString tst_kill::LossesOf(const suiteQueue& queue, const suiteQueue::Links& before, const suiteQueue::Links& after,
-                           const QByteArray& log) const
-{
-    QString losses = queue.Losses(before, after);
-    // Verdicts reach the file together, some at a time: fewer than the log speaks of, never more.
-    const int judged = suiteQueue::Queued(before) - suiteQueue::Queued(after);
-    if (const int begun = Begun(log); judged > begun)
-        losses += u"%1 links were begun and %2 verdicts kept\n"_s.arg(begun).arg(judged);
-    if (const QString integrity = suiteQueue::Integrity(queue.DatabasePath()); integrity != u"ok"_s)
-        losses += u"integrity: "_s + integrity + u'\n';
-    if (const QString locks = queue.HeldLocks(); !locks.isEmpty())
-        losses += u"still locked: "_s + locks + u'\n';
-    return losses;
-}
-
-void tst_kill::KilledRunsLoseNothing()
-{
-    const int rounds = suiteReport::Long() ? 300 : 10;
-    QRandomGenerator random(suiteReport::Seed());
-    suiteQueue queue(LinkCount);
-
-    // How many calls a whole run makes, to choose among.
-    suiteProgram whole(queue.Home());
-    whole.SetFault(u"count"_s, 0);
-    const programRun counted = whole.Run({u"test"_s});
-    QVERIFY2(counted.code == 1, counted.Story().constData());
-    const int calls = whole.Calls();
-    QVERIFY2(calls > 20, qPrintable(QString::number(calls) + u" calls"_s));
-    queue.Restore();
-
-    int kills = 0;
-    int halfway = 0;
-    suiteQueue::Links before = queue.Read();
-    for (int round = 0; round < rounds; ++round) {
-        suiteProgram program(queue.Home());
-        QByteArray log;
-        const int queued = suiteQueue::Queued(before);
-        const QString doing = u"seed %1, round %2"_s.arg(suiteReport::Seed()).arg(round);
-        if (round % 2 == 0) {
-            // At a chosen call: half a page written, a journal not yet deleted.
-            program.SetFault(u"kill"_s, 1 + random.bounded(std::max(1, calls * queued / LinkCount)));
-            program.Start({u"test"_s});
-        } else {
-            // From outside, at any time: while starting, waiting, searching.
-            const int lines = random.bounded(2 * queued);
-            const std::chrono::microseconds moment(random.bounded(lines == 0 ? 300000 : 8000));
-            program.Start({u"test"_s});
-            KillAfter(program, lines, moment, log);
+    static void KillAfter(suiteProgram& program, int lines, std::chrono::microseconds moment, QByteArray& log)
+    {
+        QProcess& process = program.Process();
+        QElapsedTimer patience;
+        patience.start();
+        while (log.count('\n') < lines && process.state() != QProcess::NotRunning && patience.elapsed() < 30000) {
+            process.waitForReadyRead(1000);
+            log += process.readAllStandardOutput();
         }
-        programRun run = program.Finish();
-        run.out.prepend(log);
-        QVERIFY2(!run.hung, (doing.toUtf8() + run.Story()).constData());
-        if (!run.killed) { // it was faster than the kill
-            QVERIFY2(run.code == 1 || run.code == 0, (doing.toUtf8() + run.Story()).constData());
-        } else {
+        std::this_thread::sleep_for(moment);
+        process.kill();
+    }
+
+    static QString LossesOf(const suiteQueue& queue, const suiteQueue::Links& before, const suiteQueue::Links& after,
+                            const QByteArray& log)
+    {
+        QString losses = queue.Losses(before, after);
+        // Verdicts reach the file together, some at a time: fewer than the log speaks of, never more.
+        const int judged = suiteQueue::Queued(before) - suiteQueue::Queued(after);
+        if (const int begun = Begun(log); judged > begun)
+            losses += u"%1 links were begun and %2 verdicts kept\n"_s.arg(begun).arg(judged);
+        if (const QString integrity = suiteQueue::Integrity(queue.DatabasePath()); integrity != u"ok"_s)
+            losses += u"integrity: "_s + integrity + u'\n';
+        if (const QString locks = queue.HeldLocks(); !locks.isEmpty())
+            losses += u"still locked: "_s + locks + u'\n';
+        return losses;
+    }
+
+private Q_SLOTS:
+    void KilledRunsLoseNothing()
+    {
+        const int rounds = suiteReport::Long() ? 300 : 10;
+        QRandomGenerator random(suiteReport::Seed());
+        suiteQueue queue(LinkCount);
+
+        // How many calls a whole run makes, to choose among.
+        suiteProgram whole(queue.Home());
+        whole.SetFault(u"count"_s, 0);
+        const programRun counted = whole.Run({u"test"_s});
+        QVERIFY2(counted.code == 1, counted.Story().constData());
+        const int calls = whole.Calls();
+        QVERIFY2(calls > 20, qPrintable(QString::number(calls) + u" calls"_s));
+        queue.Restore();
+
+        int kills = 0;
+        int halfway = 0;
+        suiteQueue::Links before = queue.Read();
+        for (int round = 0; round < rounds; ++round) {
+            suiteProgram program(queue.Home());
+            QByteArray log;
+            const int queued = suiteQueue::Queued(before);
+            const QString doing = u"seed %1, round %2"_s.arg(suiteReport::Seed()).arg(round);
+            if (round % 2 == 0) {
+                // At a chosen call: half a page written, a journal not yet deleted.
+                program.SetFault(u"kill"_s, 1 + random.bounded(std::max(1, calls * queued / LinkCount)));
+                program.Start({u"test"_s});
+            } else {
+                // From outside, at any time: while starting, waiting, searching.
+                const int lines = random.bounded(2 * queued);
+                const std::chrono::microseconds moment(random.bounded(lines == 0 ? 300000 : 8000));
+                program.Start({u"test"_s});
+                KillAfter(program, lines, moment, log);
+            }
+            programRun run = program.Finish();
+            run.out.prepend(log);
+            QVERIFY2(!run.hung, (doing.toUtf8() + run.Story()).constData());
+            if (!run.killed) { // it was faster than the kill
+                QVERIFY2(run.code == 1 || run.code == 0, (doing.toUtf8() + run.Story()).constData());
+            } else {
+                ++kills;
+            }
+            const suiteQueue::Links after = queue.Read();
+            const QString losses = LossesOf(queue, before, after, run.out);
+            QVERIFY2(losses.isEmpty(), (doing + u'\n' + losses).toUtf8() + run.Story());
+            const int left = suiteQueue::Queued(after);
+            halfway += left > 0 && left < queued ? 1 : 0;
+            before = after;
+            if (left > LinkCount / 4 && round + 1 < rounds)
+                continue;
+            // What is left is finished by a run that nobody kills.
+            const programRun rest = suiteProgram(queue.Home()).Run({u"test"_s});
+            QVERIFY2(rest.code == 1 || (left == 0 && rest.code == 0), (doing.toUtf8() + rest.Story()).constData());
+            const suiteQueue::Links finished = queue.Read();
+            QCOMPARE(suiteQueue::Queued(finished), 0);
+            const QString lost = queue.Losses(before, finished);
+            QVERIFY2(lost.isEmpty(), qPrintable(doing + u'\n' + lost));
+            queue.Restore();
+            before = queue.Read();
+        }
+        // Kills that all fall before or after the work would prove nothing.
+        QVERIFY2(kills >= rounds / 2 && halfway >= rounds / 4,
+                 qPrintable(u"%1 kills, %2 halfway"_s.arg(kills).arg(halfway)));
+        suiteReport::Report(u"kill"_s, u"%1 kills (%2 in the middle of a run), 0 losses"_s.arg(kills).arg(halfway));
+    }
+
+    void KilledQueueChangeIsWholeOrNot()
+    {
+        suiteQueue queue(30);
+        const QStringList change{u"queue"_s, u"test"_s, u"--remove"_s, u"--status"_s, u"active,broken"_s};
+        const suiteQueue::Links before = queue.Read();
+        suiteProgram whole(queue.Home());
+        whole.SetFault(u"count"_s, 0);
+        const programRun counted = whole.Run(change);
+        QVERIFY2(counted.code == 0, counted.Story().constData());
+        const int calls = whole.Calls();
+        const suiteQueue::Links changed = queue.Read();
+        QVERIFY(suiteQueue::Queued(changed) == 20);
+
+        // A sample at even distances; whole, every call.
+        const int step = suiteReport::Long() ? 1 : std::max(1, calls / 5);
+        int kills = 0;
+        for (int call = 1; call <= calls; call += step) {
+            queue.Restore();
+            suiteProgram program(queue.Home());
+            program.SetFault(u"kill"_s, call);
+            const programRun run = program.Run(change);
+            QVERIFY2(run.killed, run.Story().constData());
             ++kills;
+            const suiteQueue::Links after = queue.Read();
+            QVERIFY2(after == before || after == changed, qPrintable(u"half a change at call %1"_s.arg(call)));
+            QCOMPARE(suiteQueue::Integrity(queue.DatabasePath()), u"ok"_s);
+            QCOMPARE(queue.HeldLocks(), QString());
         }
-        const suiteQueue::Links after = queue.Read();
-        const QString losses = LossesOf(queue, before, after, run.out);
-        QVERIFY2(losses.isEmpty(), (doing + u'\n' + losses).toUtf8() + run.Story());
-        const int left = suiteQueue::Queued(after);
-        halfway += left > 0 && left < queued ? 1 : 0;
-        before = after;
-        if (left > LinkCount / 4 && round + 1 < rounds)
-            continue;
-        // What is left is finished by a run that nobody kills.
-        const programRun rest = suiteProgram(queue.Home()).Run({u"test"_s});
-        QVERIFY2(rest.code == 1 || (left == 0 && rest.code == 0), (doing.toUtf8() + rest.Story()).constData());
-        const suiteQueue::Links finished = queue.Read();
-        QCOMPARE(suiteQueue::Queued(finished), 0);
-        const QString lost = queue.Losses(before, finished);
-        QVERIFY2(lost.isEmpty(), qPrintable(doing + u'\n' + lost));
-        queue.Restore();
-        before = queue.Read();
+        suiteReport::Report(u"kill (queue)"_s, u"%1 kills, 0 half changes"_s.arg(kills), u"none: evenly spread"_s);
     }
-    // Kills that all fall before or after the work would prove nothing.
-    QVERIFY2(kills >= rounds / 2 && halfway >= rounds / 4,
-             qPrintable(u"%1 kills, %2 halfway"_s.arg(kills).arg(halfway)));
-    suiteReport::Report(u"kill"_s, u"%1 kills (%2 in the middle of a run), 0 losses"_s.arg(kills).arg(halfway));
-}
-
-void tst_kill::KilledQueueChangeIsWholeOrNot()
-{
-    suiteQueue queue(30);
-    const QStringList change{u"queue"_s, u"test"_s, u"--remove"_s, u"--status"_s, u"active,broken"_s};
-    const suiteQueue::Links before = queue.Read();
-    suiteProgram whole(queue.Home());
-    whole.SetFault(u"count"_s, 0);
-    const programRun counted = whole.Run(change);
-    QVERIFY2(counted.code == 0, counted.Story().constData());
-    const int calls = whole.Calls();
-    const suiteQueue::Links changed = queue.Read();
-    QVERIFY(suiteQueue::Queued(changed) == 20);
-
-    // A sample at even distances; whole, every call.
-    const int step = suiteReport::Long() ? 1 : std::max(1, calls / 5);
-    int kills = 0;
-    for (int call = 1; call <= calls; call += step) {
-        queue.Restore();
-        suiteProgram program(queue.Home());
-        program.SetFault(u"kill"_s, call);
-        const programRun run = program.Run(change);
-        QVERIFY2(run.killed, run.Story().constData());
-        ++kills;
-        const suiteQueue::Links after = queue.Read();
-        QVERIFY2(after == before || after == changed, qPrintable(u"half a change at call %1"_s.arg(call)));
-        QCOMPARE(suiteQueue::Integrity(queue.DatabasePath()), u"ok"_s);
-        QCOMPARE(queue.HeldLocks(), QString());
-    }
-    suiteReport::Report(u"kill (queue)"_s, u"%1 kills, 0 half changes"_s.arg(kills), u"none: evenly spread"_s);
-}
+};
 
 QTEST_GUILESS_MAIN(tst_kill)
 #include "tst_kill.moc"

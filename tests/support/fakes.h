@@ -96,6 +96,14 @@ public:
     }
     QString SaveFile(const FileRequest& request) override { return Choose(request); }
     QString OpenFile(const FileRequest& request) override { return Choose(request); }
+    QStringList inputs; ///< answers to input boxes; none left: cancelled
+    QStringList offered; ///< what stood in the input boxes at first
+    QString InputBox(const QString& prompt, const QString& title, const QString& text) override
+    {
+        shown.append(title + QStringLiteral(": ") + prompt);
+        offered.append(text);
+        return inputs.isEmpty() ? QString() : inputs.takeFirst();
+    }
 
 private:
     QString Choose(const FileRequest& request)
@@ -151,11 +159,8 @@ public:
         calls << QStringLiteral("backup");
         return onBackup ? onBackup() : true;
     }
-    bool ShowHelp(int topic) override
-    {
-        calls << QStringLiteral("help %1").arg(topic);
-        return true;
-    }
+    void SetHelpFile(const QString&) override {}
+    void ShowHelp(int topic) override { calls << QStringLiteral("help %1").arg(topic); }
     bool ShowTips() override
     {
         calls << QStringLiteral("tips");

@@ -2,12 +2,25 @@
 // Faults that really happen: a full disk, a user without rights, a process that is killed.
 #pragma once
 
+#include "platform/clsError.h"
+
 #include <csignal>
 #include <cstdlib>
 #include <functional>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+/// The number of the error that `action` raises, 0 for none.
+inline enum clsError::Number ErrorOf(const std::function<void()>& action)
+{
+    try {
+        action();
+    } catch (const clsError& error) {
+        return static_cast<enum clsError::Number>(error.Number());
+    }
+    return {};
+}
 
 /// While it lives, files end at `bytes`: the next byte fails as on a full disk.
 class fullDisk

@@ -22,10 +22,11 @@ class fakeBrowser : public clsBrowser
 {
 public:
     QStringList opened;
+    Outcome outcome = Outcome::Opened;
     Outcome Open(const QString& address) override
     {
         opened << address;
-        return Outcome::Opened;
+        return outcome;
     }
 };
 

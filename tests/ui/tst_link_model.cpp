@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The model behind the list of links, on a real database: a hundred thousand rows, styles of cells, refills.
+// The model behind the list of links, on a real database: a hundred thousand rows, styles of cells, tips, refills.
 #include "main_window_fixture.h"
 
 #include "data/clsDAO.h"
+#include "support/table.h"
+#include "ui/modTips.h"
 
 #include <QAbstractItemModelTester>
 #include <QHeaderView>
@@ -24,6 +26,7 @@ class tst_link_model : public QObject
 private Q_SLOTS:
     void styles_data();
     void styles();
+    void tips();
     void manyLinks();
     void refillKeepsPlace();
     void closedDatabaseIsReportedOnce();
@@ -31,17 +34,8 @@ private Q_SLOTS:
 
 void tst_link_model::styles_data()
 {
-    QTest::addColumn<QString>("field");
-    QTest::addColumn<QVariant>("value");
-    QTest::addColumn<int>("column");
-    QTest::addColumn<QString>("style");
-    QTest::addColumn<QString>("shown");
-    QTest::addColumn<QString>("spoken");
     using M = clsLinkModel;
-    const auto row = [](const char* name, const QString& field, const QVariant& value, int column, const QString& style,
-                        const QString& shown, const QString& spoken) {
-        QTest::newRow(name) << field << value << column << style << shown << spoken;
-    };
+    const testTable<QString, QVariant, int, QString, QString, QString> row;
     row("queued for mail", u"EmailQueue"_s, 1, M::EmailQueue, u"Checked"_s, {}, u"Queued for e-mail"_s);
     row("converted true", u"EmailQueue"_s, -1, M::EmailQueue, u"Checked"_s, {}, u"Queued for e-mail"_s);
     row("not to be sent", u"EmailQueue"_s, 2, M::EmailQueue, u"YellowFlag"_s, {}, u"E-mail not to be sent"_s);
@@ -62,19 +56,31 @@ void tst_link_model::styles_data()
 
 void tst_link_model::styles()
 {
-    QFETCH(QString, field);
-    QFETCH(QVariant, value);
-    QFETCH(int, column);
+    const auto [field, value, column, style, shown, spoken] =
+        testRow<QString, QVariant, int, QString, QString, QString>();
     clsTestWindow program;
     clsTestInstallation::AddSite(*program.opened, u"Shop"_s);
     clsTestInstallation::AddLink(*program.opened, u"Shop"_s, u"Bob"_s, {{field, value}});
     program.Open();
     const QModelIndex cell = program.Grid().Links().index(0, column);
-    QTEST(cell.data(clsLinkModel::StyleRole).toString(), "style");
-    QTEST(cell.data().toString(), "shown");
-    QTEST(cell.data(Qt::AccessibleTextRole).toString(), "spoken");
-    QFETCH(QString, style);
+    QCOMPARE(cell.data(clsLinkModel::StyleRole).toString(), style);
+    QCOMPARE(cell.data().toString(), shown);
+    QCOMPARE(cell.data(Qt::AccessibleTextRole).toString(), spoken);
     QCOMPARE(!cell.data(Qt::DecorationRole).isNull(), !style.isEmpty());
+}
+
+void tst_link_model::tips()
+{
+    const auto inside = [](const QString& text) {
+        return modTips::Plain(text).remove(u"<span style=\"white-space: pre-wrap\">"_s).remove(u"</span>"_s);
+    };
+    QVERIFY(modTips::Plain({}).isEmpty());
+    QCOMPARE(inside(u"<b>Tom & Jerry</b>"_s), u"&lt;b&gt;Tom &amp; Jerry&lt;/b&gt;"_s);
+    const QString face = u"\U0001F600"_s;
+    const QString cut = inside(u"a"_s + face.repeated(5000)).remove(QChar(0x200B));
+    QCOMPARE(cut, u"a"_s + face.repeated(249) + u'\u2026');        // no half of a pair
+    QVERIFY(inside(QString(200, u'w')).count(QChar(0x200B)) >= 3); // it can be wrapped
+    QCOMPARE(modTips::OneLine(u"one\r\ntwo\tthree\u2028four"_s), u"one two three four"_s);
 }
 
 void tst_link_model::manyLinks()
@@ -179,6 +185,17 @@ void tst_link_model::refillKeepsPlace()
     grid.clearSelection();
     program.Window().FillLinkGrid();
     QCOMPARE(grid.ChosenLinks(), (std::vector<qint64>{ids[0]}));
+
+    // Many are taken out: the neighbour of the current link becomes current, the others keep selection and place.
+    grid.MakeCurrent(ids[200]);
+    select(grid.Links().RowOf(ids[210]));
+    grid.verticalScrollBar()->setValue(grid.verticalHeader()->sectionPosition(grid.Links().RowOf(ids[195])));
+    const int rows = grid.Links().rowCount();
+    grid.RemoveLinks({ids[201], ids[10], ids[200]});
+    QCOMPARE(grid.Links().rowCount(), rows - 3);
+    QCOMPARE(grid.CurrentLink(), ids[202]);
+    QCOMPARE(grid.ChosenLinks(), (std::vector<qint64>{ids[210]}));
+    QCOMPARE(grid.Links().LinkAt(grid.rowAt(0)), ids[195]);
 }
 
 void tst_link_model::closedDatabaseIsReportedOnce()

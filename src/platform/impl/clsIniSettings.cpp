@@ -1,13 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The settings in one INI file, everything as text. What the format does to special names and values ends here.
+#include "platform/clsDisk.h"
 #include "platform/clsError.h"
 #include "platform/clsSettingsStore.h"
 #include "platform/impl/modPlatformImpl.h"
 
 #include <QDir>
 #include <QFileInfo>
+#include <QHash>
 #include <QSettings>
 #include <algorithm>
+#include <filesystem>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -63,9 +66,10 @@ public:
     void SaveSetting(const QString& section, const QString& key, const QString& value) override
     {
         m_settings.setValue(PathOf(section, key), value);
+        m_changed = true;
     }
-    void DeleteSetting(const QString& section, const QString& key) override { m_settings.remove(PathOf(section, key)); }
-    void DeleteSection(const QString& section) override { m_settings.remove(GroupOf(section)); }
+    void DeleteSetting(const QString& section, const QString& key) override { Remove(PathOf(section, key)); }
+    void DeleteSection(const QString& section) override { Remove(GroupOf(section)); }
 
     QStringList Sections() const override { return Children(OuterGroup, &QSettings::childGroups); }
 
@@ -80,15 +84,65 @@ public:
 
     void Flush() override
     {
+        // The library replaces the file without a look at whether the last bytes of the new one found room. So the old
+        // one stays beside it until the new one is seen to be whole.
+        const QString path = m_settings.fileName();
+        const QString old = path + u".old"_s;
+        const auto disk = modPlatformImpl::MakeDisk();
+        const bool kept = m_changed && disk->FileExists(path);
+        if (kept)
+            disk->CopyFile(path, old);
+        // As they are now: the library reads a file anew that is not what it believes to have written.
+        QHash<QString, QVariant> values;
+        for (const QString& key : m_settings.allKeys())
+            values.insert(key, m_settings.value(key));
         // A QSettings keeps its first bad status for ever. Another one on the same file shares the unwritten changes
         // and starts afresh, so that a failure that is over does not count again.
-        QSettings fresh(m_settings.fileName(), QSettings::IniFormat);
+        QSettings fresh(path, QSettings::IniFormat);
         fresh.sync();
-        if (fresh.status() == QSettings::AccessError)
+        const bool written = fresh.status() != QSettings::AccessError;
+        if (written && m_changed && !Holds(values.size())) {
+            PutBack(kept ? old : QString(), values);
             throw NotWritten();
+        }
+        if (kept)
+            QFile::remove(old);
+        if (!written)
+            throw NotWritten();
+        m_changed = false;
     }
 
 private:
+    void Remove(const QString& path)
+    {
+        m_settings.remove(path);
+        m_changed = true;
+    }
+
+    /// Whether so many values stand in the file: a line each, the last one ended.
+    bool Holds(qsizetype values) const
+    {
+        QFile file(m_settings.fileName());
+        const QByteArray text = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+        const QByteArrayList lines = text.split('\n');
+        const auto found =
+            std::count_if(lines.cbegin(), lines.cend(), [](const QByteArray& line) { return line.contains('='); });
+        return found >= values && lines.last().isEmpty();
+    }
+
+    /// Puts the old file (empty: none) in the place of half a one; the next Flush tries to write the values again.
+    void PutBack(const QString& old, const QHash<QString, QVariant>& values)
+    {
+        const QString path = m_settings.fileName();
+        std::error_code failure;
+        if (old.isEmpty())
+            QFile::remove(path);
+        else
+            std::filesystem::rename(old.toStdU16String(), path.toStdU16String(), failure);
+        for (auto value = values.cbegin(); value != values.cend(); ++value)
+            m_settings.setValue(value.key(), value.value());
+    }
+
     /// The library does not say why it could not write.
     clsError NotWritten() const
     {
@@ -114,6 +168,7 @@ private:
     }
 
     mutable QSettings m_settings; ///< entering a group to list it is no change
+    bool m_changed = false;       ///< since the last Flush that could write
 };
 
 /// Where the user's own settings stand.

@@ -22,10 +22,14 @@ qint64 clsKeySet::PositionOf(qint64 key) const
 
 void clsKeySet::Append(qint64 key)
 {
+    // A new record has the highest number so far, as a rule: then the order by key stays, and one comes on top.
+    if (!m_byKey.empty() && m_keys[m_byKey.back()] < key)
+        m_byKey.push_back(static_cast<quint32>(m_keys.size()));
+    else
+        m_byKey.clear();
     m_keys.push_back(key);
     for (auto& values : m_others)
         values.emplace_back();
-    m_byKey.clear();
 }
 
 void clsKeySet::SetOther(std::size_t other, qint64 position, const QVariant& value)
@@ -39,6 +43,18 @@ void clsKeySet::RemoveAt(qint64 position)
     for (auto& values : m_others)
         values.erase(values.begin() + position);
     m_byKey.clear();
+}
+
+void clsKeySet::Remove(std::vector<qint64> keys)
+{
+    std::sort(keys.begin(), keys.end());
+    std::vector<quint32> kept;
+    kept.reserve(m_keys.size());
+    for (std::size_t position = 0; position < m_keys.size(); ++position) {
+        if (!std::binary_search(keys.begin(), keys.end(), m_keys[position]))
+            kept.push_back(static_cast<quint32>(position));
+    }
+    *this = Arranged(kept);
 }
 
 clsKeySet clsKeySet::Arranged(const std::vector<quint32>& order) const

@@ -24,7 +24,9 @@ public:
     void Append(qint64 key);
     void SetOther(std::size_t other, qint64 position, const QVariant& value);
     void RemoveAt(qint64 position);
-    /// The same keys in another order. @param order  positions of this set, each once.
+    /// Takes out those of the keys that are in the set.
+    void Remove(std::vector<qint64> keys);
+    /// The keys at these positions, each once, in this order.
     [[nodiscard]] clsKeySet Arranged(const std::vector<quint32>& order) const;
     /// Orders the keys by number, for sources without values of other tables.
     void SortByKey();

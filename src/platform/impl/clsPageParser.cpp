@@ -2,6 +2,7 @@
 #include "platform/impl/clsPageParser.h"
 
 #include "platform/impl/clsMarkupGuard.h"
+#include "platform/impl/clsParserMemory.h"
 #include "platform/impl/modPageEncoding.h"
 
 #include <QUrl>
@@ -123,12 +124,14 @@ clsPageLists clsPageParser::Parse(const QByteArray& body, const QByteArray& char
 {
     QByteArray html = modPageEncoding::ToUtf8(body, charset);
     clsMarkupGuard::Prepare(html);
-    GumboOptions options = kGumboDefaultOptions;
+    clsParserMemory& memory = clsParserMemory::OfThread();
+    GumboOptions options = memory.Options();
     options.max_errors = 0;
-    GumboOutput* output = gumbo_parse_with_options(&options, html.constData(), static_cast<std::size_t>(html.size()));
+    const GumboOutput* output =
+        gumbo_parse_with_options(&options, html.constData(), static_cast<std::size_t>(html.size()));
     Harvest harvest;
     Walk(output->document, harvest);
-    gumbo_destroy_output(&options, output);
+    memory.Clear();
 
     QUrl base(url);
     if (harvest.base)

@@ -74,10 +74,8 @@ void clsPlatformParts::LayDown(bool sample)
     const QString share = modPlatformImpl::ShareFolder();
     const QString source = share + (sample ? u"/Sample.mdb"_s : u"/Bramdat.mdb"_s);
     const QString data = m_programFolder + u"/Data"_s;
-    const QString sound = m_programFolder + u"/Musfall.wav"_s;
     disk.MakeFolder(m_programFolder);
-    if (!disk.FileExists(sound))
-        disk.CopyFile(share + u"/Musfall.wav"_s, sound);
+    Complete();
     if (disk.FolderExists(data)) {
         if (!disk.FileExists(data + u"/Bramdat.mdb"_s))
             disk.CopyFile(source, data + u"/Bramdat.mdb"_s);
@@ -87,4 +85,24 @@ void clsPlatformParts::LayDown(bool sample)
     disk.MakeFolder(data + u".new"_s);
     disk.CopyFile(source, data + u".new/Bramdat.mdb"_s);
     disk.RenameFile(data + u".new"_s, data);
+}
+
+void clsPlatformParts::Complete()
+{
+    clsDisk& disk = *m_parts->disk;
+    const QString share = modPlatformImpl::ShareFolder() + u'/';
+    const QString folder = m_programFolder + u'/';
+    // The help text is first: it is what a newer program needs most, should something fail here.
+    const QString help = u"Bramdat.hlp"_s;
+    if (!disk.FileExists(folder + help) || disk.ReadFile(folder + help) != disk.ReadFile(share + help))
+        disk.CopyFile(share + help, folder + help);
+    for (const QString& name : {u"Musfall.wav"_s, u"ssceam.tlx"_s, u"ssceam2.clx"_s}) {
+        if (!disk.FileExists(folder + name))
+            disk.CopyFile(share + name, folder + name);
+    }
+    // The user's own lists begin empty.
+    for (const QString& name : {u"bramdat.tlx"_s, u"correct.tlx"_s}) {
+        if (!disk.FileExists(folder + name))
+            disk.WriteFile(folder + name, {});
+    }
 }

@@ -2,6 +2,7 @@
 #define SQLITE_HAS_CODEC // declares sqlite3_key
 #include "platform/impl/clsSqlConnection.h"
 
+#include "platform/clsDatabase.h"
 #include "platform/impl/clsSqlStatement.h"
 #include "platform/impl/modSqlErrors.h"
 
@@ -13,7 +14,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace
 {
-constexpr int BusyMilliseconds = 5000;
 /// Pages kept in memory, in KiB; grows only as far as the file is read.
 constexpr int CacheKiB = 12 * 1024;
 /// Statements kept prepared.
@@ -74,7 +74,7 @@ std::shared_ptr<clsSqlConnection> clsSqlConnection::Open(const QString& path, co
     if (code != SQLITE_OK)
         modSqlErrors::Raise(connection->m_handle, code, doing);
     sqlite3_extended_result_codes(connection->m_handle, 1);
-    sqlite3_busy_timeout(connection->m_handle, BusyMilliseconds);
+    connection->SetPatience(clsDatabase::UsualPatience);
     const QByteArray passphrase = key.toUtf8();
     code = sqlite3_key(connection->m_handle, passphrase.constData(), static_cast<int>(passphrase.size()));
     if (code != SQLITE_OK)
@@ -196,6 +196,11 @@ std::optional<QString> clsSqlConnection::StoredQuery(const QString& name)
     if (!query.Step())
         return std::nullopt;
     return query.Value(0).toString();
+}
+
+void clsSqlConnection::SetPatience(std::chrono::milliseconds patience) noexcept
+{
+    sqlite3_busy_timeout(m_handle, static_cast<int>(patience.count()));
 }
 
 bool clsSqlConnection::InTransaction() const

@@ -4,6 +4,7 @@
 
 #include <QHash>
 #include <QString>
+#include <chrono>
 #include <map>
 #include <memory>
 #include <optional>
@@ -68,10 +69,17 @@ public:
     const clsSqlTable& Table(const QString& name);
     /// The same, null when there is no such table.
     const clsSqlTable* FindTable(const QString& name);
-    /// Forgets the declarations, after one was changed.
-    void ForgetTables() { m_tables.clear(); }
+    /// Forgets the declarations and the statements that were prepared by them, after one was changed.
+    void ForgetTables()
+    {
+        FinalizeStatements();
+        m_tables.clear();
+    }
     /// The text of a stored query, none when there is no query of that name.
     std::optional<QString> StoredQuery(const QString& name);
+
+    /// How long a statement waits for another program's lock.
+    void SetPatience(std::chrono::milliseconds patience) noexcept;
 
     void BeginTrans();
     void CommitTrans();

@@ -3,9 +3,12 @@
 
 #include "platform/impl/clsSqlQueryDef.h"
 #include "platform/impl/clsSqlRecordset.h"
+#include "platform/impl/clsSqlStatement.h"
 #include "platform/impl/modSqlErrors.h"
 
 #include <QRegularExpression>
+#include <algorithm>
+#include <sqlite3.h>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -127,6 +130,56 @@ void clsSqlDatabase::AppendField(const QString& table, const QString& field, int
     const QString stored = connection.Table(table).name;
     connection.Run(u"ALTER TABLE %1 ADD COLUMN %2 %3"_s.arg(SqlName(stored), SqlName(field), declaration));
     connection.ForgetTables();
+}
+
+qint64 clsSqlDatabase::ForEach(const QString& sql, const clsFieldValues& values, std::vector<clsBookmark> keys)
+{
+    // In the file's order each page is read and encrypted once.
+    std::sort(keys.begin(), keys.end());
+    clsSqlTransaction transaction(*m_connection);
+    qint64 changed = 0;
+    {
+        clsSqlStatement statement(m_connection, sql);
+        int index = 0;
+        for (const auto& value : values)
+            statement.Bind(++index, value.second);
+        ++index;
+        for (const clsBookmark key : keys) {
+            statement.Bind(index, key); // the other values stay bound
+            statement.Step();
+            changed += sqlite3_changes(m_connection->Handle());
+            statement.Reset();
+        }
+    }
+    transaction.Commit();
+    return changed;
+}
+
+qint64 clsSqlDatabase::UpdateRecords(const QString& table, const std::vector<clsBookmark>& keys,
+                                     const clsFieldValues& values)
+{
+    const clsSqlTable& declared = Connection().Table(table);
+    QStringList sets;
+    for (const auto& [name, value] : values) {
+        const clsSqlField* field = declared.Field(name);
+        if (!field)
+            modSqlErrors::Raise(clsError::UnknownItem, u"The table \"%1\" has no field \"%2\"."_s.arg(table, name));
+        if (field->numeric && value.metaType().id() == QMetaType::QString)
+            modSqlErrors::Raise(clsError::TypeMismatch, u"A text is no value for the field %1."_s.arg(name));
+        sets << SqlName(field->name) + " = ?"_L1;
+    }
+    return ForEach(u"UPDATE %1 SET %2 WHERE rowid = ?"_s.arg(SqlName(declared.name), sets.join(", "_L1)), values, keys);
+}
+
+qint64 clsSqlDatabase::DeleteRecords(const QString& table, const std::vector<clsBookmark>& keys)
+{
+    return ForEach(u"DELETE FROM %1 WHERE rowid = ?"_s.arg(SqlName(Connection().Table(table).name)), {}, keys);
+}
+
+void clsSqlDatabase::SetPatience(std::chrono::milliseconds patience) noexcept
+{
+    if (IsOpen())
+        m_connection->SetPatience(patience);
 }
 
 void clsSqlDatabase::BeginTrans()

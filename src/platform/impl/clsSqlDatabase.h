@@ -19,6 +19,10 @@ public:
     int FieldSize(const QString& table, const QString& field) override;
     void AppendField(const QString& table, const QString& field, int type, int size,
                      const QVariant& defaultValue) override;
+    qint64 UpdateRecords(const QString& table, const std::vector<clsBookmark>& keys,
+                         const clsFieldValues& values) override;
+    qint64 DeleteRecords(const QString& table, const std::vector<clsBookmark>& keys) override;
+    void SetPatience(std::chrono::milliseconds patience) noexcept override;
     void BeginTrans() override;
     void CommitTrans() override;
     void Rollback() noexcept override;
@@ -26,6 +30,8 @@ public:
 private:
     /// @throws DatabaseClosed
     [[nodiscard]] clsSqlConnection& Connection() const;
+    /// Runs a statement that ends with the record's number once for each of them. @return rows changed
+    qint64 ForEach(const QString& sql, const clsFieldValues& values, std::vector<clsBookmark> keys);
 
     std::shared_ptr<clsSqlOpenFiles> m_files;
     QString m_path;

@@ -6,6 +6,7 @@
 #include "platform/impl/modSqlErrors.h"
 
 #include <QRegularExpression>
+#include <QScopeGuard>
 #include <algorithm>
 #include <sqlite3.h>
 
@@ -15,8 +16,8 @@ namespace
 {
 /// How long a row that was read is taken for the record's present state: other programs may change it.
 constexpr std::chrono::milliseconds RowTrust{100};
-/// Rows read at once by somebody who steps through the set quickly.
-constexpr int ReadAhead = 64;
+/// Most rows read at once by somebody who steps through the set quickly and changes nothing.
+constexpr int MostReadAhead = 64;
 /// A sort reads a whole column when the set holds at least one in this many of the table's records.
 constexpr qint64 WholeColumnShare = 4;
 
@@ -194,13 +195,17 @@ void clsSqlRecordset::RequireBaseTable() const
         modSqlErrors::Raise(clsError::EngineFailure, u"The records of this set cannot be changed."_s);
 }
 
+bool clsSqlRecordset::TrustsRead(const clsSqlConnection& connection, Clock::time_point now) const
+{
+    return m_read.mark == connection.Changes() && now - m_read.time < RowTrust;
+}
+
 const std::vector<QVariant>& clsSqlRecordset::RowAt(qint64 position, int ahead) const
 {
     const auto connection = Connection();
     const auto now = Clock::now();
-    const bool trusted = m_read.mark == connection->Changes() && now - m_read.time < RowTrust &&
-                         position >= m_read.first && position < m_read.first + static_cast<qint64>(m_read.rows.size());
-    if (!trusted) {
+    const bool held = position >= m_read.first && position < m_read.first + static_cast<qint64>(m_read.rows.size());
+    if (!held || !TrustsRead(*connection, now)) {
         const qint64 first = ahead < 0 ? std::max<qint64>(0, position + ahead + 1) : position;
         const qint64 count = ahead < 0 ? position + 1 - first : ahead;
         m_read.rows = Rows(first, count, FieldNames());
@@ -213,15 +218,17 @@ const std::vector<QVariant>& clsSqlRecordset::RowAt(qint64 position, int ahead) 
 
 void clsSqlRecordset::Step(int direction)
 {
-    (void)Connection();
+    // Every change makes what was read ahead worthless, so rows are read ahead only as long as none happens.
+    const bool undisturbed = TrustsRead(*Connection(), Clock::now());
     CancelUpdate();
-    const auto now = Clock::now();
-    const bool quick = now - m_lastStep < RowTrust;
-    m_lastStep = now;
+    m_readAhead = undisturbed ? std::min(2 * m_readAhead, MostReadAhead) : 1;
     const qint64 count = m_keys->Count();
+    // A step that fails, because the file is locked, has not been made: whoever tries again skips no record.
+    auto stay = qScopeGuard([this, before = m_position] { m_position = before; });
     m_position = std::clamp<qint64>(m_position + direction, -1, count);
-    while (HasCurrent() && RowAt(m_position, quick ? direction * ReadAhead : direction).empty())
+    while (HasCurrent() && RowAt(m_position, direction * m_readAhead).empty())
         m_position += direction;
+    stay.dismiss();
 }
 
 void clsSqlRecordset::MoveFirst()
@@ -523,6 +530,15 @@ void clsSqlRecordset::Requery()
 {
     CancelUpdate();
     TakeKeys();
+}
+
+void clsSqlRecordset::Forget(const std::vector<clsBookmark>& bookmarks)
+{
+    (void)Connection();
+    CancelUpdate();
+    OwnKeys().Remove(bookmarks);
+    m_position = 0;
+    m_read = {};
 }
 
 std::unique_ptr<clsRecordset> clsSqlRecordset::Clone() const

@@ -65,6 +65,7 @@ public:
     void CancelUpdate() override;
     void Delete() override;
     void Requery() override;
+    void Forget(const std::vector<clsBookmark>& bookmarks) override;
     std::unique_ptr<clsRecordset> Clone() const override;
     void SetSort(const QString& field) override;
     std::unique_ptr<clsRecordset> OpenRecordset() const override;
@@ -96,6 +97,8 @@ private:
     [[nodiscard]] bool HasCurrent() const;
     void RequireCurrent() const;
     void RequireBaseTable() const;
+    /// Whether the rows that were read are still the records' state.
+    [[nodiscard]] bool TrustsRead(const clsSqlConnection& connection, Clock::time_point now) const;
     /// The row at a position, empty when its record no longer exists. @param ahead  how many rows to read at once,
     /// negative: backwards.
     [[nodiscard]] const std::vector<QVariant>& RowAt(qint64 position, int ahead) const;
@@ -117,5 +120,5 @@ private:
     Change m_change = Change::None;
     std::vector<std::pair<const clsSqlSource::Column*, QVariant>> m_assigned; ///< inside Edit or AddNew
     mutable ReadRows m_read;
-    Clock::time_point m_lastStep;
+    int m_readAhead = 1; ///< rows that a step reads at once when it has none
 };

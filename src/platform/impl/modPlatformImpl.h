@@ -28,7 +28,7 @@ std::unique_ptr<clsSettingsStore> MakeSettingsStore(const QString& iniFile);
 /// another one asks it to come to the front.
 std::unique_ptr<clsInstance> MakeInstance(const QString& programFolder, std::function<void()> activated);
 
-/// The folder with what a first installation is laid down from (Bramdat.mdb, Sample.mdb, Musfall.wav): beside the
-/// program's own, ../share/brambury.
+/// The folder with what a first installation is laid down from (Bramdat.mdb, Sample.mdb, Musfall.wav,
+/// Bramdat.hlp, the word lists): beside the program's own, ../share/brambury.
 QString ShareFolder();
 } // namespace modPlatformImpl

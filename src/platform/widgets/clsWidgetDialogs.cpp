@@ -4,8 +4,10 @@
 #include "platform/clsError.h"
 
 #include <QApplication>
+#include <QDialogButtonBox>
 #include <QFileDialog>
 #include <QIcon>
+#include <QInputDialog>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QStyle>
@@ -69,6 +71,15 @@ clsDialogs::Answer answerOf(QMessageBox::StandardButton button)
     }
 }
 
+/// Some desktops put pictures of their own on buttons, which say nothing that the captions do not.
+void withPlainButtons(const QDialog& dialog)
+{
+    for (const QDialogButtonBox* box : dialog.findChildren<QDialogButtonBox*>()) {
+        for (QAbstractButton* button : box->buttons())
+            button->setIcon({});
+    }
+}
+
 /// "Log File (*.log)|*.log" as the file dialog wants it: one text for each pair, its pattern in round brackets.
 QStringList nameFilters(const QString& filter)
 {
@@ -115,6 +126,7 @@ clsDialogs::Answer clsWidgetDialogs::MsgBox(const QString& text, Buttons buttons
         box.setIconPixmap(picture.pixmap(QSize(side, side), box.devicePixelRatioF()));
     }
     box.setStandardButtons(set.shown);
+    withPlainButtons(box);
     if (QAbstractButton* retry = box.button(QMessageBox::Retry))
         retry->setText(u"&Retry"_s); // the only one that has no key of its own otherwise
     box.setDefaultButton(set.safe);
@@ -139,6 +151,19 @@ QString clsWidgetDialogs::OpenFile(const FileRequest& request)
     dialog.setAcceptMode(QFileDialog::AcceptOpen);
     dialog.setFileMode(QFileDialog::ExistingFile);
     return Choose(dialog, request);
+}
+
+QString clsWidgetDialogs::InputBox(const QString& prompt, const QString& title, const QString& offered)
+{
+    if (s_ending)
+        return {};
+    QInputDialog dialog(Owner());
+    dialog.setWindowTitle(title);
+    dialog.setLabelText(prompt);
+    dialog.setTextValue(offered);
+    withPlainButtons(dialog);
+    // Never Null when it is accepted: an empty answer is an answer.
+    return dialog.exec() == QDialog::Accepted ? u""_s + dialog.textValue() : QString();
 }
 
 QString clsWidgetDialogs::Choose(QFileDialog& dialog, const FileRequest& request)

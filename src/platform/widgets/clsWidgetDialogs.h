@@ -21,6 +21,7 @@ public:
     Answer MsgBox(const QString& text, Buttons buttons, Icon icon, const QString& caption) override;
     [[nodiscard]] QString SaveFile(const FileRequest& request) override;
     [[nodiscard]] QString OpenFile(const FileRequest& request) override;
+    [[nodiscard]] QString InputBox(const QString& prompt, const QString& title, const QString& offered) override;
 
     /// Rejects what is open, newest first, and refuses new dialogs while `ending`.
     static void SetEnding(bool ending);

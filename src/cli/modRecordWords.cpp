@@ -1,0 +1,142 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "cli/modRecordWords.h"
+
+#include "cli/modConsole.h"
+#include "data/clsSiteRecord.h"
+#include "data/modCategories.h"
+#include "mail/clsMailTemplate.h"
+#include "shell/modBrambury.h"
+#include "shell/modCommonFunctions.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace
+{
+/// A value on a terminal: on lines of its own from the second on, without anything that the terminal would obey.
+QString ForPeople(QString text)
+{
+    text.replace("\r\n"_L1, "\n"_L1).replace(u'\r', u'\n');
+    for (QChar& letter : text) {
+        if (letter.category() == QChar::Other_Control && letter != u'\n' && letter != u'\t')
+            letter = u' ';
+    }
+    return text.replace(u'\n', u"\n    "_s);
+}
+} // namespace
+
+std::vector<modRecordWords::Assignment> modRecordWords::Assignments(const std::vector<std::string>& words)
+{
+    std::vector<Assignment> assignments;
+    for (const std::string& word : words) {
+        const QString text = QString::fromLocal8Bit(word.data(), std::ssize(word));
+        const qsizetype sign = text.indexOf(u'=');
+        if (sign < 1)
+            throw CLI::ValidationError("Column=value", "\"" + word + "\" is no column, \"=\" and its value");
+        const QString column = text.left(sign);
+        if (std::any_of(assignments.cbegin(), assignments.cend(), [&](const Assignment& earlier) {
+                return earlier.column.compare(column, Qt::CaseInsensitive) == 0;
+            }))
+            throw CLI::ValidationError("Column=value", "the column " + column.toStdString() + " is given twice");
+        assignments.push_back({column, text.mid(sign + 1)});
+    }
+    return assignments;
+}
+
+modRecordWords::References modRecordWords::ReferencesOfSites(clsDatabase& database)
+{
+    References references;
+    clsMailTemplate templates(database);
+    const std::vector<modBrambury::MessageType>& types = modBrambury::State().MessageTypes;
+    for (int i = 0; i < static_cast<int>(types.size()); ++i) {
+        const modBrambury::MessageType& type = types[static_cast<std::size_t>(i)];
+        Reference& reference = references[clsSiteRecord::TemplateField(i)];
+        reference.what = u"template for "_s + type.Title;
+        if (!templates.BuildNewQuery(static_cast<qint16>(type.ID)))
+            continue;
+        const clsRecordset& records = *templates.Templates();
+        for (qint64 position = 0; position < records.RecordCount(); ++position)
+            reference.ids.insert(records.BookmarkAt(position));
+    }
+    return references;
+}
+
+modRecordWords::References modRecordWords::ReferencesOfLinks(clsDatabase& database, const QString& siteID)
+{
+    References references{{u"CategoryID"_s, {u"category of the site"_s, {}}}, {u"Message"_s, {u"message type"_s, {}}}};
+    for (const modCategories::Category& category : modCategories::Of(database, siteID))
+        references[u"CategoryID"_s].ids.insert(category.ID);
+    for (const modBrambury::MessageType& type : modBrambury::State().MessageTypes)
+        references[u"Message"_s].ids.insert(type.ID);
+    return references;
+}
+
+QString modRecordWords::ColumnProblem(clsDatabase& database, const QString& table, const clsRecordEditor& record,
+                                      const QString& column)
+{
+    if (record.FieldNamed(column))
+        return {};
+    if (database.Fields(table).contains(column, Qt::CaseInsensitive))
+        return u"The column %1 is written by the program alone."_s.arg(column);
+    QStringList names;
+    for (const clsRecordEditor::Field& field : record.Fields())
+        names << field.name;
+    return u"There is no column %1; the columns are %2."_s.arg(column, names.join(", "_L1));
+}
+
+QString modRecordWords::Assign(clsRecordEditor& record, const clsRecordEditor::Field& field, const QString& value,
+                               const References& references)
+{
+    if (record.Text(field.name) == value)
+        return {};
+    if (const auto reference = references.find(field.name); reference != references.end() && !value.isEmpty()) {
+        bool whole = false;
+        if (const qint64 id = value.toLongLong(&whole); !whole || !reference->ids.contains(id))
+            return u"%1 is the number of a %2, which \"%3\" is not."_s.arg(field.name, reference->what, value);
+    }
+    return record.Assign(field, value);
+}
+
+QString modRecordWords::Assign(clsDatabase& database, const QString& table, clsRecordEditor& record,
+                               const std::vector<Assignment>& assignments, const References& references)
+{
+    for (const Assignment& assignment : assignments) {
+        QString problem = ColumnProblem(database, table, record, assignment.column);
+        if (problem.isEmpty())
+            problem = Assign(record, *record.FieldNamed(assignment.column), assignment.value, references);
+        if (!problem.isEmpty())
+            return problem;
+    }
+    return {};
+}
+
+ExitCode modRecordWords::Save(clsRecordEditor& record)
+{
+    switch (record.Save()) {
+    case clsRecordEditor::Saved::Yes:
+        return ExitCode::Done;
+    case clsRecordEditor::Saved::Refused:
+        return ExitCode::Refused;
+    case clsRecordEditor::Saved::Failed:
+        break;
+    }
+    return ExitCode::Failed;
+}
+
+void modRecordWords::Show(const clsRecordset& records, modIO::TableForm form)
+{
+    const QStringList names = records.FieldNames();
+    if (form == modIO::TableForm::People) {
+        for (const QString& name : names)
+            modConsole::WriteLine(name + ": "_L1 + ForPeople(modCommonFunctions::TextOf(records.Field(name))));
+        return;
+    }
+    std::vector<QVariant> values;
+    for (const QString& name : names)
+        values.push_back(records.Field(name));
+    modIO::clsTableWriter writer(form, names, &modConsole::Write);
+    writer.Row(values);
+    writer.End();
+}

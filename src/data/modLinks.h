@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Many links at once: the same values for all of them, or their end. What every command on a selection of links uses.
+#pragma once
+
+#include "platform/clsDatabase.h"
+
+namespace modLinks
+{
+/// Gives fields of these links the same values: all of them, or none when it fails. A link that somebody else has
+/// deleted meanwhile is passed over. Joins a transaction of the caller.
+/// @param ids  of the links, in any order.  @return how many links there were.  @throws clsError
+qint64 SetFields(clsDatabase& database, const std::vector<qint64>& ids, const clsFieldValues& values);
+/// Deletes these links, in the same way. @return how many were deleted.  @throws clsError
+qint64 Delete(clsDatabase& database, const std::vector<qint64>& ids);
+
+/// Asks whether the chosen links may go, when the setting ConfirmDelete wants it asked. @param title  of the current
+/// link.
+bool ConfirmDelete(const QString& title);
+} // namespace modLinks

@@ -1,0 +1,229 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// What the main window does with the records themselves: adding, editing, copying, renaming, deleting sites and links.
+#include "ui/frmMain.h"
+
+#include "data/clsDeletedLinks.h"
+#include "data/modDataModel.h"
+#include "data/modLinks.h"
+#include "data/modSites.h"
+#include "platform/clsDatabase.h"
+#include "shell/modCommonFunctions.h"
+#include "shell/modErrorHandler.h"
+#include "ui/clsHourglass.h"
+#include "ui/clsLinkGrid.h"
+#include "ui/clsLinks.h"
+#include "ui/clsSelectionDialog.h"
+#include "ui/clsSites.h"
+#include "ui/frmCategories.h"
+#include "ui/frmCustomizeGrid.h"
+#include "ui/frmMainInside.h"
+#include "ui/frmOptions.h"
+
+#include <QTreeWidget>
+
+using namespace Qt::Literals::StringLiterals;
+using modBrambury::State;
+using modCommonFunctions::MsgBox;
+
+namespace
+{
+constexpr char Module[] = "frmMain";
+} // namespace
+
+void frmMain::ShowSite(const QString& siteID)
+{
+    State().Settings.Site = siteID;
+    FillSiteList();
+}
+
+void frmMain::NewSite()
+{
+    const QString before = State().CurrentSite;
+    bool failed = false;
+    clsSites sites(*State().Database, this);
+    connect(&sites, &clsSites::SiteSaved, this, [&](const QString& siteID, bool added) {
+        const bool shown = guarded(Module, "SitesMenuElement_Click", [&] { ShowSite(siteID); }) == Guarded::Done &&
+                           State().CurrentSite == siteID;
+        failed = failed || (added && !shown);
+    });
+    connect(&sites, &clsSites::SiteShown, this, &frmMain::FollowSite);
+    const QString siteID = sites.SiteProperties(modBrambury::NewSiteID);
+    if (siteID == modBrambury::NewSiteID && State().CurrentSite != before)
+        FollowSite(before);
+    if (!failed || State().Terminating || State().SessionEnding)
+        return;
+    MsgBox(u"An error was encountered while adding a new site.  %1\r\n"
+           "will restart in an attempt to resolve this problem."_s.arg(modBrambury::ProgramTitle),
+           clsDialogs::Buttons::OK, clsDialogs::Icon::Exclamation);
+    modBrambury::RestartProgram(modBrambury::ProgramTitle);
+}
+
+void frmMain::EditSite()
+{
+    clsSites sites(*State().Database, this);
+    connect(&sites, &clsSites::SiteSaved, this, &frmMain::FollowSite);
+    connect(&sites, &clsSites::SiteShown, this, &frmMain::FollowSite);
+    sites.SiteProperties(State().CurrentSite);
+}
+
+void frmMain::FollowSite(const QString& siteID)
+{
+    guarded(Module, "SiteProperties", [&] { LoadSite(siteID); });
+}
+
+void frmMain::CopySite()
+{
+    QString copy;
+    {
+        const clsHourglass hourglass;
+        copy = modSites::Copy(*State().Database, State().CurrentSite);
+    }
+    if (!copy.isEmpty())
+        ShowSite(copy);
+}
+
+void frmMain::BeginRename()
+{
+    m_siteList->setFocus();
+    if (QTreeWidgetItem* node = m_siteList->currentItem())
+        m_siteList->editItem(node);
+}
+
+void frmMain::RenameSite(const QString& siteID, const QString& label)
+{
+    Command("SiteList_AfterLabelEdit", [&] {
+        const QString name = modSites::Trimmed(label);
+        if (name.isEmpty() || name == siteID)
+            return;
+        clsDatabase& database = *State().Database;
+        const QString problem = modSites::NameProblem(database, name, modSites::NameFor::Rename, siteID);
+        if (!problem.isEmpty()) {
+            MsgBox(problem, clsDialogs::Buttons::OK, clsDialogs::Icon::Exclamation);
+            return;
+        }
+        {
+            const clsHourglass hourglass;
+            modSites::Rename(database, siteID, name);
+        }
+        m_deletedLinks->SiteRenamed(siteID, name);
+        FillSiteList();
+    });
+}
+
+void frmMain::DeleteSite()
+{
+    const QString siteID = State().CurrentSite;
+    if (!modSites::ConfirmDelete(siteID))
+        return;
+    // The neighbour takes the place of the one that goes.
+    const QTreeWidgetItem* node = m_siteList->currentItem();
+    const QTreeWidgetItem* next = node ? m_siteList->itemBelow(node) : nullptr;
+    if (!next && node)
+        next = m_siteList->itemAbove(node);
+    {
+        const clsHourglass hourglass;
+        modSites::Delete(*State().Database, siteID);
+    }
+    ShowSite(next ? SiteOf(*next) : QString());
+}
+
+void frmMain::EditLink(qint64 linkID)
+{
+    clsLinks links(*State().Database, this);
+    const auto show = [this](qint64 id) { m_gridLinkList->MakeCurrent(id); };
+    connect(&links, &clsLinks::LinkSaved, this, [&](qint64 id, bool added) {
+        guarded(Module, "LinkProperties", [&] {
+            if (added)
+                FillLinkGrid();
+            else
+                m_gridLinkList->Links().RefreshLink(id);
+            show(id);
+        });
+    });
+    connect(&links, &clsLinks::LinkShown, this, show);
+    links.LinkProperties(linkID, Bounds());
+    UpdateCounter();
+}
+
+void frmMain::DeleteLinks()
+{
+    const std::vector<qint64> chosen = m_gridLinkList->ChosenLinks();
+    const QString title = m_gridLinkList->currentIndex().siblingAtColumn(clsLinkModel::Title).data().toString();
+    if (!modLinks::ConfirmDelete(title))
+        return;
+    const clsHourglass hourglass;
+    m_deletedLinks->Delete(*State().Database, chosen);
+    m_gridLinkList->RemoveLinks(chosen);
+    FillLinkGrid();
+}
+
+void frmMain::UndoDelete()
+{
+    Command("UndoDelete", [this] {
+        if (!m_deletedLinks->Any())
+            return;
+        const clsHourglass hourglass;
+        const std::vector<qint64> restored = m_deletedLinks->Restore(*State().Database);
+        FillLinkGrid();
+        if (!restored.empty())
+            m_gridLinkList->MakeCurrent(restored.front());
+    });
+}
+
+void frmMain::SetEmail()
+{
+    const std::vector<modBrambury::MessageType>& types = State().MessageTypes;
+    clsSelectionDialog dialog;
+    dialog.Caption = u"Select E-mail"_s;
+    for (const modBrambury::MessageType& type : types)
+        dialog.arraySelections << type.Title;
+    dialog.GetSelection(this);
+    // By its place: two types may have the same title.
+    if (dialog.Selected() < 0)
+        return;
+    const clsHourglass hourglass;
+    modLinks::SetFields(
+        *State().Database, m_gridLinkList->ChosenLinks(),
+        {{u"Message"_s, types.at(static_cast<std::size_t>(dialog.Selected())).ID}, {u"EmailQueue"_s, 1}});
+    m_gridLinkList->Links().RefreshAll();
+}
+
+void frmMain::ChangeStatus()
+{
+    clsSelectionDialog dialog;
+    dialog.Caption = u"Change Status"_s;
+    dialog.arraySelections = State().StatusNames;
+    dialog.GetSelection(this);
+    const int status = dialog.Selected();
+    if (status < 0)
+        return;
+    const clsHourglass hourglass;
+    const std::vector<qint64> chosen = m_gridLinkList->ChosenLinks();
+    modLinks::SetFields(*State().Database, chosen, {{u"Status"_s, status}});
+    // Links that leave the view do so first, so that a neighbour becomes the current one.
+    if (status <= Bounds().low || status >= Bounds().high)
+        m_gridLinkList->RemoveLinks(chosen);
+    FillLinkGrid();
+    m_gridLinkList->Links().RefreshAll();
+}
+
+void frmMain::EditCategories()
+{
+    frmCategories dialog(*State().Database, this);
+    dialog.exec();
+    if (!dialog.RefillMain() || State().Terminating)
+        return;
+    FillCategoryList();
+    FillLinkGrid();
+}
+
+void frmMain::CustomizeList()
+{
+    frmCustomizeGrid(*m_gridLinkList, this).exec();
+}
+
+void frmMain::SetOptions()
+{
+    frmOptions(*State().Database, this).exec();
+    TickTips();
+}

@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Boxes for the texts of fields: what they may hold, and how they show lines.
+#pragma once
+
+#include <QString>
+
+class QLineEdit;
+class QPlainTextEdit;
+
+namespace modTextBoxes
+{
+/// Keeps a text from growing beyond what its field holds, counted as the field counts, and says so at the box.
+/// @param size  in characters, 0: unlimited.
+void LimitSize(QLineEdit& line, int size);
+
+/// Makes room for at least so many lines.
+void SetLines(QPlainTextEdit& box, int lines);
+/// Fields keep lines that end in CR LF. A box that shows the text already is left as it is.
+void SetText(QPlainTextEdit& box, const QString& stored);
+QString StoredText(const QPlainTextEdit& box);
+} // namespace modTextBoxes

@@ -1,0 +1,330 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Sites and links under the user's hands, without a window: what is refused and in which order, stepping, leaving, and
+// records and files that others have their hands on.
+#include "data/clsLinkRecord.h"
+#include "data/clsSiteRecord.h"
+#include "data/modDBFunctions.h"
+#include "data/modSites.h"
+#include "platform/clsDisk.h"
+#include "platform/impl/modPlatformImpl.h"
+#include "shell/modBrambury.h"
+#include "support/fakes.h"
+#include "support/installation.h"
+
+#include <QTest>
+
+using namespace Qt::Literals::StringLiterals;
+using namespace std::chrono_literals;
+using Answer = clsDialogs::Answer;
+using Saved = clsRecordEditor::Saved;
+using Step = clsRecordEditor::Step;
+using modBrambury::State;
+
+namespace
+{
+const QString Unsaved = u"You have made changes without saving.  Do you wish to save them now?"_s;
+const QString Last = u"This is the last record."_s;
+const QString First = u"This is the first record."_s;
+const QString MissingHead = u"Required information, which is shown in red on the properties screen, is missing.\r\n\r\n"
+                            "Please ensure that this information is provided before saving:"_s;
+const QString EmailText = u"The e-mail address is improperly formatted.  (Example: webmaster@example.com)"_s;
+const QString HomeText = u"The Home Page URL is improperly formatted.  (Example: http://www.example.com/)"_s;
+const QString LinkText = u"The Link Page URL is improperly formatted.  (Example: http://www.example.com/)"_s;
+const QString ImageText =
+    u"The Image file appears to contain a path.  Specify only the file name.  (Example: mybanner.gif)"_s;
+const modDataModel::StatusBounds All = modDataModel::BoundsOf(modDataModel::ViewAll, false);
+
+/// Values given next, and why the record is refused with them.
+struct Attempt
+{
+    QString values; ///< "Field=value;Field=value"
+    QString text;
+    QString fault;
+};
+} // namespace
+
+class tst_records : public QObject
+{
+    Q_OBJECT
+
+private:
+    fakeSettings m_settings;
+    fakeClock m_clock;
+    fakeDialogs m_dialogs;
+    fakeWindows m_windows;
+    fakeEventLoop m_eventLoop;
+    std::unique_ptr<clsDBEngine> m_engine = modPlatformImpl::MakeDBEngine();
+    std::unique_ptr<clsDisk> m_disk = modPlatformImpl::MakeDisk();
+    std::unique_ptr<clsTestInstallation> m_installation;
+    clsTestInstallation::Opened m_other; ///< the file as another program has it open
+
+    clsDatabase& Db() const { return *State().Database; }
+    /// Everything is wrong at first; each attempt puts right what the one before was refused for.
+    void TryAll(clsRecordEditor& record, const QList<Attempt>& attempts)
+    {
+        for (const Attempt& attempt : attempts) {
+            for (const QString& value : attempt.values.split(u';'))
+                QCOMPARE(record.Assign(*record.FieldNamed(value.section(u'=', 0, 0)), value.section(u'=', 1)),
+                         QString());
+            m_dialogs.Expect(attempt.text);
+            QVERIFY2(record.Save() == Saved::Refused, qPrintable(attempt.text));
+            QCOMPARE(record.FieldAtFault(), attempt.fault);
+            QVERIFY(record.Changed());
+        }
+    }
+
+private Q_SLOTS:
+    void init()
+    {
+        m_installation = std::make_unique<clsTestInstallation>();
+        modBrambury::SetProgramFolder(m_installation->Folder());
+        State() = {};
+        State().Platform = {.DBEngine = m_engine.get(),
+                            .Settings = &m_settings,
+                            .EventLoop = &m_eventLoop,
+                            .Clock = &m_clock,
+                            .Dialogs = &m_dialogs,
+                            .Windows = &m_windows,
+                            .Disk = m_disk.get()};
+        State().Settings.DataPath = m_installation->DataPath();
+        QVERIFY(modDBFunctions::OpenProcessDatabase());
+        for (const auto& site : {u"Bakery"_s, u"Garage"_s, u"Zoo"_s})
+            clsTestInstallation::AddSite(Db(), site);
+        m_other = m_installation->Open();
+        m_windows.lastDetails.clear();
+    }
+    void cleanup()
+    {
+        m_other = {};
+        modBrambury::CloseProcessDatabase();
+        QVERIFY(m_dialogs.expected.isEmpty());
+    }
+
+    void siteIsCheckedInOrder()
+    {
+        clsSiteRecord site(Db());
+        QVERIFY(site.OpenNew(u"New"_s));
+        site.SetValue(u"MailPort"_s, 70000); // as an older file may hold it
+        QVERIFY(!site.Assign(*site.FieldNamed(u"mailport"_s), u"70000"_s).isEmpty());
+        TryAll(
+            site,
+            {{u"Email=nobody;HomePage=www.example.com;LinkPage=ftp://example.com;HostName=;HTTPPort=;"
+              "ImageFile=pictures\\banner.gif;TestForMyLinkAtRecipSite=0;TestForRecipLinkAtMySite=0;Sender="_s +
+                  QString(256, u'x'),
+              MissingHead + u"\r\n° Site Title\r\n° E-mail Server (SMTP)\r\n° SMTP Port\r\n° HTTP Port"_s,
+              u"SiteName"_s},
+             {u"SiteName=The shop;HostName=me@example.com;MailPort=65535;HTTPPort=1"_s, EmailText, u"Email"_s},
+             {u"Email=me@example.com"_s, HomeText, u"HomePage"_s},
+             {u"HomePage=HTTPS://www.example.com"_s, LinkText, u"LinkPage"_s},
+             {u"LinkPage="_s,
+              u"The E-mail Server (SMTP Server) must contain a valid domain name.\r\nPresently it contains what "
+              "appears to be an e-mail address.\r\n\r\nThe following are examples of valid domain names:\r\n"
+              "    mail.example.com\r\n    smtp.example.com\r\n    mail1.example.com"_s,
+              u"HostName"_s},
+             {u"HostName=mail.example.com"_s, ImageText, u"ImageFile"_s},
+             {u"ImageFile=pictures/banner.gif"_s, ImageText, u"ImageFile"_s},
+             {u"ImageFile=banner.gif"_s, u"You must select at least one test rule."_s, u"TestForMyLinkAtRecipSite"_s},
+             {u"TestForRecipLinkAtMySite=1"_s,
+              u"Since you have chosen in the Test Rules to search for reciprocal links on your site,\r\n"
+              "you must specify an address to your site's link page."_s,
+              u"LinkPage"_s},
+             {u"LinkPage=http://www.example.com/links"_s, u"Sender is too long: at most 255 characters can be kept."_s,
+              u"Sender"_s}});
+        QCOMPARE(Db().OpenRecordset(u"tblSites"_s)->RecordCount(), 3);
+        site.SetValue(u"Sender"_s, QString(255, u'x'));
+        QVERIFY(site.Save() == Saved::Yes);
+        QVERIFY(!site.IsNew() && !site.Changed() && site.FieldAtFault().isEmpty());
+        QCOMPARE(State().CurrentSite, u"New"_s);
+        QVERIFY(State().Tests.RecipLinkAtMySite && !State().Tests.MyLinkAtRecipSite);
+        QVERIFY(site.Save() == Saved::Yes); // changed from now on, not added once more
+        QCOMPARE(Db().OpenRecordset(u"tblSites"_s)->RecordCount(), 4);
+    }
+
+    void linkIsCheckedInOrder()
+    {
+        clsLinkRecord link(Db(), u"bakery"_s, true);
+        QVERIFY(link.OpenNew(All));
+        QCOMPARE(link.Value(u"Message"_s).toInt(), 1);
+        TryAll(link, {{u"Email=nobody@home;LinkPage=links;ImageFile=/a.gif"_s,
+                       MissingHead + u"\r\n° Title\r\n° Home Page URL"_s, u"Title"_s},
+                      {u"Title=Mill;HomePage=mill.example"_s, EmailText, u"Email"_s},
+                      {u"Email="_s, HomeText, u"HomePage"_s},
+                      {u"HomePage=http://mill.example"_s, LinkText, u"LinkPage"_s},
+                      {u"LinkPage="_s, ImageText, u"ImageFile"_s},
+                      {u"ImageFile="_s,
+                       u"Since you have chosen in the Test Rules to search for your link on reciprocal sites,\r\n"
+                       "you must specify an address to the reciprocal site's link page."_s,
+                       u"LinkPage"_s}});
+        link.SetValue(u"LinkPage"_s, u"http://mill.example/links"_s);
+        QVERIFY(link.Save() == Saved::Yes);
+        const auto field = [&](const QString& name) {
+            return clsTestInstallation::LinkField(Db(), link.LinkID(), name);
+        };
+        QCOMPARE(field(u"SiteName"_s), QVariant(u"bakery"_s));
+        QCOMPARE(field(u"Offers"_s).toInt() + field(u"Status"_s).toInt() + field(u"EmailQueue"_s).toInt(), 0);
+        QCOMPARE(field(u"Email"_s), QVariant(u""_s)); // not Null
+    }
+
+    void newSiteBeginsWithTheDefaults()
+    {
+        clsProgramSettings& settings = State().Settings;
+        settings.DefaultWebMaster = u"Ann"_s;
+        settings.DefaultHostName = u"mail.example.com"_s;
+        settings.DefaultMailPort = 587;
+        settings.DefaultHTTPPort = u"none"_s;
+        clsSiteRecord site(Db());
+        QVERIFY(site.OpenNew(u"New"_s));
+        QCOMPARE(site.Text(u"FullName"_s) + u' ' + site.Text(u"HostName"_s), u"Ann mail.example.com"_s);
+        QCOMPARE(site.Value(u"MailPort"_s).toInt(), 587);
+        QVERIFY(site.Value(u"HTTPPort"_s).isNull());
+        QVERIFY(site.On(u"TestForMyLinkAtRecipSite"_s) && site.On(u"TestForRecipLinkAtMySite"_s));
+        QVERIFY(!site.On(u"TestForMyImageAtRecipSite"_s) && !site.On(u"TestForRecipImageAtMySite"_s));
+        QVERIFY(!site.Changed() && site.MayLeave());
+    }
+
+    void stepping()
+    {
+        clsSiteRecord site(Db());
+        QVERIFY(site.Open(u"GARAGE"_s));
+        const auto step = [&](Step to, const QString& text = {}) {
+            if (!text.isEmpty())
+                m_dialogs.Expect(text);
+            return site.Move(to) ? site.Name() : u"stayed at "_s + site.Name();
+        };
+        QCOMPARE(step(Step::Next), u"Zoo"_s);
+        QCOMPARE(State().CurrentSite, u"Zoo"_s);
+        QCOMPARE(step(Step::Next, Last), u"Zoo"_s);
+        QCOMPARE(step(Step::Previous), u"Garage"_s);
+        clsTestInstallation::AddSite(*m_other, u"Later"_s); // not among the neighbours
+        const auto others = m_other->OpenRecordset(u"tblSites"_s);
+        QVERIFY(modSites::Find(*others, u"Bakery"_s));
+        others->Delete();
+        QCOMPARE(step(Step::Previous, First), u"Garage"_s);
+
+        // A record that is gone: the values stay where they are, and cannot be written.
+        QVERIFY(modSites::Find(*others, u"Garage"_s));
+        others->Delete();
+        site.SetValue(u"FullName"_s, u"Ann"_s);
+        m_dialogs.Expect(clsRecordEditor::MissingRecordText());
+        QVERIFY(site.Save() == Saved::Failed);
+        QVERIFY(site.Changed() && site.Text(u"FullName"_s) == u"Ann"_s);
+        m_dialogs.Expect(Unsaved, Answer::No);
+        QCOMPARE(step(Step::Next), u"Zoo"_s);
+        QVERIFY(modSites::Find(*others, u"Zoo"_s));
+        others->Delete();
+        QCOMPARE(step(Step::Next, clsRecordEditor::MissingRecordText()), u"stayed at Zoo"_s);
+        QVERIFY2(m_windows.lastDetails.isEmpty(), qPrintable(m_windows.lastDetails));
+    }
+
+    void leavingWithChanges()
+    {
+        int written = 0;
+        clsSiteRecord site(Db());
+        site.OnSaved([&] { ++written; });
+        QVERIFY(site.Open(u"Bakery"_s));
+        const auto leave = [&](Answer answer) {
+            site.SetValue(u"FullName"_s, u"answer %1"_s.arg(int(answer)));
+            m_dialogs.Expect(Unsaved, answer);
+            return site.Move(Step::Next);
+        };
+        QVERIFY(!leave(Answer::Cancel) && site.Changed());
+        QCOMPARE(written, 0);
+        QVERIFY(leave(Answer::Yes) && site.Name() == u"Garage"_s);
+        QCOMPARE(written, 1);
+        QVERIFY(leave(Answer::No) && site.Name() == u"Zoo"_s);
+        QVERIFY(site.Move(Step::Previous));
+        QVERIFY(site.Text(u"FullName"_s) != u"answer %1"_s.arg(int(Answer::No)));
+        QVERIFY(site.Move(Step::Previous));
+        QCOMPARE(site.Text(u"FullName"_s), u"answer %1"_s.arg(int(Answer::Yes)));
+
+        site.SetValue(u"Email"_s, u"nobody"_s);
+        m_dialogs.Expect(Unsaved, Answer::Yes);
+        m_dialogs.Expect(EmailText);
+        QVERIFY(!site.Move(Step::Next) && site.Name() == u"Bakery"_s);
+        m_dialogs.Expect(Unsaved, Answer::Cancel);
+        QVERIFY(!site.MayLeave() && site.FieldAtFault().isEmpty());
+    }
+
+    void lockedFile()
+    {
+        clsSiteRecord site(Db());
+        QVERIFY(site.Open(u"Zoo"_s));
+        Db().SetPatience(50ms);
+        site.SetValue(u"FullName"_s, u"Ann"_s);
+        m_other->BeginTrans();
+        clsTestInstallation::AddSite(*m_other, u"Later"_s);
+        QVERIFY(site.Save() == Saved::Failed && site.Changed());
+        QVERIFY(!m_windows.lastDetails.isEmpty());
+        m_other->CommitTrans();
+        QVERIFY(site.Save() == Saved::Yes);
+        QVERIFY(site.Open(u"Zoo"_s) && site.Text(u"FullName"_s) == u"Ann"_s);
+    }
+
+    void names()
+    {
+        const QString emoji = QString::fromUcs4(U"\U0001F339");
+        QStringList names{u"Ann's \"old\" mill"_s, u"\""_s, u"'"_s, u"%1"_s, emoji.repeated(50)};
+        State().Settings.DefaultHostName = u"mail.example.com"_s;
+        State().Settings.DefaultHTTPPort = u"80"_s;
+        for (const QString& name : names) {
+            clsSiteRecord site(Db());
+            QCOMPARE(modSites::NameProblem(Db(), name, modSites::NameFor::NewSite), QString());
+            QVERIFY(site.OpenNew(name));
+            for (const auto& field : {u"SiteName"_s, u"Email"_s, u"HomePage"_s, u"LinkPage"_s})
+                site.SetValue(field, u"http://a@b.c"_s);
+            QVERIFY(site.Save() == Saved::Yes);
+            QVERIFY(site.Open(name.toUpper()) && site.Name() == name && State().CurrentSite == name);
+            QCOMPARE(modSites::NameProblem(Db(), name.toUpper(), modSites::NameFor::NewSite),
+                     u"This site name is already in use.  Please enter a new site name."_s);
+        }
+        QCOMPARE(modSites::NameProblem(Db(), emoji.repeated(51), modSites::NameFor::NewSite),
+                 u"The site name must be 50 characters or less."_s);
+        QCOMPARE(modSites::NameProblem(Db(), u"*nEW"_s, modSites::NameFor::NewSite),
+                 u"This name is reserved for system use.  Please choose another name."_s);
+        QCOMPARE(modSites::Trimmed(u" Ann \t "_s), u" Ann"_s);
+    }
+
+    void linkKeepsWhatIsNotEdited()
+    {
+        const auto add = [&](const QString& title, int status) {
+            return clsTestInstallation::AddLink(Db(), u"Bakery"_s, title,
+                                                {{u"Status"_s, status},
+                                                 {u"EmailQueue"_s, modDataModel::EmailNotToBeSent},
+                                                 {u"HomePage"_s, u"http://a"_s},
+                                                 {u"Offers"_s, 3}});
+        };
+        const QList<qint64> ids{add(u"offer"_s, 0), add(u"active"_s, 2), add(u"offer too"_s, 0)};
+        clsLinkRecord link(Db(), u"BAKERY"_s, false);
+        const auto offers = modDataModel::BoundsOf(modDataModel::Offer, false);
+        m_dialogs.Expect(clsRecordEditor::MissingRecordText());
+        QVERIFY(!link.Open(ids[1], offers));
+        QVERIFY(link.Open(ids[0], offers));
+        // The mail run counts meanwhile.
+        m_other->UpdateRecords(u"tblLinkList"_s, {ids[0]}, {{u"Offers"_s, 4}, {u"Results"_s, 8}});
+        link.SetValue(u"Status"_s, int{modDataModel::Active});
+        QVERIFY(link.Save() == Saved::Yes);
+        const auto field = [&](const QString& name) { return clsTestInstallation::LinkField(Db(), ids[0], name); };
+        QCOMPARE(field(u"Status"_s).toInt() * 100 + field(u"Offers"_s).toInt() * 10 + field(u"Results"_s).toInt(), 248);
+        QCOMPARE(field(u"EmailQueue"_s).toInt(), int{modDataModel::EmailNotToBeSent});
+        // It has left the view, and stays within reach all the same.
+        QVERIFY(link.Move(Step::Next) && link.LinkID() == ids[2]);
+        QVERIFY(link.Move(Step::Previous) && link.LinkID() == ids[0]);
+    }
+
+    void resultsAndStamps()
+    {
+        QCOMPARE(clsLinkRecord::ResultsText(0) + clsLinkRecord::ResultsText(3), QString());
+        QCOMPARE(clsLinkRecord::ResultsText(12), u"1: My image was missing on the reciprocal site\r\n"
+                                                 "2: My link was missing on the reciprocal site"_s);
+        const QStringList all = clsLinkRecord::ResultsText(1023).split(u"\r\n"_s);
+        QCOMPARE(all.size(), 8);
+        QCOMPARE(all[0], u"1: An undetermined error was encountered while accessing the my link page"_s);
+        const QString stamp = u"Entry;  Monday, January 5, 2026 - 03:07 PM:  "_s;
+        const QString once = clsLinkRecord::Stamped({}, m_clock.Now());
+        QCOMPARE(once, stamp);
+        QCOMPARE(clsLinkRecord::Stamped(once, m_clock.Now()), stamp + u"\r\n"_s + stamp);
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_records)
+#include "tst_records.moc"

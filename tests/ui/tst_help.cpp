@@ -1,0 +1,242 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The help: its text, its window, and where the program opens it. What users read is the shipped file.
+#include "main_window_fixture.h"
+#include "platform/clsSpelling.h"
+#include "platform/modHelpTopics.h"
+#include "ui/clsHelpFile.h"
+#include "ui/frmHelp.h"
+#include "ui/frmSetTest.h"
+
+#include <QLineEdit>
+#include <QPushButton>
+#include <QRegularExpression>
+#include <QTest>
+#include <QTextBrowser>
+#include <QToolButton>
+#include <QTreeWidget>
+#include <QWindow>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace
+{
+QByteArray shipped()
+{
+    QFile file(QStringLiteral(BRAMBURY_BINARY_DIR "/share/brambury/Bramdat.hlp"));
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+frmHelp* helpWindow()
+{
+    for (QWidget* window : QApplication::topLevelWidgets()) {
+        if (auto* help = qobject_cast<frmHelp*>(window); help && help->isVisible())
+            return help;
+    }
+    return nullptr;
+}
+
+QString pageShown(const frmHelp& help)
+{
+    return help.findChild<QTextBrowser*>()->source().toString();
+}
+
+QStringList entriesShown(const frmHelp& help)
+{
+    QStringList titles;
+    for (QTreeWidgetItemIterator entry(help.findChild<QTreeWidget*>(), QTreeWidgetItemIterator::NotHidden); *entry;
+         ++entry) {
+        if ((*entry)->parent())
+            titles << (*entry)->text(0);
+    }
+    return titles;
+}
+
+/// Types as the keyboard does: a window that is blocked gets nothing of it.
+void typeInto(QWidget& window, const QString& text)
+{
+    window.activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    QTest::mouseClick(window.windowHandle(), Qt::LeftButton, {},
+                      window.findChild<QLineEdit*>()->mapTo(&window, QPoint(20, 10)));
+    QTest::keyClick(window.windowHandle(), Qt::Key_End);
+    for (const QChar letter : text)
+        QTest::keyClick(window.windowHandle(), letter.toLatin1());
+}
+
+/// Runs `act` once `dialog` is shown by its exec(), then closes it.
+void duringDialog(QDialog& dialog, const std::function<void()>& act)
+{
+    QTimer::singleShot(0, &dialog, [&] {
+        if (QTest::qWaitForWindowActive(&dialog))
+            act();
+        dialog.reject();
+    });
+    dialog.exec();
+}
+
+class fakeSpelling : public clsSpelling
+{
+public:
+    clsLexicons lexicons;
+    void SetLexicons(const clsLexicons& lists) override { lexicons = lists; }
+    QString Unavailable() const override { return {}; }
+    bool Correct(const QString&) override { return true; }
+    QStringList Suggestions(const QString&) override { return {}; }
+    void Add(const QString&) override {}
+};
+} // namespace
+
+class tst_help : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void everyLinkAndPictureLeadsSomewhere()
+    {
+        const clsHelpFile help(shipped());
+        frmHelp window(help);
+        auto* browser = window.findChild<QTextBrowser*>();
+        QSet<int> topics;
+        for (const clsHelpFile::Page& page : help.Pages()) {
+            QVERIFY2(!topics.contains(page.topic), qPrintable(page.title));
+            topics << page.topic;
+            QVERIFY(!page.title.isEmpty() && !page.chapter.isEmpty() && page.text.size() > 200);
+            static const QRegularExpression address(u"(?:href|src)=\"([^\"]*)\""_s);
+            for (const auto& found : address.globalMatch(page.html)) {
+                const QUrl target(found.captured(1));
+                const bool there =
+                    target.scheme() == u"topic"_s
+                        ? help.Find(target.path().toInt()) != nullptr
+                        : !browser->loadResource(QTextDocument::ImageResource, target).value<QPixmap>().isNull();
+                QVERIFY2(there, qPrintable(page.title + u": "_s + found.captured(1)));
+            }
+        }
+        using namespace modHelpTopics;
+        for (const int topic : {int{MainWindow}, int{UsingHelp}, int{Search}, int{SiteProperties}, int{LinkProperties},
+                                int{Categories}, int{ProgramOptions}, int{CustomizeLinkList}, int{Selection}, 107, 112,
+                                202, int{TestingLinks}, int{ResultsLog}, 313})
+            QVERIFY2(topics.contains(topic), qPrintable(QString::number(topic)));
+    }
+
+    void theMenusOpenTheirPages()
+    {
+        clsTestWindow program;
+        fakeSpelling spelling;
+        modBrambury::State().Platform.Spelling = &spelling;
+        program.Fill();
+        program.disk->WriteFile(program.installation.Folder() + u"/Bramdat.hlp"_s, shipped());
+        program.Open();
+        QCOMPARE(spelling.lexicons.affixes, program.installation.Folder() + u"/ssceam.tlx"_s);
+        QCOMPARE(spelling.lexicons.dictionary, program.installation.Folder() + u"/ssceam2.clx"_s);
+        QCOMPARE(spelling.lexicons.userWords, program.installation.Folder() + u"/bramdat.tlx"_s);
+        QCOMPARE(spelling.lexicons.corrections, program.installation.Folder() + u"/correct.tlx"_s);
+
+        program.Trigger(u"HelpMenuElement_0"_s);
+        QVERIFY(helpWindow());
+        const frmHelp* const first = helpWindow();
+        QCOMPARE(pageShown(*first), u"topic:1"_s);
+        program.Trigger(u"HelpMenuElement_2"_s);
+        QCOMPARE(pageShown(*first), u"topic:2"_s);
+        program.Find<QToolButton>(u"LinkButtons_7"_s).click();
+        QCOMPARE(pageShown(*first), u"topic:313"_s);
+        QVERIFY(!QApplication::activeModalWidget());
+        program.Trigger(u"HelpMenuElement_1"_s);
+        QTRY_VERIFY(first->findChild<QLineEdit*>()->hasFocus());
+        program.windows.ShowHelp(4711);
+        QCOMPARE(pageShown(*first), u"topic:1"_s);
+        QCOMPARE(helpWindow(), first);
+        program.Close();
+        QVERIFY(!helpWindow());
+    }
+
+    void missingOrDamagedFileIsSaidOnce_data()
+    {
+        QTest::addColumn<QByteArray>("content");
+        QTest::newRow("missing") << QByteArray();
+        QTest::newRow("empty") << QByteArray("");
+        QTest::newRow("cut off") << shipped().left(shipped().size() / 2);
+        QTest::newRow("something else") << QByteArray("<html><head><title>Not found</title></head></html>");
+        QTest::newRow("no pages") << QByteArray("<help></help>");
+        QTest::newRow("bytes") << QByteArray(2000, '\xfe');
+    }
+    void missingOrDamagedFileIsSaidOnce()
+    {
+        QFETCH(QByteArray, content);
+        clsTestWindow program;
+        const QString path = program.installation.Folder() + u"/Bramdat.hlp"_s;
+        if (!content.isNull())
+            program.disk->WriteFile(path, content);
+        program.Open();
+        program.dialogs.Expect(u"The help text could not be read.  This file is missing or damaged:\r\n"_s + path +
+                               u"\r\n\r\nClose Brambury and start it again: it then puts the file back.  If that does "
+                               "not help, install Brambury again."_s);
+        program.Trigger(u"HelpMenuElement_0"_s);
+        QVERIFY(program.dialogs.expected.isEmpty());
+        QVERIFY(!helpWindow());
+        // The file is back.
+        program.disk->WriteFile(path, shipped());
+        program.Trigger(u"HelpMenuElement_0"_s);
+        QVERIFY(helpWindow());
+    }
+
+    void isUsableBesideAModalDialog()
+    {
+        clsTestWindow program;
+        program.disk->WriteFile(program.installation.Folder() + u"/Bramdat.hlp"_s, shipped());
+        frmMain& window = program.Open();
+        {
+            frmSetTest dialog(&window);
+            duringDialog(dialog, [&] {
+                dialog.findChild<QPushButton*>(u"buttonLinks_3"_s)->click();
+                QVERIFY(helpWindow());
+                QCOMPARE(pageShown(*helpWindow()), u"topic:112"_s);
+                typeInto(*helpWindow(), u"tag"_s);
+                QCOMPARE(helpWindow()->findChild<QLineEdit*>()->text(), u"tag"_s);
+                QVERIFY(dialog.isVisible());
+            });
+        }
+        // It outlives the dialog, and a dialog that comes later does not block it either.
+        QVERIFY(helpWindow());
+        typeInto(*helpWindow(), u"s"_s);
+        QCOMPARE(helpWindow()->findChild<QLineEdit*>()->text(), u"tags"_s);
+        frmSetTest second(&window);
+        duringDialog(second, [&] {
+            typeInto(*helpWindow(), u" x"_s);
+            QCOMPARE(helpWindow()->findChild<QLineEdit*>()->text(), u"tags x"_s);
+        });
+    }
+
+    void searchAndSteps()
+    {
+        frmHelp help{clsHelpFile(shipped())};
+        help.ShowTopic(modHelpTopics::MainWindow);
+        QVERIFY(QTest::qWaitForWindowActive(&help));
+        const QStringList all = entriesShown(help);
+        auto* search = help.findChild<QLineEdit*>();
+        QTest::keyClick(&help, Qt::Key_F, Qt::ControlModifier);
+        QVERIFY(search->hasFocus());
+        QTest::keyClicks(search, u"MASTHEAD  image"_s);
+        QCOMPARE(entriesShown(help), QStringList{u"How links are tested"_s});
+        QTest::keyClick(search, Qt::Key_Return);
+        QCOMPARE(pageShown(help), u"topic:301"_s);
+        auto* page = help.findChild<QTextBrowser*>();
+        QVERIFY(page->extraSelections().size() > 1);
+        QCOMPARE(page->extraSelections().constFirst().cursor.selectedText().toLower(), u"masthead"_s);
+        QTest::keyClicks(search, u" zzz"_s);
+        QVERIFY(entriesShown(help).isEmpty());
+        search->clear();
+        QCOMPARE(entriesShown(help), all);
+        QVERIFY(page->extraSelections().isEmpty());
+
+        QTest::keyClick(&help, Qt::Key_Left, Qt::AltModifier);
+        QTRY_COMPARE(pageShown(help), u"topic:1"_s);
+        QCOMPARE(help.findChild<QTreeWidget*>()->currentItem()->text(0), u"The main window"_s);
+        QTest::keyClick(&help, Qt::Key_Right, Qt::AltModifier);
+        QTRY_COMPARE(pageShown(help), u"topic:301"_s);
+        QTest::keyClick(&help, Qt::Key_Escape);
+        QVERIFY(!help.isVisible());
+    }
+};
+
+QTEST_MAIN(tst_help)
+#include "tst_help.moc"
