@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // What the link list asks of the database, with 100,000 links of one site: milliseconds, and how often each fits into
 // the 0.3 seconds that a user takes for "at once".
+#include "data/clsDeletedLinks.h"
 #include "data/modLinks.h"
 #include "linktest/modTestQueue.h"
 #include "support/installation.h"
@@ -120,6 +121,9 @@ void MeasureAll(const clsTestInstallation& installation)
     Measure(u"turn the queue flag of 10,000 round"_s, [&] { modTestQueue::Toggle(database, chosen); });
     Out() << "peak memory so far " << QString::number(PeakMemory(), 'f', 1) << " MiB\n";
     Measure(u"read every row, all columns shown"_s, [&] { (void)links->Rows(0, Links, shown); });
+    clsDeletedLinks deleted;
+    Measure(u"delete 10,000 links and remember them"_s, [&] { deleted.Delete(database, chosen); });
+    Measure(u"bring 10,000 back"_s, [&] { deleted.Restore(database); });
     Measure(u"delete 10,000 links"_s, [&] { modLinks::Delete(database, chosen); });
     Measure(u"take 10,000 out of the list"_s, [&] { links->Forget(chosen); });
 }

@@ -19,6 +19,7 @@
 #include "ui/frmMainInside.h"
 #include "ui/frmOptions.h"
 
+#include <QLineEdit>
 #include <QTreeWidget>
 
 using namespace Qt::Literals::StringLiterals;
@@ -133,9 +134,11 @@ void frmMain::EditLink(qint64 linkID)
     const auto show = [this](qint64 id) { m_gridLinkList->MakeCurrent(id); };
     connect(&links, &clsLinks::LinkSaved, this, [&](qint64 id, bool added) {
         guarded(Module, "LinkProperties", [&] {
-            if (added)
+            if (added) {
+                // A filter that is in the way would hide what has just been made.
+                m_txtFilter->clear();
                 FillLinkGrid();
-            else
+            } else
                 m_gridLinkList->Links().RefreshLink(id);
             show(id);
         });
