@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Where the program is put together: the command line gets the window it may have to open.
 #include "cli/modCommandLine.h"
+#include "platform/clsPrinter.h"
+#include "platform/widgets/modWidgets.h"
 #include "ui/modWindow.h"
 
 #include <QApplication>
@@ -39,6 +41,7 @@ int main(int argc, char** argv)
     PrepareProcess();
     const clsWindowEntry window{
         .MakeApplication = [](int& count, char** words) { return std::make_unique<QApplication>(count, words); },
+        .MakePrinter = [](clsSettingsStore* settings) { return modWidgets::MakePrinter(settings); },
         .OpenWindow = &modWindow::RunWindow,
         .RenderPictures = &modWindow::RenderPictures,
     };

@@ -44,7 +44,9 @@ ExitCode clsCommandSession::Run(const std::function<ExitCode(clsCommandSession&)
 ExitCode clsCommandSession::LocateDatabase() const
 {
     modBrambury::LoadProgramSettings();
-    return modBrambury::LocateDatabase() ? ExitCode::Done : ExitCode::Failed;
+    if (modBrambury::LocateDatabase())
+        return ExitCode::Done;
+    return State().FileInUse ? ExitCode::InUse : ExitCode::Failed;
 }
 
 ExitCode clsCommandSession::OpenDatabase() const

@@ -25,11 +25,13 @@ public:
     clsCommandSession& operator=(const clsCommandSession&) = delete;
 
     [[nodiscard]] clsPlatformParts& Parts() const { return m_parts; }
+    [[nodiscard]] clsConsoleDialogs& Dialogs() { return m_dialogs; }
 
     /// Runs a command's body under the error trap. @return its code, Failed when an error ended it.
     ExitCode Run(const std::function<ExitCode(clsCommandSession&)>& command);
 
-    /// Reads the settings and looks for the database file; tells the user when it is missing. @return Done, or Failed.
+    /// Reads the settings and looks for the database file; tells the user when it is missing. @return Done,
+    /// Failed, or InUse while somebody works on the file.
     [[nodiscard]] ExitCode LocateDatabase() const;
     /// Opens the process's database. @return Done, Failed, or InUse while somebody has it for himself alone; the user
     /// has been told.

@@ -4,6 +4,8 @@
 #include "cli/modConsole.h"
 #include "platform/clsError.h"
 
+#include <utility>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace
@@ -60,7 +62,7 @@ clsDialogs::Answer clsConsoleDialogs::MsgBox(const QString& text, Buttons button
     modConsole::ErrorLine(text);
     if (buttons == Buttons::OK)
         return Answer::OK;
-    const Answer answer = AnswerOf(buttons);
+    const Answer answer = m_next ? *std::exchange(m_next, std::nullopt) : AnswerOf(buttons);
     modConsole::ErrorLine(u"-> "_s + NameOf(answer));
     return answer;
 }

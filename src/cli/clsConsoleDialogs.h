@@ -4,6 +4,8 @@
 
 #include "platform/clsDialogs.h"
 
+#include <optional>
+
 class clsConsoleDialogs final : public clsDialogs
 {
 public:
@@ -13,6 +15,8 @@ public:
     /// Writes the text; a question is followed by the line "-> ANSWER". It is asked on a terminal; without one the
     /// answer is No. A box that offers to retry is always cancelled: nobody is there to put the cause right.
     Answer MsgBox(const QString& text, Buttons buttons, Icon icon, const QString& caption) override;
+    /// The next question is answered so, and not asked.
+    void AnswerNext(Answer answer) { m_next = answer; }
     /// There are no file dialogs here. @throws clsError DialogCancelled, always.
     [[nodiscard]] QString SaveFile(const FileRequest& request) override;
     [[nodiscard]] QString OpenFile(const FileRequest& request) override;
@@ -26,4 +30,5 @@ public:
 private:
     [[nodiscard]] Answer AnswerOf(Buttons buttons) const;
     const bool m_yes;
+    std::optional<Answer> m_next;
 };

@@ -4,7 +4,9 @@
 #include "cli/clsCommandSession.h"
 #include "cli/modCommands.h"
 #include "cli/modConsole.h"
+#include "platform/clsPrinter.h"
 #include "platform/impl/clsPlatformParts.h"
+#include "shell/modBrambury.h"
 
 #include <CLI/CLI.hpp>
 #include <QCoreApplication>
@@ -32,6 +34,7 @@ struct Wish
     modCommands::Word home;
     bool yes = false;
     clsCommand command;   ///< empty: the window, or pictures
+    bool prints = false;  ///< the command does
     std::string pictures; ///< folder for the pictures
     bool makePictures = false;
 };
@@ -57,7 +60,11 @@ void Describe(CLI::App& app, Wish& wish)
     modCommands::AddLink(app, wish.command);
     modCommands::AddCategory(app, wish.command);
     modCommands::AddImport(app, wish.command);
+    modCommands::AddHarvest(app, wish.command);
+    modCommands::AddPage(app, wish.command);
+    modCommands::AddReport(app, wish.command, wish.prints);
     modCommands::AddSettings(app, wish.command);
+    modCommands::AddSafety(app, wish.command);
     CLI::App* pictures = app.add_subcommand("pictures", "Render the windows to PNG files, without a display");
     pictures->add_option("folder", wish.pictures, "Folder that receives the files")->required()->type_name("DIR");
     pictures->callback([&wish] { wish.makePictures = true; });
@@ -105,17 +112,22 @@ void WhileConnecting(QtMsgType type, const QMessageLogContext& /*context*/, cons
     std::_Exit(TellNoDisplay());
 }
 
-/// The offscreen platform says of every window that it cannot pass its size on; nobody needs that for a picture.
-void WhileTakingPictures(QtMsgType /*type*/, const QMessageLogContext& /*context*/, const QString& text)
+/// The offscreen platform says of every window that it cannot pass its size on, and a bare environment has no folder for
+/// a session: nobody needs that for a picture, or for a page.
+void WhileOffscreen(QtMsgType /*type*/, const QMessageLogContext& /*context*/, const QString& text)
 {
-    if (!text.startsWith("This plugin does not support"_L1))
+    if (!text.startsWith("This plugin does not support"_L1) && !text.startsWith("QStandardPaths: "_L1))
         modConsole::ErrorLine(text);
 }
 
-int RunCommand(const clsCommand& command, const QString& home, bool yes)
+/// @param makePrinter  empty for a command that prints nothing.
+int RunCommand(const clsCommand& command, const QString& home, bool yes,
+               const decltype(clsWindowEntry::MakePrinter)& makePrinter = {})
 {
     clsPlatformParts parts(home);
     clsCommandSession session(parts, yes);
+    const std::unique_ptr<clsPrinter> printer = makePrinter ? makePrinter(parts.Bundle().Settings) : nullptr;
+    modBrambury::Platform().Printer = printer.get();
     const ExitCode code = session.Run(command);
     const bool written = modConsole::Finish();
     return Number(written || code == ExitCode::Stopped ? code : ExitCode::Failed);
@@ -135,6 +147,13 @@ int RunCommandLine(int argc, char** argv, const clsWindowEntry& window)
 
     // The words are all understood: the application object is to look for none of its own among them.
     int one = 1;
+    if (wish.command && wish.prints) {
+        // Fonts are the window system's, and this one needs no display.
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+        qInstallMessageHandler(&WhileOffscreen);
+        const auto application = window.MakeApplication(one, argv);
+        return RunCommand(wish.command, home, wish.yes, window.MakePrinter);
+    }
     if (wish.command) {
         const QCoreApplication application(one, argv);
         return RunCommand(wish.command, home, wish.yes);
@@ -148,7 +167,7 @@ int RunCommandLine(int argc, char** argv, const clsWindowEntry& window)
     qInstallMessageHandler(before);
     clsPlatformParts parts(home);
     if (wish.makePictures) {
-        qInstallMessageHandler(&WhileTakingPictures);
+        qInstallMessageHandler(&WhileOffscreen);
         return window.RenderPictures(parts, QString::fromLocal8Bit(wish.pictures.data(), std::ssize(wish.pictures)));
     }
     return window.OpenWindow(parts);

@@ -8,12 +8,16 @@
 
 class QCoreApplication;
 class clsPlatformParts;
+class clsPrinter;
+class clsSettingsStore;
 
 /// What needs a window system, handed in by the entry function: commands must start without one.
 struct clsWindowEntry
 {
     /// Makes the application object for a window, or for pictures.
     std::function<std::unique_ptr<QCoreApplication>(int& argc, char** argv)> MakeApplication;
+    /// Makes the printer of a command that prints, for which MakeApplication has been called.
+    std::function<std::unique_ptr<clsPrinter>(clsSettingsStore* settings)> MakePrinter;
     /// Opens the window and runs until the program ends. @return the process's exit code.
     std::function<int(clsPlatformParts& parts)> OpenWindow;
     /// Renders the windows into PNG files in `folder`. @return the process's exit code.

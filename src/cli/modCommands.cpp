@@ -2,7 +2,9 @@
 #include "cli/modCommands.h"
 
 #include "cli/clsCommandSession.h"
+#include "platform/clsDisk.h"
 #include "shell/modBrambury.h"
+#include "shell/modCommonFunctions.h"
 
 #include <CLI/CLI.hpp>
 #include <QStringList>
@@ -32,6 +34,14 @@ CLI::Option* modCommands::AddAssignments(CLI::App& command, std::vector<std::str
 {
     return command.add_option("fields", words, "Columns and what they are given; letter case of columns is ignored")
         ->type_name("Column=value");
+}
+
+bool modCommands::MayReplace(const QString& file)
+{
+    return !modBrambury::Platform().Disk->FileExists(file) ||
+           modCommonFunctions::MsgBox(file + u" already exists.\r\nDo you want to replace it?"_s,
+                                      clsDialogs::Buttons::YesNo,
+                                      clsDialogs::Icon::Question) == clsDialogs::Answer::Yes;
 }
 
 clsCommand modCommands::InDatabase(std::function<ExitCode(clsDatabase&)> body)

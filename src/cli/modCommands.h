@@ -33,7 +33,12 @@ void AddSite(CLI::App& app, clsCommand& chosen);     ///< site
 void AddLink(CLI::App& app, clsCommand& chosen);     ///< link
 void AddCategory(CLI::App& app, clsCommand& chosen); ///< category
 void AddImport(CLI::App& app, clsCommand& chosen);   ///< links import; to be called after AddTables
+void AddHarvest(CLI::App& app, clsCommand& chosen);  ///< harvest
 void AddSettings(CLI::App& app, clsCommand& chosen); ///< settings
+void AddSafety(CLI::App& app, clsCommand& chosen);   ///< backup, restore, compact, repair, check, rescue
+void AddPage(CLI::App& app, clsCommand& chosen);     ///< links-page
+/// report. @param prints  set when it is chosen: it needs Platform().Printer.
+void AddReport(CLI::App& app, clsCommand& chosen, bool& prints);
 
 /// A word of the command line that may be absent.
 struct Word
@@ -59,6 +64,8 @@ void AddForms(CLI::App& command, Forms& forms);
 void AddSiteName(CLI::App& command, Word& site);
 /// Adds Column=value... to a command. @param words  must live as long as `command`.
 CLI::Option* AddAssignments(CLI::App& command, std::vector<std::string>& words);
+/// Whether a file may be written: it does not exist, or the user says that it may be replaced.
+[[nodiscard]] bool MayReplace(const QString& file);
 /// A command that opens the database, or says why it cannot, and works in it.
 [[nodiscard]] clsCommand InDatabase(std::function<ExitCode(clsDatabase&)> body);
 /// The status codes of a list of names, "active,broken". @throws CLI::ValidationError for a name that is none.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "data/clsDAO.h"
 
+#include "shell/modBrambury.h"
 #include "shell/modErrorHandler.h"
 
 using namespace Qt::Literals::StringLiterals;
@@ -10,7 +11,7 @@ std::unique_ptr<clsDatabase> clsDAO::OpenDB(const QString& path)
     std::unique_ptr<clsDatabase> database;
     guarded("clsDAO", "OpenDB", [&] {
         m_path = path;
-        database = m_workspace->OpenDatabase(path, u";pwd=SandDune"_s);
+        database = m_workspace->OpenDatabase(path, modBrambury::ConnectString);
     });
     return database;
 }

@@ -2,6 +2,7 @@
 #include "data/clsLinkRecord.h"
 
 #include "data/clsDAO.h"
+#include "data/modSites.h"
 #include "platform/clsDialogs.h"
 #include "shell/modBrambury.h"
 #include "shell/modCommonFunctions.h"
@@ -15,6 +16,7 @@ using namespace Qt::Literals::StringLiterals;
 namespace
 {
 constexpr char Module[] = "clsLinkRecord";
+const QString Source = u"clsLinkRecord"_s;
 
 // In the order in which they are told.
 constexpr std::array<std::pair<int, const char16_t*>, 8> Failures{{
@@ -143,11 +145,13 @@ std::optional<clsRecordEditor::Refusal> clsLinkRecord::Check() const
 
 QHash<QString, QVariant> clsLinkRecord::OwnValues() const
 {
-    QHash<QString, QVariant> values{{u"SiteName"_s, m_siteID}};
+    // A link stays with its site, also when another program has given that another name meanwhile.
+    if (!IsNew())
+        return {};
+    if (!modSites::Find(*Database().OpenRecordset(u"tblSites"_s), m_siteID))
+        throw clsError(clsError::NoCurrentRecord, u"There is no site %1."_s.arg(m_siteID), Source);
     // The mail run counts the offers from then on.
-    if (IsNew())
-        values.insert(u"Offers"_s, 0);
-    return values;
+    return {{u"SiteName"_s, m_siteID}, {u"Offers"_s, 0}};
 }
 
 QString clsLinkRecord::ResultsText(int results)

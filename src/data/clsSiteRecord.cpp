@@ -134,6 +134,9 @@ std::optional<clsRecordEditor::Refusal> clsSiteRecord::Check() const
 
 QHash<QString, QVariant> clsSiteRecord::OwnValues() const
 {
+    // The key of one that exists is not this editor's to change: another program may have renamed it meanwhile.
+    if (!IsNew())
+        return {};
     return {{u"SiteID"_s, m_siteID}};
 }
 

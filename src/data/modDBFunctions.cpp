@@ -2,25 +2,35 @@
 #include "data/modDBFunctions.h"
 
 #include "data/clsDAO.h"
+#include "platform/clsClock.h"
+#include "platform/clsDatabase.h"
 #include "platform/clsDisk.h"
+#include "platform/clsEventLoop.h"
+#include "platform/clsSettingsStore.h"
+#include "platform/clsWindows.h"
 #include "shell/modBrambury.h"
 #include "shell/modCommonFunctions.h"
 #include "shell/modErrorHandler.h"
 
+#include <QDir>
+#include <QFileInfo>
+#include <optional>
+
 using namespace Qt::Literals::StringLiterals;
+using modBrambury::State;
+using modCommonFunctions::MsgBox;
+using modDBFunctions::Ending;
 
 namespace
 {
 constexpr qint16 TextType = 10;
 constexpr qint16 AddressSize = 25;
 
-modDBFunctions::Use s_lastUse = modDBFunctions::Use::Free;
-
 void TellInUse()
 {
-    modCommonFunctions::MsgBox(u"The database is being backed up, restored, compacted or repaired by another copy of "
-                               u"Brambury.  Please try again when that has ended."_s,
-                               clsDialogs::Buttons::OK, clsDialogs::Icon::Exclamation);
+    MsgBox(u"The database is being backed up, restored, compacted or repaired by another copy of "
+           u"Brambury.  Please try again when that has ended."_s,
+           clsDialogs::Buttons::OK, clsDialogs::Icon::Exclamation);
 }
 
 /// @return whether the database is open; false without an error when somebody else needs the file to himself.
@@ -29,7 +39,7 @@ bool Open()
     modBrambury::ProcessState& state = modBrambury::State();
     state.DatabaseInUse = state.Platform.Disk->Lock(state.Settings.DataPath + u"Bramdat.use"_s, clsDisk::Share::Shared);
     if (!state.DatabaseInUse) {
-        s_lastUse = modDBFunctions::Use::InUse;
+        state.FileInUse = true;
         TellInUse();
         return false;
     }
@@ -50,7 +60,7 @@ bool Open()
 
 bool modDBFunctions::OpenProcessDatabase()
 {
-    s_lastUse = Use::Free;
+    State().FileInUse = false;
     bool open = false;
     guarded("modDBFunctions", "OpenProcessDatabase", [&] { open = Open(); });
     if (!open)
@@ -62,5 +72,440 @@ bool modDBFunctions::OpenProcessDatabase()
 
 modDBFunctions::Use modDBFunctions::LastUse()
 {
-    return s_lastUse;
+    return State().FileInUse ? Use::InUse : Use::Free;
+}
+
+namespace
+{
+constexpr char Module[] = "modBrambury"; // by this name the error log has always known these routines
+/// General sort order and code page of a compacted file; the engine of today has but one of each.
+const QString Locale = u";LANGID=0x0409;CP=1252;COUNTRY=0"_s;
+
+clsDisk& Disk()
+{
+    return *modBrambury::Platform().Disk;
+}
+
+clsDatabaseFiles& Files()
+{
+    return *modBrambury::Platform().DatabaseFiles;
+}
+
+QString DataFolder()
+{
+    return State().Settings.DataPath;
+}
+
+QString TemporaryPath()
+{
+    return DataFolder() + modBrambury::TemporaryDatabaseFile;
+}
+
+/// Where a new database file is written before it gets its name.
+QString NewPath()
+{
+    return DataFolder() + u"Bramdat.new"_s;
+}
+
+QString BackupIn(const QString& folder)
+{
+    return QDir(folder).filePath(modBrambury::DatabaseFile);
+}
+
+QString DateAndTime(const QDateTime& time)
+{
+    return modCommonFunctions::LongDate(time) + u"  "_s + modCommonFunctions::MediumTime(time);
+}
+
+/// A step's own percents as its part of the whole.
+modDBFunctions::Progress PartOf(const modDBFunctions::Progress& whole, int from, int to)
+{
+    return [&whole, from, to](int percent) { return !whole || whole(from + percent * (to - from) / 100); };
+}
+
+bool IsStop(const std::optional<clsError>& failure)
+{
+    return failure && failure->Number() == clsError::WorkStopped;
+}
+
+bool IsDamage(const clsError& failure)
+{
+    return failure.Number() == clsError::DatabaseDamaged || failure.Number() == clsError::PasswordWrong;
+}
+
+/// Opens the database again, unless nothing is to touch it any more.
+bool Reopen()
+{
+    return !State().Terminating && !State().SessionEnding && modDBFunctions::OpenProcessDatabase();
+}
+
+/// The file for this process alone, closed. @return empty when it cannot be had; the database is open again then.
+std::unique_ptr<clsFileLock> CloseForWork()
+{
+    modBrambury::ProcessState& state = State();
+    const bool wasOpen = state.Database != nullptr;
+    // The workspace stays: record sets find the file through it again.
+    if (state.Database)
+        state.Database->Close();
+    state.Database.reset();
+    state.DatabaseInUse.reset();
+    std::unique_ptr<clsFileLock> lock;
+    const std::optional<clsError> failure = failureOf([&] { lock = modBrambury::LockDatabase(); });
+    if (!lock && wasOpen && Reopen())
+        state.FileInUse = !failure;
+    if (failure)
+        throw clsError(*failure);
+    return lock;
+}
+
+/// What the backup and restore window says of a failure. @return whether to try again.
+bool RetryAfter(const clsError& failure)
+{
+    const QString text =
+        failure.Number() == clsError::DeviceUnavailable
+            ? u"A Drive Unavailable error has occured.  Make sure a floppy diskette is placed securely in your drive."_s
+            : failure.Description() + u"\r\nNumber: "_s + QString::number(failure.Number());
+    return MsgBox(text, clsDialogs::Buttons::RetryCancel, clsDialogs::Icon::Critical) == clsDialogs::Answer::Retry;
+}
+
+/// Does a step of a backup or restore until it succeeds, or nobody wants to try again.
+Ending Trying(const std::function<void()>& step)
+{
+    for (;;) {
+        const std::optional<clsError> failure = failureOf(step);
+        if (!failure)
+            return Ending::Done;
+        if (IsStop(failure))
+            return Ending::Stopped;
+        if (!RetryAfter(*failure))
+            return Ending::Failed;
+    }
+}
+
+/// Does the copying of a backup or restore with the database closed, and opens it again whatever came of it.
+Ending CopyClosed(const std::function<void()>& step)
+{
+    modBrambury::UnloadAllForms(true);
+    auto lock = CloseForWork();
+    if (!lock)
+        return Ending::InUse;
+    const Ending ending = Trying(step);
+    lock.reset();
+    return Reopen() || ending == Ending::Stopped ? ending : Ending::Failed;
+}
+
+bool EnoughSpace(qint64 free, qint64 needed)
+{
+    if (free >= needed)
+        return true;
+    MsgBox(u"There is not enough disk space to perform this backup.\r\n\r\n"
+           "Below are some suggestions to help you overcome this problem:\r\n"
+           " 1. Delete unnecessary files on your destination disk.\r\n"
+           " 2. Use the \"Compact Database\" service in the Tools Menu\r\n"
+           "     This may reduce the size of your database file.\r\n"
+           " 3. Select a different drive with more disk space."_s,
+           clsDialogs::Buttons::OK, clsDialogs::Icon::Critical);
+    return false;
+}
+
+void NoteBackup()
+{
+    modBrambury::ProcessState& state = State();
+    state.Settings.LastBackup = modCommonFunctions::StoredDateTime(state.Platform.Clock->Now());
+    // A command saves no settings at its end, and the window's end may never come.
+    state.Platform.Settings->SaveSetting(u"General"_s, u"LastBackup"_s, state.Settings.LastBackup);
+    state.Platform.Settings->Flush();
+}
+
+/// Has `make` write a new database file from the old one, which stands under its temporary name until the new one is
+/// complete. A half-written new file is removed; when the work was stopped the old one gets its name back.
+void ThroughTemporaryName(const std::function<void(const QString& from, const QString& to)>& make)
+{
+    const QString path = modBrambury::DatabasePath();
+    const QString made = NewPath();
+    Disk().RenameFile(path, TemporaryPath());
+    Disk().Flush(DataFolder());
+    const std::optional<clsError> failure = failureOf([&] {
+        make(TemporaryPath(), made);
+        Disk().RenameFile(made, path);
+        Disk().Flush(DataFolder());
+    });
+    if (failure) {
+        ignoringErrors([&] { Disk().RemoveFile(made); });
+        if (IsStop(failure)) {
+            Disk().RenameFile(TemporaryPath(), path);
+            Disk().Flush(DataFolder());
+        }
+        throw clsError(*failure);
+    }
+    Disk().RemoveFile(TemporaryPath());
+    Disk().Flush(DataFolder());
+}
+
+void Compact(const modDBFunctions::Progress& progress)
+{
+    // Damage is met here, before any name has changed.
+    const auto rows = Files().Read(modBrambury::DatabasePath(), modBrambury::ConnectString, PartOf(progress, 0, 20));
+    ThroughTemporaryName([&](const QString& from, const QString& to) {
+        Files().Compact(from, to, modBrambury::ConnectString, Locale, rows, PartOf(progress, 20, 100));
+    });
+}
+
+/// Damage at the wrong place keeps the file from being opened at all.
+bool IsSound(const QString& path, const modDBFunctions::Progress& progress)
+{
+    QStringList damage;
+    const auto failure = failureOf([&] { damage = Files().Check(path, modBrambury::ConnectString, progress); });
+    if (failure && !IsDamage(*failure))
+        throw clsError(*failure);
+    return !failure && damage.isEmpty();
+}
+
+/// @return what could not be saved. A salvaged file has no gaps: it needs no compacting.
+QStringList Salvage(const modDBFunctions::Progress& progress)
+{
+    QStringList losses;
+    const auto failure = failureOf([&] {
+        losses = Files().Salvage(modBrambury::DatabasePath(), NewPath(), modBrambury::ConnectString, progress);
+    });
+    if (failure && IsDamage(*failure))
+        throw clsError(
+            clsError::DatabaseDamaged,
+            u"The database cannot be repaired; please restore the newest backup.  (%1)"_s.arg(failure->Description()),
+            modBrambury::ProgramTitle);
+    if (failure)
+        throw clsError(*failure);
+    return losses;
+}
+
+/// What differs between compact and repair.
+struct Rewriting
+{
+    const char* routine;
+    QString caption;
+    QString question;
+    QString success;
+    std::function<void()> work;
+};
+
+Ending Rewrite(const Rewriting& how)
+{
+    modBrambury::ProcessState& state = State();
+    const auto answer =
+        MsgBox(how.question, clsDialogs::Buttons::YesNoCancel, clsDialogs::Icon::Exclamation, how.caption);
+    if (answer == clsDialogs::Answer::Cancel)
+        return Ending::Refused;
+    if (answer == clsDialogs::Answer::Yes) {
+        state.Platform.EventLoop->Yield();
+        state.BackupFromExit = true;
+        state.Platform.Windows->ShowBackupRestore();
+        state.BackupFromExit = false;
+    }
+    state.Platform.EventLoop->Yield();
+    if (state.Terminating || state.SessionEnding)
+        return Ending::Stopped;
+    modBrambury::UnloadAllForms(true);
+    auto lock = CloseForWork();
+    if (!lock)
+        return Ending::InUse;
+    const std::optional<clsError> failure = failureOf(how.work);
+    lock.reset();
+    if (IsStop(failure)) {
+        Reopen();
+        return Ending::Stopped;
+    }
+    if (failure)
+        throw clsError(*failure);
+    if (!Reopen())
+        return Ending::Failed;
+    MsgBox(how.success, clsDialogs::Buttons::OK, clsDialogs::Icon::Information, how.caption);
+    return Ending::Done;
+}
+
+/// The same with its error trap, and the flag that says what is going on. It stays set for the restart to clear.
+Ending RewriteGuarded(const Rewriting& how)
+{
+    Ending ending = Ending::Failed;
+    State().DatabaseWork = true;
+    guarded(Module, how.routine, [&] { ending = Rewrite(how); });
+    if (ending != Ending::Done)
+        State().DatabaseWork = false;
+    return ending;
+}
+} // namespace
+
+QString modDBFunctions::DefaultBackupFolder()
+{
+    return modBrambury::FolderPath(u"\\Backup"_s);
+}
+
+Ending modDBFunctions::BackupDatabase(const QString& folder, const Progress& progress)
+{
+    if (folder.trimmed().isEmpty()) {
+        MsgBox(u"A destination path must be specified!"_s);
+        return Ending::Refused;
+    }
+    if (Disk().SameFolder(folder, DataFolder())) {
+        MsgBox(u"You cannot backup from the same directory.  Please select another destination path."_s);
+        return Ending::Refused;
+    }
+    const QString database = modBrambury::DatabasePath();
+    const QString backup = BackupIn(folder);
+    qint64 size = 0;
+    std::optional<clsDisk::FileFacts> old;
+    const Ending looked = Trying([&] {
+        if (QDir::cleanPath(folder) == QDir::cleanPath(DefaultBackupFolder()))
+            Disk().MakeFolder(folder);
+        if (!Disk().FolderExists(folder))
+            throw clsError(clsError::PathNotFound, u"Path not found: "_s + folder, u"Disk"_s);
+        size = Disk().Facts(database).size;
+        if (Disk().FileExists(backup))
+            old = Disk().Facts(backup);
+    });
+    if (looked != Ending::Done)
+        return looked;
+    const QString space = modCommonFunctions::DiskSpaceText(folder);
+    bool known = false;
+    const qint64 free = space.toLongLong(&known);
+    if (!known) {
+        MsgBox(space, clsDialogs::Buttons::OK, clsDialogs::Icon::Critical);
+        return Ending::Refused;
+    }
+    if (!EnoughSpace(free + (old ? old->size : 0), size))
+        return Ending::Refused;
+    const QDateTime now = modBrambury::Platform().Clock->Now();
+    if (old && MsgBox(u"Replace last backup "_s + DateAndTime(old->changed) + u"\r\nwith current database "_s +
+                          modBrambury::DatabaseFile + u' ' + DateAndTime(now),
+                      clsDialogs::Buttons::YesNo, clsDialogs::Icon::Exclamation,
+                      u"Backup Database"_s) != clsDialogs::Answer::Yes)
+        return Ending::Refused;
+
+    bool damaged = false;
+    const Ending ending = CopyClosed([&] {
+        if (old && free < size) {
+            // There is room for one of the two only. The old one goes when the database itself is seen to be sound.
+            if (const auto damage = Files().Check(database, modBrambury::ConnectString, PartOf(progress, 0, 50));
+                !damage.isEmpty())
+                throw clsError(clsError::DatabaseDamaged, damage.first(), modBrambury::ProgramTitle);
+            Disk().RemoveFile(backup);
+        }
+        const auto failure = failureOf([&] { Files().Copy(database, backup, modBrambury::ConnectString, progress); });
+        // Before it is repaired even a damaged database is worth a copy, where that is not in the place of a better
+        // one.
+        damaged = failure && IsDamage(*failure) && !Disk().FileExists(backup);
+        if (damaged)
+            Disk().CopyFile(database, backup);
+        else if (failure)
+            throw clsError(*failure);
+    });
+    if (ending != Ending::Done)
+        return ending;
+    if (damaged) {
+        MsgBox(u"The database is damaged, and so is this backup of it.  The \"Repair Database\" service in the Tools "
+               u"Menu saves what can still be read."_s,
+               clsDialogs::Buttons::OK, clsDialogs::Icon::Exclamation);
+        return Ending::Done;
+    }
+    NoteBackup();
+    MsgBox(u"Backup complete."_s, clsDialogs::Buttons::OK, clsDialogs::Icon::Information);
+    return Ending::Done;
+}
+
+Ending modDBFunctions::RestoreDatabase(const QString& backup, const Progress& progress)
+{
+    if (backup.trimmed().isEmpty()) {
+        MsgBox(u"A destination path must be specified!"_s);
+        return Ending::Refused;
+    }
+    if (Disk().SameFolder(QFileInfo(backup).path(), DataFolder())) {
+        MsgBox(u"You cannot restore to the same directory.  Please select another source path."_s);
+        return Ending::Refused;
+    }
+    const QString database = modBrambury::DatabasePath();
+    if (!Disk().FileExists(database)) {
+        MsgBox(u"Could not locate the Active database."_s, clsDialogs::Buttons::OK, clsDialogs::Icon::Exclamation);
+        return Ending::Refused;
+    }
+    clsDisk::FileFacts working;
+    clsDisk::FileFacts saved;
+    const Ending looked = Trying([&] {
+        working = Disk().Facts(database);
+        saved = Disk().Facts(backup);
+    });
+    if (looked != Ending::Done)
+        return looked;
+    if (MsgBox(u"Replace current database "_s + DateAndTime(working.changed) + u"\r\nwith last backup "_s +
+                   DateAndTime(saved.changed),
+               clsDialogs::Buttons::YesNo, clsDialogs::Icon::Exclamation,
+               u"Restore Database"_s) != clsDialogs::Answer::Yes)
+        return Ending::Refused;
+
+    const Ending ending = CopyClosed([&] { Files().Copy(backup, database, modBrambury::ConnectString, progress); });
+    if (ending == Ending::Done)
+        MsgBox(u"Restore complete."_s, clsDialogs::Buttons::OK, clsDialogs::Icon::Information);
+    return ending;
+}
+
+Ending modDBFunctions::Compactdatabase(const Progress& progress)
+{
+    const QString& title = modBrambury::ProgramTitle;
+    return RewriteGuarded({.routine = "Compactdatabase",
+                           .caption = u"Compact Database"_s,
+                           .question = title + u" is about to compact your databases.\r\n\r\n"
+                                               "It is strongly recommended that you backup your databases\r\n"
+                                               "prior to running compact.  Be advised that a power failure\r\n"
+                                               "or a Windows error during compact may currupt your databases.\r\n\r\n"
+                                               "Do you wish to backup at this time?"_s,
+                           .success = u"The %1 database was successfully compacted."_s.arg(title),
+                           .work = [&] { Compact(progress); }});
+}
+
+Ending modDBFunctions::Repairdatabase(const Progress& progress, QStringList& report)
+{
+    const QString& title = modBrambury::ProgramTitle;
+    const auto work = [&] {
+        const QString path = modBrambury::DatabasePath();
+        if (IsSound(path, PartOf(progress, 0, 30))) {
+            Files().Reindex(path, modBrambury::ConnectString, PartOf(progress, 30, 40));
+            Compact(PartOf(progress, 40, 100));
+        } else {
+            report = Salvage(PartOf(progress, 30, 100));
+        }
+    };
+    return RewriteGuarded({.routine = "Repairdatabase",
+                           .caption = u"Repair Database"_s,
+                           .question = title + u" is about to repair any problems in your databases.\r\n\r\n"
+                                               "Would you like to backup your databases before repairing?"_s,
+                           .success = u"The %1 database was successfully repaired."_s.arg(title),
+                           .work = work});
+}
+
+Ending modDBFunctions::RescueDatabase(QString& told)
+{
+    const QString database = modBrambury::DatabasePath();
+    if (!Disk().FileExists(TemporaryPath())) {
+        told = u"There is nothing to put back."_s;
+        return Ending::Done;
+    }
+    const auto lock = CloseForWork();
+    if (!lock)
+        return Ending::InUse;
+    if (!Disk().FileExists(database)) {
+        modBrambury::PutBackDatabase();
+        told = u"The database is back under its name: "_s + database;
+        return Ending::Done;
+    }
+    if (const QStringList damage = Files().Check(database, modBrambury::ConnectString, {}); !damage.isEmpty())
+        throw clsError(
+            clsError::DatabaseDamaged,
+            u"Both %1 and %2 are there, and the first is damaged: %3"_s.arg(database, TemporaryPath(), damage.first()),
+            modBrambury::ProgramTitle);
+    if (MsgBox(u"The database is sound.  A compact or repair that did not end has left an older state of it as "_s +
+                   TemporaryPath() + u".\r\n\r\nDo you wish to delete that file?"_s,
+               clsDialogs::Buttons::YesNo, clsDialogs::Icon::Question) != clsDialogs::Answer::Yes)
+        return Ending::Refused;
+    Disk().RemoveFile(TemporaryPath());
+    Disk().Flush(DataFolder());
+    told = u"The left-over is deleted: "_s + TemporaryPath();
+    return Ending::Done;
 }

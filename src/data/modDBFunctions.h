@@ -1,6 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The process's database file as a whole: opened here, and later compacted, repaired and copied here.
+// The process's database file as a whole: opened, compacted, repaired, backed up and restored.
 #pragma once
+
+#include "platform/clsDatabaseFiles.h"
+
+#include <QString>
+#include <QStringList>
 
 namespace modDBFunctions
 {
@@ -16,4 +21,35 @@ enum class Use
     InUse
 };
 Use LastUse();
+
+/// How work on the whole file ended. The user has been told of everything but Stopped.
+enum class Ending
+{
+    Done,
+    Refused, ///< the input is refused, or a question was answered with No or Cancel; nothing was changed
+    Failed,
+    InUse,  ///< others have the database open, or work on it; nothing was changed
+    Stopped ///< `progress` asked for it, or the program is told to end; nothing was changed
+};
+using Progress = clsDatabaseFiles::Progress;
+
+/// Each of the following closes the process's database while it works on the file, has Bramdat.use for itself
+/// meanwhile, and opens the database again. Windows but the main window and the backup and restore window are unloaded.
+
+/// Copies the database file into `folder`, and notes the date in the setting LastBackup.
+Ending BackupDatabase(const QString& folder, const Progress& progress);
+/// Puts a copy of the file `backup` in the database file's place.
+Ending RestoreDatabase(const QString& backup, const Progress& progress);
+/// Writes the database file anew, without its gaps. Failures go to the error report; the database may then be left
+/// closed, and under its temporary name.
+Ending Compactdatabase(const Progress& progress);
+/// Makes the indexes of a sound file anew and compacts it; of a damaged one it saves every row that can still be read.
+/// @param report  receives what could not be saved, table by table.
+Ending Repairdatabase(const Progress& progress, QStringList& report);
+/// Puts the database back that an unfinished compact or repair left under its temporary name; where a sound database
+/// is there as well, offers to delete what was left. Failures are raised. @param told  what has been done.
+Ending RescueDatabase(QString& told);
+
+/// The folder that is offered for backups; it is made when it is used.
+QString DefaultBackupFolder();
 } // namespace modDBFunctions

@@ -8,7 +8,6 @@
 #include "platform/clsDisk.h"
 #include "platform/clsEventLoop.h"
 #include "platform/clsSound.h"
-#include "platform/frmResources.h"
 #include "shell/modCommonFunctions.h"
 #include "shell/modErrorHandler.h"
 #include "shell/modSocketErrors.h"
@@ -333,24 +332,8 @@ void clsHTTP::Session::OpenQueue()
 
 void clsHTTP::Session::MakeFetcher()
 {
-    if (m_test.m_with.MakeEngine) {
-        m_fetcher = m_test.m_with.MakeEngine();
-    } else {
-        const clsPlatform& platform = m_test.m_with.Platform;
-        const clsProgramSettings& settings = State().Settings;
-        platform.Resources->HTTPControl->SetLimits({.timeoutSeconds = static_cast<int>(PageLimit().count()),
-                                                    .simultaneousDownloads = settings.SimultaneousDownloads,
-                                                    .perHostConnections = settings.PerHostConnections,
-                                                    .caFile = settings.CaFile});
-        m_fetcher = std::make_unique<clsHTTPEngine>(
-            clsHTTPEngine::Collaborators{.Resources = platform.Resources,
-                                         .EventLoop = platform.EventLoop,
-                                         .Clock = platform.Clock,
-                                         .Stopped = &Session::Stopped,
-                                         .DefaultLocalFile = modBrambury::FolderPath(u"\\$$$http.tmp"_s),
-                                         .TimeoutSeconds = static_cast<int>(PageLimit().count()),
-                                         .BeforeWait = [this] { KeepVerdicts(); }});
-    }
+    m_fetcher =
+        m_test.m_with.MakeEngine ? m_test.m_with.MakeEngine() : clsHTTPEngine::ForRun([this] { KeepVerdicts(); });
     // Handed over once: the port and the proxy of the sites that are loaded later do not reach the fetcher.
     m_fetcher->SetPort(m_test.m_port);
     m_fetcher->SetProxy(m_test.m_proxy);

@@ -4,6 +4,7 @@
 #include "platform/clsClock.h"
 #include "platform/clsEventLoop.h"
 #include "platform/frmResources.h"
+#include "shell/modBrambury.h"
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -27,6 +28,24 @@ constexpr std::chrono::seconds Grace{5};
 clsHTTPEngine::clsHTTPEngine(Collaborators collaborators) : m_with(std::move(collaborators))
 {
     m_with.Resources->RegisterHTTPEngine(this);
+}
+
+std::unique_ptr<clsHTTPEngine> clsHTTPEngine::ForRun(std::function<void()> beforeWait)
+{
+    const clsPlatform& platform = modBrambury::Platform();
+    const clsProgramSettings& settings = modBrambury::State().Settings;
+    platform.Resources->HTTPControl->SetLimits({.timeoutSeconds = settings.Timeout,
+                                                .simultaneousDownloads = settings.SimultaneousDownloads,
+                                                .perHostConnections = settings.PerHostConnections,
+                                                .caFile = settings.CaFile});
+    return std::make_unique<clsHTTPEngine>(
+        Collaborators{.Resources = platform.Resources,
+                      .EventLoop = platform.EventLoop,
+                      .Clock = platform.Clock,
+                      .Stopped = [] { return modBrambury::State().StopFlag; },
+                      .DefaultLocalFile = modBrambury::FolderPath(u"\\$$$http.tmp"_s),
+                      .TimeoutSeconds = settings.Timeout,
+                      .BeforeWait = std::move(beforeWait)});
 }
 
 clsHTTPEngine::~clsHTTPEngine()
@@ -53,7 +72,7 @@ void clsHTTPEngine::SetLocalFile(const QString& path)
 clsPageRequest clsHTTPEngine::RequestFor(const QString& url) const
 {
     const QString host = m_with.Resources->HTTPControl->HostOf(url, m_port, m_proxy);
-    return {url, m_port, m_proxy, QString::fromUtf16(RequestLines) + host + u"\r\n"_s};
+    return {url, m_port, m_proxy, QString::fromUtf16(RequestLines) + host + u"\r\n"_s, m_wantsTexts};
 }
 
 bool clsHTTPEngine::ConnectToServer(bool /*flag*/)

@@ -6,6 +6,7 @@
 
 #include <QString>
 #include <functional>
+#include <memory>
 #include <optional>
 
 class clsClock;
@@ -33,6 +34,9 @@ public:
     };
 
     explicit clsHTTPEngine(Collaborators collaborators);
+    /// The engine of a run: the process's parts, the limits of its settings, its local file.
+    /// @param beforeWait  see Collaborators.
+    static std::unique_ptr<clsHTTPEngine> ForRun(std::function<void()> beforeWait = {});
     ~clsHTTPEngine() override;
     clsHTTPEngine(const clsHTTPEngine&) = delete;
     clsHTTPEngine& operator=(const clsHTTPEngine&) = delete;
@@ -45,6 +49,8 @@ public:
     void SetLocalFile(const QString& path);
     void SetPort(int port) { m_port = port; }
     void SetProxy(const QString& proxy) { m_proxy = proxy; }
+    /// Whether the texts of hyperlinks are wanted too; off in a new engine.
+    void SetWantsTexts(bool wanted) { m_wantsTexts = wanted; }
     /// Host name that the control held for the page last requested.
     [[nodiscard]] const QString& Host() const { return m_host; }
 
@@ -87,5 +93,6 @@ private:
     bool m_socketOpen = false;
     bool m_success = false;
     bool m_readingAhead = false;
+    bool m_wantsTexts = false;
     const clsPageList m_noAddresses; ///< of a page that did not arrive
 };

@@ -3,7 +3,9 @@
 #pragma once
 
 #include <QByteArray>
+#include <QDateTime>
 #include <QString>
+#include <functional>
 #include <memory>
 
 /// A lock on a file, given back when this is destroyed or the process dies.
@@ -40,8 +42,27 @@ public:
     /// Copies through a file beside `to`, waits until the medium has all of it, then puts it in the place of `to`: that
     /// is the old file or the whole new one, whatever fails.
     virtual void CopyFile(const QString& from, const QString& to) = 0;
+    /// Writes `content` as safely as CopyFile writes its copy.
+    virtual void ReplaceContent(const QString& path, const QByteArray& content) = 0;
     /// Renames within one drive. @throws FileExists when there is a `to`
     virtual void RenameFile(const QString& from, const QString& to) = 0;
+    /// Renames within one drive over a `to` that may be there.
+    virtual void ReplaceFile(const QString& from, const QString& to) = 0;
+    /// Deletes a file; one that is not there is no error.
+    virtual void RemoveFile(const QString& path) = 0;
+    /// Copies into `to` itself, and returns when the medium has all of it; whatever stops it, what was made is deleted.
+    /// @param goesOn  told now and then how many bytes are done; false stops the copying.  @return false when stopped.
+    virtual bool CopyContent(const QString& from, const QString& to, const std::function<bool(qint64)>& goesOn) = 0;
+    /// Waits until the medium has what was written to a file, or the names that were changed in a folder.
+    virtual void Flush(const QString& path) = 0;
+    struct FileFacts
+    {
+        qint64 size = 0; ///< bytes
+        QDateTime changed;
+    };
+    [[nodiscard]] virtual FileFacts Facts(const QString& path) const = 0;
+    /// Whether two paths lead to the same existing folder, through links and different spellings too.
+    [[nodiscard]] virtual bool SameFolder(const QString& one, const QString& other) const = 0;
     /// A lock of the kernel on `path` (created if absent), without waiting. @return empty when somebody else holds it,
     /// in this process or in another.
     [[nodiscard]] virtual std::unique_ptr<clsFileLock> Lock(const QString& path, Share share) = 0;

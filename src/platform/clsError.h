@@ -29,6 +29,7 @@ public:
         DatabaseMissing = 3024,
         PasswordWrong = 3031, ///< wrong key, or no database at all: the two look alike
         DatabaseDamaged = 3049,
+        WorkStopped = 3059,      ///< work on a whole database file was stopped
         RecordLocked = 3260,     ///< another user of the file held it longer than the busy time-out
         UnknownItem = 3265,      ///< no such table, stored query, field or parameter
         DatabaseClosed = 3420,   ///< an operation on a closed database

@@ -39,6 +39,12 @@ public:
     explicit clsPageList(std::vector<clsPageAddress> items);
     [[nodiscard]] int Count() const { return static_cast<int>(m_items.size()); }
     [[nodiscard]] const clsPageAddress& Item(int index) const { return m_items.at(static_cast<std::size_t>(index)); }
+    /// What a reader of the page sees of a link: on one line, at most clsPageList::TextSize letters. Empty for a link
+    /// without any, and everywhere unless the request asked for texts.
+    [[nodiscard]] QString Text(int index) const { return m_texts.value(index); }
+    static constexpr int TextSize = 255;
+    /// @param texts  one for each address.
+    void SetTexts(QStringList texts) { m_texts = std::move(texts); }
     /// Index of the first entry from `from` on whose written address equals `text` without regard to case, -1 when
     /// there is none. After the first few times a look-up, not a walk.
     [[nodiscard]] int IndexOf(const QString& text, int from = 0) const;
@@ -48,6 +54,7 @@ public:
 private:
     static int First(const QHash<QString, std::vector<int>>& index, const QString& key, int from);
     std::vector<clsPageAddress> m_items;
+    QStringList m_texts;
     mutable int m_lookUps = 0;                         ///< made without the index
     mutable QHash<QString, std::vector<int>> m_byText; ///< built when it is worth it
     mutable QHash<QString, std::vector<int>> m_byName; ///< built at the first look-up
@@ -56,10 +63,11 @@ private:
 /// A download to come: all that a request needs.
 struct clsPageRequest
 {
-    QString url;     ///< as the record holds it; the request is percent-encoded, the fragment dropped
-    int port = 80;   ///< server port of http addresses that name none; with a proxy, the proxy's port
-    QString proxy;   ///< host or host:port; empty: direct, whatever the environment says
-    QString headers; ///< header lines, each ended by CR LF, "Host: " and the host last
+    QString url;        ///< as the record holds it; the request is percent-encoded, the fragment dropped
+    int port = 80;      ///< server port of http addresses that name none; with a proxy, the proxy's port
+    QString proxy;      ///< host or host:port; empty: direct, whatever the environment says
+    QString headers;    ///< header lines, each ended by CR LF, "Host: " and the host last
+    bool texts = false; ///< the texts of the hyperlinks are wanted too
     bool operator==(const clsPageRequest& other) const = default;
 };
 

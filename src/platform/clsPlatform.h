@@ -6,6 +6,7 @@ class clsBrowser;
 class clsClock;
 class clsConnection;
 class clsDBEngine;
+class clsDatabaseFiles;
 class clsDialogs;
 class clsDisk;
 class clsEventLoop;
@@ -21,6 +22,7 @@ class frmResources;
 struct clsPlatform
 {
     clsDBEngine* DBEngine = nullptr;
+    clsDatabaseFiles* DatabaseFiles = nullptr;
     clsSettingsStore* Settings = nullptr;
     clsEventLoop* EventLoop = nullptr;
     clsClock* Clock = nullptr;

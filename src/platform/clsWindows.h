@@ -36,7 +36,7 @@ public:
     virtual void SetPointer(Pointer pointer) = 0;
     /// The error window, modal. @param message  what to do; @param details  the facts, hidden at first.
     virtual void ShowError(ErrorIcon icon, const QString& message, const QString& details) = 0;
-    /// The backup and restore window, modal. @return false when this build has none yet.
+    /// The backup and restore window, modal. @return whether a backup or a restore was made.
     virtual bool ShowBackupRestore() = 0;
     /// Where the help text is read from, when help is asked for.
     virtual void SetHelpFile(const QString& path) = 0;

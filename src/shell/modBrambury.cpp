@@ -3,6 +3,7 @@
 
 #include "platform/clsClock.h"
 #include "platform/clsDatabase.h"
+#include "platform/clsDatabaseFiles.h"
 #include "platform/clsDisk.h"
 #include "platform/clsError.h"
 #include "platform/clsEventLoop.h"
@@ -10,7 +11,6 @@
 #include "platform/clsWindows.h"
 #include "shell/modCommonFunctions.h"
 #include "shell/modErrorHandler.h"
-#include "shell/modLater.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -26,14 +26,6 @@ constexpr char Module[] = "modBrambury";
 
 QString s_programFolder;
 modBrambury::Next s_next = modBrambury::Next::End;
-
-/// The open database. @throws DatabaseClosed
-clsDatabase& OpenDatabase()
-{
-    if (!modBrambury::State().Database)
-        throw clsError(clsError::DatabaseClosed, u"The database is closed."_s, modBrambury::ProgramTitle);
-    return *modBrambury::State().Database;
-}
 
 void Assign(clsProgramSettings& settings, const clsSettingEntry& entry, const QString& text)
 {
@@ -65,6 +57,7 @@ void Reset()
     state.SessionEnding = false;
     state.BackupFromExit = false;
     state.DatabaseWork = false;
+    state.FileInUse = false;
     state.StopFlag = false;
     state.Platform.EventLoop->Resume();
 }
@@ -118,8 +111,8 @@ void OfferBackup()
     state.Platform.Windows->SetPointer(clsWindows::Pointer::Default);
     if (MsgBox(BackupPrompt(), clsDialogs::Buttons::YesNo, clsDialogs::Icon::Question) == clsDialogs::Answer::Yes) {
         state.BackupFromExit = true;
-        if (!state.Platform.Windows->ShowBackupRestore())
-            modLater::TellLater(u"Backing up"_s);
+        state.Platform.Windows->ShowBackupRestore();
+        state.BackupFromExit = false;
     }
     state.Platform.Windows->SetPointer(clsWindows::Pointer::Hourglass);
 }
@@ -242,17 +235,56 @@ QString modBrambury::DatabasePath()
     return State().Settings.DataPath + DatabaseFile;
 }
 
+clsDatabase& modBrambury::OpenDatabase()
+{
+    if (!State().Database)
+        throw clsError(clsError::DatabaseClosed, u"The database is closed."_s, ProgramTitle);
+    return *State().Database;
+}
+
+std::unique_ptr<clsFileLock> modBrambury::LockDatabase()
+{
+    auto lock = Platform().Disk->Lock(State().Settings.DataPath + u"Bramdat.use"_s, clsDisk::Share::Exclusive);
+    State().FileInUse = !lock;
+    if (!lock)
+        MsgBox(u"The database is in use by another copy of Brambury.  Close its window and end its runs first."_s,
+               clsDialogs::Buttons::OK, clsDialogs::Icon::Exclamation);
+    return lock;
+}
+
+void modBrambury::PutBackDatabase()
+{
+    clsDisk& disk = *Platform().Disk;
+    const QString temporary = State().Settings.DataPath + TemporaryDatabaseFile;
+    if (const QStringList damage = Platform().DatabaseFiles->Check(temporary, ConnectString, {}); !damage.isEmpty())
+        throw clsError(clsError::DatabaseDamaged,
+                       u"The file \"%1\" is damaged and was not put back: %2"_s.arg(temporary, damage.first()),
+                       ProgramTitle);
+    disk.RenameFile(temporary, DatabasePath());
+    disk.Flush(State().Settings.DataPath);
+}
+
 bool modBrambury::LocateDatabase()
 {
     const clsDisk& disk = *Platform().Disk;
+    State().FileInUse = false;
     if (disk.FileExists(DatabasePath()))
         return true;
-    QString text = u"Brambury could not locate the database file "_s + DatabasePath() + u'.';
-    if (const QString temporary = State().Settings.DataPath + TemporaryDatabaseFile; disk.FileExists(temporary))
-        text += u"\r\n\r\nA compact or repair that did not end has left it as "_s + temporary +
-                u": rename that file to "_s + DatabaseFile + u" to put it back."_s;
-    MsgBox(text, clsDialogs::Buttons::OK, clsDialogs::Icon::Critical);
-    return false;
+    MsgBox(u"Brambury could not locate the database file "_s + DatabasePath() + u'.', clsDialogs::Buttons::OK,
+           clsDialogs::Icon::Critical);
+    const QString temporary = State().Settings.DataPath + TemporaryDatabaseFile;
+    if (!disk.FileExists(temporary))
+        return false;
+    // Another copy may be at work on the file this very moment.
+    const auto lock = LockDatabase();
+    if (!lock)
+        return false;
+    if (MsgBox(u"A compact or repair that did not end has left the database as "_s + temporary +
+                   u".\r\n\r\nDo you wish to put it back?"_s,
+               clsDialogs::Buttons::YesNo, clsDialogs::Icon::Question) != clsDialogs::Answer::Yes)
+        return false;
+    PutBackDatabase();
+    return true;
 }
 
 void modBrambury::ClearResults(const QString& siteID)

@@ -20,6 +20,8 @@ namespace modBrambury
 inline const QString ProgramTitle = QStringLiteral("Brambury");
 inline const QString DatabaseFile = QStringLiteral("Bramdat.mdb");
 inline const QString TemporaryDatabaseFile = QStringLiteral("_Bramdat.mdb");
+/// What the database file is opened with.
+inline const QString ConnectString = QStringLiteral(";pwd=SandDune");
 /// Where a site being created stands before it has a name.
 inline const QString NewSiteID = QStringLiteral("*New");
 
@@ -56,6 +58,7 @@ struct ProcessState
     bool DatabaseWork = false;   ///< compact or repair is at work on the file
     bool Dialled = false;        ///< the program itself dialled the connection
     bool SessionEnding = false;  ///< end without questions, settings saved all the same: log-out, SIGTERM
+    bool FileInUse = false;      ///< the last attempt to get at the database met somebody who needs it alone
     bool StopFlag = false;       ///< the Stop button was pressed; cleared by whoever starts a run
 
     QString CurrentSite;                   ///< SiteID of the selected site
@@ -103,9 +106,17 @@ void SaveProgramSettings();
 void CloseProcessDatabase();
 /// Full path of the database file.
 QString DatabasePath();
+/// The open database. @throws DatabaseClosed
+clsDatabase& OpenDatabase();
 /// Looks for the database file and tells the user when it is not there; when an unfinished compact or repair left its
-/// temporary file, also how to put that back. Nothing is put back unasked.
+/// temporary file, offers to put that back. @return whether the database file is there.
 bool LocateDatabase();
+/// Puts the temporary file back as the database file, if it is whole. The caller holds Bramdat.use alone.
+/// @throws clsError
+void PutBackDatabase();
+/// Bramdat.use for this process alone. @return empty when others have the database open, or work on the file; the user
+/// has been told, and FileInUse is set.
+std::unique_ptr<clsFileLock> LockDatabase();
 
 /// Clears the results of one site's links.
 void ClearResults(const QString& siteID);

@@ -152,13 +152,9 @@ Guarded guarded(const char* module, const char* routine, const std::function<voi
 {
     for (;;) {
         // The report may show a window and run its events; by then the exception must have been dealt with.
-        std::optional<clsError> error;
-        try {
-            body();
+        const std::optional<clsError> error = failureOf(body);
+        if (!error)
             return Guarded::Done;
-        } catch (const std::exception& failure) {
-            error = modErrorHandler::AsError(failure);
-        }
         switch (modErrorHandler::ErrorHandler(QString::fromLatin1(module), QString::fromLatin1(routine), *error)) {
         case ErrorAction::Continue:
             return Guarded::Continued;
@@ -170,6 +166,16 @@ Guarded guarded(const char* module, const char* routine, const std::function<voi
             modBrambury::AbortProgram();
             return Guarded::Left;
         }
+    }
+}
+
+std::optional<clsError> failureOf(const std::function<void()>& body)
+{
+    try {
+        body();
+        return std::nullopt;
+    } catch (const std::exception& failure) {
+        return modErrorHandler::AsError(failure);
     }
 }
 
@@ -190,10 +196,5 @@ bool untilUnlocked(const std::function<void()>& body, const std::function<bool()
 
 bool ignoringErrors(const std::function<void()>& body)
 {
-    try {
-        body();
-        return true;
-    } catch (const std::exception&) {
-        return false;
-    }
+    return !failureOf(body);
 }

@@ -7,6 +7,7 @@
 #include <QString>
 #include <exception>
 #include <functional>
+#include <optional>
 
 /// What the failing routine does after the report.
 enum class ErrorAction : qint32
@@ -51,6 +52,9 @@ Guarded guarded(const char* module, const char* routine, const std::function<voi
 /// For the few routines whose errors are of no interest: runs `body`, swallows a failure. @return whether it ran
 /// through.
 bool ignoringErrors(const std::function<void()>& body);
+
+/// For the few routines that answer a failure themselves: runs `body`. @return its failure, none when it ran through.
+std::optional<clsError> failureOf(const std::function<void()>& body);
 
 /// For whoever cannot let the thread wait for another program's lock: runs `body`, and once more for as long as it
 /// fails with RecordLocked and `again`, which waits in the event loop, returns true. Every other failure passes on.

@@ -1,8 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ui/clsSiteLabel.h"
 
+#include <QApplication>
 #include <QLineEdit>
 #include <QTimer>
+
+QWidget* clsSiteLabel::createEditor(QWidget* parent, const QStyleOptionViewItem& option, const QModelIndex& index) const
+{
+    // A click on the selected name opens the editor a moment later; by then a command may have opened a dialog.
+    return QApplication::activeModalWidget() ? nullptr : clsRowDelegate::createEditor(parent, option, index);
+}
 
 void clsSiteLabel::setModelData(QWidget* editor, QAbstractItemModel* /*model*/, const QModelIndex& index) const
 {

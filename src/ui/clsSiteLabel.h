@@ -12,6 +12,7 @@ class clsSiteLabel : public clsRowDelegate
 
 public:
     using clsRowDelegate::clsRowDelegate;
+    QWidget* createEditor(QWidget* parent, const QStyleOptionViewItem& option, const QModelIndex& index) const override;
     void setModelData(QWidget* editor, QAbstractItemModel* model, const QModelIndex& index) const override;
 
 Q_SIGNALS:

@@ -7,6 +7,7 @@
 #include "shell/modBrambury.h"
 #include "shell/modCommonFunctions.h"
 #include "shell/modErrorHandler.h"
+#include "ui/frmBackupRestore.h"
 #include "ui/frmErrorMessage.h"
 #include "ui/frmHelp.h"
 #include "ui/frmMain.h"
@@ -56,7 +57,8 @@ void clsUIWindows::UnloadAll(bool keepMain)
     // Closing one window may delete others.
     QList<QPointer<QWidget>> windows;
     for (QWidget* window : QApplication::topLevelWidgets()) {
-        if (window->isVisible() && window != m_main.get())
+        // The backup and restore window asks for this while it works.
+        if (window->isVisible() && window != m_main.get() && window != m_backupRestore)
             windows.append(window);
     }
     // Windows that belong to another one were opened after it.
@@ -116,7 +118,11 @@ void clsUIWindows::ShowError(ErrorIcon icon, const QString& message, const QStri
 
 bool clsUIWindows::ShowBackupRestore()
 {
-    return false;
+    frmBackupRestore window(DialogOwner());
+    m_backupRestore = &window;
+    window.exec();
+    m_backupRestore = nullptr;
+    return window.Completed();
 }
 
 void clsUIWindows::ShowHelp(int topic)

@@ -8,6 +8,7 @@
 #include <memory>
 
 class QWidget;
+class frmBackupRestore;
 class frmHelp;
 class frmMain;
 class frmSplash;
@@ -50,5 +51,6 @@ private:
     std::unique_ptr<frmMain> m_main;
     std::unique_ptr<frmSplash> m_splash;
     std::unique_ptr<frmHelp> m_help;
+    frmBackupRestore* m_backupRestore = nullptr; ///< while it is shown
     QString m_helpFile;
 };

@@ -16,7 +16,8 @@ using namespace Qt::Literals::StringLiterals;
 clsWindowParts::clsWindowParts(const clsPlatformParts& parts, clsDialogs* dialogs)
     : Windows([] { QCoreApplication::quit(); }),
       m_dialogs(modWidgets::MakeDialogs([this] { return Windows.DialogOwner(); }, &modIcons::BoxPicture)),
-      m_printer(modWidgets::MakePrinter()), m_browser(modWidgets::MakeBrowser())
+      m_printer(modWidgets::MakePrinter(parts.Bundle().Settings, [this] { return Windows.DialogOwner(); })),
+      m_browser(modWidgets::MakeBrowser())
 {
     // Boxes at the start and at the end have no window behind them, and are not the end of the program.
     QApplication::setQuitOnLastWindowClosed(false);

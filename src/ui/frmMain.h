@@ -2,6 +2,7 @@
 // The main window: the sites, the links of the selected one, the results log, and every command of the program.
 #pragma once
 
+#include "data/modDBFunctions.h"
 #include "data/modDataModel.h"
 #include "linktest/clsHTTP.h"
 #include "platform/clsDialogs.h"
@@ -97,6 +98,8 @@ private:
     // Lists (frmMainLists.cpp)
     void OpenLists();
     void SelectSiteNode(const QString& siteID);
+    /// Null when the list has no such site.
+    [[nodiscard]] QTreeWidgetItem* SiteNode(const QString& siteID) const;
     void SiteNodeChosen();
     [[nodiscard]] static QString SiteOf(const QTreeWidgetItem& node);
     [[nodiscard]] modDataModel::StatusBounds Bounds() const;
@@ -133,6 +136,12 @@ private:
     [[nodiscard]] bool HasSite() const;
     [[nodiscard]] bool HasLinks() const;
     void SaveLog();
+    void BackupRestore();
+    /// Compact or repair, then the restart. @param caption  of the restart's box.
+    void RewriteDatabase(const QString& caption,
+                         const std::function<modDBFunctions::Ending(const modDBFunctions::Progress&)>& rewrite);
+    /// The rows that could not be read while the file was closed.
+    void ReadAnew();
 
     // Commands on records (frmMainRecords.cpp)
     /// Brings the site list up to date and selects a site; another one when it is missing.
@@ -151,6 +160,7 @@ private:
     void UndoDelete();
     void SetEmail();
     void ChangeStatus();
+    void ImportLinks();
     void EditCategories();
     void CustomizeList();
     void SetOptions();

@@ -4,10 +4,13 @@
 
 #include "data/modDataModel.h"
 #include "linktest/modTestQueue.h"
+#include "log/clsStatusLog.h"
 #include "platform/clsDatabase.h"
 #include "platform/clsDisk.h"
+#include "platform/clsPrinter.h"
 #include "platform/clsWindows.h"
 #include "platform/modHelpTopics.h"
+#include "publish/modLinksPage.h"
 #include "shell/modCommonFunctions.h"
 #include "shell/modErrorHandler.h"
 #include "shell/modLater.h"
@@ -18,8 +21,10 @@
 #include "ui/clsLogo.h"
 #include "ui/clsResultsBox.h"
 #include "ui/clsRunProgress.h"
+#include "ui/frmExportOption.h"
 #include "ui/frmMainInside.h"
 #include "ui/frmSetTest.h"
+#include "ui/frmSiteReport.h"
 #include "ui/modMenus.h"
 
 #include <QAction>
@@ -96,6 +101,7 @@ void frmMain::ServicesMenuElement(int index)
         return;
     }
     Command("ServicesMenuElement_Click", [&] {
+        modBrambury::OpenDatabase();
         const bool needsSite = index == 0 || index == 1 || index == 2 || index == 5 || index == 7;
         if (needsSite && !HasSite()) {
             Tell(u"There are no sites available."_s);
@@ -109,13 +115,16 @@ void frmMain::ServicesMenuElement(int index)
         case 2:
             return TestLinks();
         case 4:
-            return TellLater(u"Importing links"_s);
+            return ImportLinks();
         case 5:
-            return TellLater(u"Exporting links"_s);
+            modIO::WriteLinksPage(*State().Database, State().CurrentSite,
+                                  [this] { return frmExportOption::Ask(this); });
+            return;
         case 7:
-            return TellLater(u"The site report"_s);
+            frmSiteReport(this).exec();
+            return;
         case 8:
-            return TellLater(u"Printer set-up"_s);
+            return Platform().Printer->SetUp();
         default:
             return;
         }
@@ -125,6 +134,7 @@ void frmMain::ServicesMenuElement(int index)
 void frmMain::SitesMenuElement(int index)
 {
     Command("SitesMenuElement_Click", [&] {
+        modBrambury::OpenDatabase();
         const bool needsSite = index == 1 || index == 2 || index == 3 || index == 5;
         if (needsSite && !HasSite()) {
             Tell(u"There are no sites available."_s);
@@ -150,6 +160,7 @@ void frmMain::SitesMenuElement(int index)
 void frmMain::LinkMenuElement(int index)
 {
     Command("LinkMenuElement_Click", [&] {
+        modBrambury::OpenDatabase();
         if (index == 0) {
             if (HasSite())
                 EditLink(clsLinks::NewLink);
@@ -192,16 +203,27 @@ void frmMain::LinkMenuElementSub(int index)
 
 void frmMain::ToolsMenuElement(int index)
 {
+    constexpr int backupRestore = 2; // the way out of a database that cannot be opened
     Command("ToolsMenuElement_Click", [&] {
+        if (index != backupRestore)
+            modBrambury::OpenDatabase();
         switch (index) {
         case 0:
             return TellLater(u"Editing e-mail templates"_s);
         case 2:
-            return TellLater(u"Backing up and restoring"_s);
+            return BackupRestore();
         case 3:
-            return TellLater(u"Repairing the database"_s);
+            return RewriteDatabase(u"Repair Completed"_s, [this](const modDBFunctions::Progress& progress) {
+                QStringList report;
+                const auto ending = modDBFunctions::Repairdatabase(progress, report);
+                clsStatusLog log(nullptr);
+                log.SetLogWindow(ResultsLog());
+                for (const QString& line : std::as_const(report))
+                    log.LogItem(line);
+                return ending;
+            });
         case 4:
-            return TellLater(u"Compacting the database"_s);
+            return RewriteDatabase(u"Compact Completed"_s, &modDBFunctions::Compactdatabase);
         case 6:
             return EditCategories();
         case 8:
@@ -318,6 +340,39 @@ void frmMain::TestLinks()
         return;
     guarded(Module, "TestLinks", [this] { FillLinkGrid(); });
     modErrorHandler::TellHiddenErrors();
+}
+
+void frmMain::BackupRestore()
+{
+    if (Platform().Windows->ShowBackupRestore())
+        modBrambury::RestartProgram(u"Backup/Restore Completed"_s);
+    else
+        ReadAnew();
+}
+
+void frmMain::RewriteDatabase(const QString& caption,
+                              const std::function<modDBFunctions::Ending(const modDBFunctions::Progress&)>& rewrite)
+{
+    State().StopFlag = false;
+    modErrorHandler::ForgetHiddenErrors();
+    const modDBFunctions::Ending ending = rewrite([this](int percent) {
+        if (!m_busy)
+            SetBusy(true);
+        RunProgress(percent, 100);
+        return !State().StopFlag;
+    });
+    if (m_busy)
+        SetBusy(false);
+    if (ending == modDBFunctions::Ending::Done)
+        return modBrambury::RestartProgram(caption);
+    ReadAnew();
+    modErrorHandler::TellHiddenErrors();
+}
+
+void frmMain::ReadAnew()
+{
+    if (State().Database && !State().Terminating && !State().SessionEnding)
+        FillLinkGrid();
 }
 
 void frmMain::StopRun()

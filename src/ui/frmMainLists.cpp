@@ -104,12 +104,19 @@ void frmMain::FillSiteList()
 void frmMain::SelectSiteNode(const QString& siteID)
 {
     const QSignalBlocker quiet(m_siteList);
+    if (QTreeWidgetItem* node = SiteNode(siteID))
+        m_siteList->setCurrentItem(node);
+    m_siteList->viewport()->update();
+}
+
+QTreeWidgetItem* frmMain::SiteNode(const QString& siteID) const
+{
     for (int i = 0; i < m_siteList->topLevelItemCount(); ++i) {
         QTreeWidgetItem* node = m_siteList->topLevelItem(i);
         if (SiteOf(*node).compare(siteID, Qt::CaseInsensitive) == 0)
-            m_siteList->setCurrentItem(node);
+            return node;
     }
-    m_siteList->viewport()->update();
+    return nullptr;
 }
 
 QString frmMain::SiteOf(const QTreeWidgetItem& node)
@@ -334,8 +341,9 @@ void frmMain::ShowPendingLink()
 
 void frmMain::ReportReadFailure()
 {
-    // During a run a lock is no news: the run waits for it, and reports it. At its end the rows are read anew.
-    if (m_busy)
+    // During a run a lock is no news: the run waits for it, and reports it. At its end the rows are read anew. Nor is it
+    // news that a database which is being copied or rewritten cannot be read.
+    if (m_busy || !State().Database)
         return;
     const clsInside inside(*this);
     guarded(Module, "gridLinkList_UnboundReadData", [this] { m_gridLinkList->Links().ReadFailedRows(); });

@@ -16,6 +16,7 @@
 #include "ui/clsSites.h"
 #include "ui/frmCategories.h"
 #include "ui/frmCustomizeGrid.h"
+#include "ui/frmImportWizard.h"
 #include "ui/frmMainInside.h"
 #include "ui/frmOptions.h"
 
@@ -23,6 +24,7 @@
 #include <QTreeWidget>
 
 using namespace Qt::Literals::StringLiterals;
+using modBrambury::Platform;
 using modBrambury::State;
 using modCommonFunctions::MsgBox;
 
@@ -69,7 +71,13 @@ void frmMain::EditSite()
 
 void frmMain::FollowSite(const QString& siteID)
 {
-    guarded(Module, "SiteProperties", [&] { LoadSite(siteID); });
+    guarded(Module, "SiteProperties", [&] {
+        // Another program may have added or renamed it since the list was filled.
+        if (SiteNode(siteID))
+            LoadSite(siteID);
+        else
+            ShowSite(siteID);
+    });
 }
 
 void frmMain::CopySite()
@@ -132,7 +140,9 @@ void frmMain::EditLink(qint64 linkID)
 {
     clsLinks links(*State().Database, this);
     const auto show = [this](qint64 id) { m_gridLinkList->MakeCurrent(id); };
+    std::vector<qint64> saved;
     connect(&links, &clsLinks::LinkSaved, this, [&](qint64 id, bool added) {
+        saved.push_back(id);
         guarded(Module, "LinkProperties", [&] {
             if (added) {
                 // A filter that is in the way would hide what has just been made.
@@ -145,7 +155,15 @@ void frmMain::EditLink(qint64 linkID)
     });
     connect(&links, &clsLinks::LinkShown, this, show);
     links.LinkProperties(linkID, Bounds());
-    UpdateCounter();
+    if (saved.empty() || State().Terminating)
+        return;
+    // Links that have left the view stay until here, so that they can be edited further.
+    const auto inView = m_linkQuery->OpenRecordset();
+    std::erase_if(saved, [&](qint64 id) { return inView->PositionOf(id) >= 0; });
+    if (saved.empty())
+        return UpdateCounter();
+    m_gridLinkList->RemoveLinks(saved);
+    FillLinkGrid();
 }
 
 void frmMain::DeleteLinks()
@@ -208,6 +226,13 @@ void frmMain::ChangeStatus()
         m_gridLinkList->RemoveLinks(chosen);
     FillLinkGrid();
     m_gridLinkList->Links().RefreshAll();
+}
+
+void frmMain::ImportLinks()
+{
+    frmImportWizard({Platform(), State().Database.get()}, this).exec();
+    if (HasSite() && !State().Terminating)
+        LoadSite(State().CurrentSite);
 }
 
 void frmMain::EditCategories()

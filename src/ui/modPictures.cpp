@@ -4,6 +4,8 @@
 
 #include "data/clsLinkRecord.h"
 #include "data/clsSiteRecord.h"
+#include "linktest/clsHTTPEngine.h"
+#include "platform/clsConnection.h"
 #include "platform/clsDatabase.h"
 #include "platform/clsDialogs.h"
 #include "platform/clsDisk.h"
@@ -17,22 +19,28 @@
 #include "ui/clsLinkGrid.h"
 #include "ui/clsPanes.h"
 #include "ui/clsWindowParts.h"
+#include "ui/frmBackupRestore.h"
 #include "ui/frmCategories.h"
 #include "ui/frmCustomizeGrid.h"
 #include "ui/frmErrorMessage.h"
+#include "ui/frmExportOption.h"
 #include "ui/frmHelp.h"
+#include "ui/frmImportWizard.h"
 #include "ui/frmLinks.h"
 #include "ui/frmMain.h"
 #include "ui/frmOptions.h"
 #include "ui/frmSelectionDialog.h"
 #include "ui/frmSetTest.h"
+#include "ui/frmSiteReport.h"
 #include "ui/frmSites.h"
 #include "ui/frmSplash.h"
 
 #include <QApplication>
 #include <QDir>
+#include <QLineEdit>
 #include <QProcess>
 #include <QPushButton>
+#include <QScopeGuard>
 #include <QTabWidget>
 #include <QTemporaryDir>
 #include <QTimer>
@@ -199,8 +207,92 @@ void TakeSmallDialogs(clsCamera& camera, clsLinkGrid& grid)
     TakePages(camera, options, {u"options"_s, u"options-defaults"_s, u"options-types"_s});
     frmSelectionDialog selection(u"Change Status"_s, state.StatusNames, modDataModel::Active);
     camera.Take(selection, u"selection"_s);
+    frmExportOption exportOption;
+    camera.Take(exportOption, u"export"_s);
+    frmSiteReport report;
+    camera.Take(report, u"report"_s);
     frmCustomizeGrid customize(grid);
     camera.Take(customize, u"customize"_s);
+    frmBackupRestore backupRestore;
+    camera.Take(backupRestore, u"backup"_s);
+}
+
+/// A page that is there without any server: the home pages of the sample's partners, and some more.
+class clsDrawnPage final : public clsHTTPEngine
+{
+public:
+    /// @param whileFetching  called in the middle of the fetch.
+    explicit clsDrawnPage(std::function<void()> whileFetching)
+        : clsHTTPEngine({.Resources = modBrambury::Platform().Resources,
+                         .EventLoop = modBrambury::Platform().EventLoop,
+                         .Clock = modBrambury::Platform().Clock,
+                         .Stopped = {},
+                         .DefaultLocalFile = {}}),
+          m_whileFetching(std::move(whileFetching))
+    {
+        const std::initializer_list<std::pair<const char16_t*, const char16_t*>> links{
+            {u"http://www.rosewood.localhost:28480/", u"Rosewood Nursery"},
+            {u"http://www.mosswalk.example/", u"Moss Walk \u2013 gardens in the shade"},
+            {u"http://www.kiln.localhost:28480/", u"Kiln & Kettle"},
+            {u"http://www.ferneryfriends.example/index.html", u"Friends of the Fernery"},
+            {u"http://www.plantings.localhost:28480/", u"Plantings"},
+            {u"http://www.heritage-apples.example/varieties/early.html?sort=name", u"Heritage apples, early ones"},
+            {u"javascript:print()", u"Print this page"},
+            {u"http://beeline.example/", u"Beeline"}};
+        std::vector<clsPageAddress> addresses;
+        QStringList texts;
+        for (const auto& [address, text] : links) {
+            addresses.push_back({QString::fromUtf16(address), QString::fromUtf16(address)});
+            texts << QString::fromUtf16(text);
+        }
+        m_links = clsPageList(std::move(addresses));
+        m_links.SetTexts(texts);
+    }
+    bool ConnectToServer(bool /*flag*/) override
+    {
+        m_whileFetching();
+        return true;
+    }
+    [[nodiscard]] const clsPageList& Hyperlinks() const override { return m_links; }
+
+private:
+    std::function<void()> m_whileFetching;
+    clsPageList m_links;
+};
+
+class clsDrawnConnection final : public clsConnection
+{
+public:
+    [[nodiscard]] bool Connected() const override { return true; }
+    bool Dial() override { return false; }
+    void HangUp() override {}
+};
+
+/// Every page of the wizard, the one of the harvest in its middle.
+void TakeWizard(clsCamera& camera)
+{
+    modBrambury::ProcessState& state = modBrambury::State();
+    clsDrawnConnection connection;
+    clsConnection* const before = std::exchange(state.Platform.Connection, &connection);
+    const auto restore = qScopeGuard([&] { state.Platform.Connection = before; });
+    frmImportWizard wizard({.Platform = state.Platform, .Database = state.Database.get(), .MakeEngine = [&] {
+                                return std::make_unique<clsDrawnPage>(
+                                    [&] { camera.Take(wizard, u"wizard-harvest"_s); });
+                            }});
+    wizard.findChild<QLineEdit*>(u"txtURL"_s)->setText(u"http://www.example.com/garden/links.html"_s);
+    camera.Take(wizard, u"wizard"_s);
+    wizard.next();
+    camera.Take(wizard, u"wizard-summary"_s);
+    wizard.next();
+    const auto listed = [&] { return wizard.currentId() == frmImportWizard::List; };
+    static_cast<void>(state.Platform.EventLoop->Wait(listed, std::chrono::seconds(30)));
+    wizard.findChild<QPushButton*>(u"SelectButton_2"_s)->click();
+    camera.Take(wizard, u"wizard-list"_s);
+    wizard.next();
+    camera.Take(wizard, u"wizard-result"_s);
+    if (wizard.currentId() != frmImportWizard::Result)
+        throw clsError(clsError::PermissionDenied, u"Could not take the wizard's pictures"_s, u"modWindow"_s);
+    wizard.hide();
 }
 
 /// The scale holds for a whole process, so the same pictures at the double scale take a second one.
@@ -240,6 +332,7 @@ int modWindow::RenderPictures(clsPlatformParts& parts, const QString& folder)
         camera.Take(setTest, u"settest"_s);
         TakeEditors(camera);
         TakeSmallDialogs(camera, *grid);
+        TakeWizard(camera);
         frmHelp help(
             clsHelpFile(modBrambury::Platform().Disk->ReadFile(modPlatformImpl::ShareFolder() + u"/Bramdat.hlp"_s)));
         help.ShowTopic(modHelpTopics::MainWindow);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Sites, links and categories kept by script: the real program changes real records, or says why not and changes none.
 #include "support/installation.h"
+#include "support/scripted_server.h"
 #include "support/table.h"
 
 #include <QFile>
@@ -98,6 +99,8 @@ private Q_SLOTS:
     void Refusals();
     void ExportComesBackUnharmed();
     void ImportOfASpreadsheet();
+    void HarvestTellsHowItEnded_data();
+    void HarvestTellsHowItEnded();
 };
 
 void tstRecordsCli::Sites()
@@ -300,6 +303,38 @@ void tstRecordsCli::ImportOfASpreadsheet()
     QCOMPARE(Column(table, u"Offers"_s).mid(1), (QStringList{u"0"_s, u"0"_s, u"0"_s}));
     const QString id = Column({u"categories"_s}, u"ID"_s).at(1);
     QCOMPARE(Column(table, u"CategoryID"_s), (QStringList{QString(), id, id, QString()}));
+}
+
+void tstRecordsCli::HarvestTellsHowItEnded_data()
+{
+    const testTable<QString, QStringList, int, QString, int> row;
+    const QString list = u"1. http://f.example/\tpartner of this site\n2. http://a.example/\n"_s;
+    const QStringList none;
+    row("listed", u"/p.html"_s, none, 0, list, 2);
+    row("added", u"/p.html"_s, {u"--add"_s, u"2,2"_s}, 0, list, 3);
+    row("all added", u"/p.html"_s, {u"--add"_s, u"all"_s}, 0, list, 4);
+    row("no such number", u"/p.html"_s, {u"--add"_s, u"1,3"_s}, 2, list, 2);
+    row("no number", u"/p.html"_s, {u"--add"_s, u"1,x"_s}, 2, {}, 2);
+    row("no address", u"p.html"_s, none, 2, {}, 2);
+    row("no page", u"/gone.html"_s, none, 3, {}, 2);
+    row("no links", u"/none.html"_s, none, 1, {}, 2);
+    row("no link left", u"/own.html"_s, {u"--add"_s, u"all"_s}, 1, {}, 2);
+}
+
+void tstRecordsCli::HarvestTellsHowItEnded()
+{
+    const auto [path, options, code, list, links] = testRow<QString, QStringList, int, QString, int>();
+    scriptedServer server;
+    server.Answer("/p.html", serverReply::Page("<a href=http://f.example/>F</a><a href=http://a.example/>A</a>"
+                                               "<a href=/own>B</a>"));
+    server.Answer("/own.html", serverReply::Page("<a href=/own>B</a>"));
+    server.Answer("/none.html", serverReply::Page("none"));
+    const QString url = path.startsWith(u'/') ? server.Url(path) : path;
+    const Outcome outcome = Run(QStringList{u"harvest"_s, u"Shop"_s, url} + options);
+    QCOMPARE(outcome.code, code);
+    QCOMPARE(outcome.out, list);
+    QCOMPARE(outcome.err.isEmpty(), code == 0 && options.isEmpty());
+    QCOMPARE(Column({u"links"_s}, u"ID"_s).size(), links);
 }
 
 QTEST_GUILESS_MAIN(tstRecordsCli)

@@ -119,6 +119,15 @@ void tst_sample::RunOverTheSample()
                                 .arg(link[u"Results"_s].toInt())));
         QVERIFY(link[u"TestQueue"_s].toInt() == 0);
     }
+    // The partners of one site offered to the other, which has some of them by other names.
+    const QString page = u"http://www.oldmill.localhost:28480/links.html"_s;
+    QCOMPARE(Run(home, {u"harvest"_s, u"Green Thumb Garden"_s, page, u"--add"_s, u"3,2"_s}, out), 0);
+    QCOMPARE(out.count('\n'), 8);
+    QVERIFY(out.startsWith("1. http://www.kiln.localhost:28480/\tpartner of Old Mill Pottery\n2. http://www.glazes."));
+    QCOMPARE(Run(home, {u"harvest"_s, u"Green Thumb Garden"_s, page, u"--keep-own-host"_s}, out), 0);
+    QVERIFY(out.startsWith("1. http://www.oldmill.localhost:28480/\n2. http://www.kiln."));
+    QCOMPARE(out.count("\tpartner of this site, partner of Old Mill Pottery\n"), 2);
+
     // Nothing is left to test.
     QCOMPARE(Run(home, {u"test"_s}, out), 0);
     QVERIFY(out.contains("There are no links selected for testing."));

@@ -311,6 +311,26 @@ private Q_SLOTS:
         QVERIFY(link.Move(Step::Previous) && link.LinkID() == ids[0]);
     }
 
+    void siteRenamedByAnotherProgram()
+    {
+        const qint64 id = clsTestInstallation::AddLink(Db(), u"Bakery"_s, u"mill"_s, {{u"HomePage"_s, u"http://a"_s}});
+        clsSiteRecord site(Db());
+        clsLinkRecord link(Db(), u"Bakery"_s, false);
+        clsLinkRecord newLink(Db(), u"Bakery"_s, false);
+        QVERIFY(site.Open(u"Bakery"_s) && link.Open(id, All) && newLink.OpenNew(All));
+        modSites::Rename(*m_other, u"Bakery"_s, u"Mill"_s);
+        for (clsRecordEditor* record : std::initializer_list<clsRecordEditor*>{&site, &link, &newLink}) {
+            for (const auto& field : {u"Title"_s, u"HomePage"_s, u"LinkPage"_s})
+                record->SetValue(field, u"http://b"_s);
+        }
+        QVERIFY(site.Save() == Saved::Yes && site.Name() == u"Mill"_s);
+        QVERIFY(link.Save() == Saved::Yes);
+        QCOMPARE(clsTestInstallation::LinkField(Db(), id, u"SiteName"_s).toString(), u"Mill"_s);
+        // It would belong to no site, and be seen nowhere.
+        QVERIFY(newLink.Save() == Saved::Failed && newLink.Changed());
+        QVERIFY(!m_windows.lastDetails.isEmpty());
+    }
+
     void resultsAndStamps()
     {
         QCOMPARE(clsLinkRecord::ResultsText(0) + clsLinkRecord::ResultsText(3), QString());

@@ -48,7 +48,18 @@ public:
     }
     void PrintLine(const QString& text) override { calls << u"line "_s + text; }
     void EndDoc() override { calls << u"end"_s; }
+    void SetFooter(const QString&) override {}
+    void PrintField(const QString&, const QString&) override {}
+    void StartTable(const std::vector<Column>&) override {}
+    void PrintRow(const QStringList&) override {}
+    void EndTable() override {}
+    void RestartPages() override {}
+    void CancelDoc() noexcept override {}
     void SetOutputFile(const QString&) override {}
+    bool Available() const override { return true; }
+    bool AskPrinter() override { return true; }
+    Choice Preview(const std::function<bool()>&) override { return Choice::Close; }
+    void SetUp() override {}
 };
 } // namespace
 

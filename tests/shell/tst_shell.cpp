@@ -202,15 +202,6 @@ private Q_SLOTS:
             QCOMPARE(f.settings.values[u"General"_s][u"LastBackup"_s], u"2026-01-05 15:07:09"_s);
             QCOMPARE(f.engine.closed, 1);
         }
-        { // a version without the backup window says so and closes
-            shellFixture f;
-            modBrambury::LoadProgramSettings();
-            f.windows.onBackup = [] { return false; };
-            f.dialogs.Expect(NoBackups + BackupNow, Answer::Yes);
-            f.dialogs.Expect(u"Backing up comes with a later version of Brambury."_s);
-            modBrambury::EndProgram();
-            QVERIFY(!f.settings.values.isEmpty());
-        }
         { // one failing step does not keep the others from closing
             shellFixture f;
             f.MakeDatabaseFile();

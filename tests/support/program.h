@@ -3,6 +3,7 @@
 // and HTTP control; scripted clock, boxes, windows, connection and sound.
 #pragma once
 
+#include "platform/clsDatabaseFiles.h"
 #include "platform/clsDisk.h"
 #include "platform/frmResources.h"
 #include "platform/impl/modPlatformImpl.h"
@@ -19,6 +20,7 @@ public:
         modBrambury::ProcessState& state = modBrambury::State();
         state = {};
         state.Platform = {.DBEngine = engine.get(),
+                          .DatabaseFiles = databaseFiles.get(),
                           .Settings = &settings,
                           .EventLoop = eventLoop.get(),
                           .Clock = &clock,
@@ -53,5 +55,6 @@ public:
     const std::unique_ptr<clsDBEngine> engine = modPlatformImpl::MakeDBEngine();
     const std::unique_ptr<clsDisk> disk = modPlatformImpl::MakeDisk();
     const std::unique_ptr<clsEventLoop> eventLoop = modPlatformImpl::MakeEventLoop();
+    const std::unique_ptr<clsDatabaseFiles> databaseFiles = modPlatformImpl::MakeDatabaseFiles(*eventLoop, *disk);
     frmResources resources{modPlatformImpl::MakeHTTPControl(*disk), nullptr, nullptr};
 };

@@ -1,97 +1,19 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/scripted_server.h"
 
-#include <QHash>
-#include <QMutex>
-#include <QSemaphore>
 #include <QSslCertificate>
 #include <QSslConfiguration>
 #include <QSslKey>
 #include <QSslServer>
 #include <QTcpServer>
 #include <QTcpSocket>
-#include <QThread>
 #include <QTimer>
+#include <QtEndian>
+#include <algorithm>
 #include <sys/socket.h>
 #include <zlib.h>
 
 using namespace Qt::Literals::StringLiterals;
-
-serverReply serverReply::Page(const QByteArray& body, const QByteArray& headers, const QByteArray& status)
-{
-    return Bytes("HTTP/1.1 " + status + "\r\n" + headers + "Content-Length: " + QByteArray::number(body.size()) +
-                 "\r\n\r\n" + body);
-}
-
-serverReply serverReply::Redirect(const QByteArray& location, const QByteArray& status)
-{
-    return Page({}, "Location: " + location + "\r\n", status);
-}
-
-serverReply& serverReply::After(std::chrono::milliseconds wait)
-{
-    m_steps.prepend({Kind::Pause, {}, wait});
-    return *this;
-}
-
-serverReply& serverReply::Send(const QByteArray& bytes)
-{
-    m_steps.append({Kind::Send, bytes});
-    return *this;
-}
-
-serverReply& serverReply::Pause(std::chrono::milliseconds wait)
-{
-    m_steps.append({Kind::Pause, {}, wait});
-    return *this;
-}
-
-serverReply& serverReply::Drip(const QByteArray& bytes, int piece, std::chrono::milliseconds wait)
-{
-    for (qsizetype at = 0; at < bytes.size(); at += piece)
-        Pause(wait).Send(bytes.mid(at, piece));
-    return *this;
-}
-
-serverReply& serverReply::Endless(const QByteArray& bytes)
-{
-    m_steps.append({Kind::Endless, bytes});
-    return *this;
-}
-
-serverReply& serverReply::Silent()
-{
-    m_steps.append({Kind::Silent, {}});
-    return *this;
-}
-
-serverReply& serverReply::Close()
-{
-    m_steps.append({Kind::Close, {}});
-    return *this;
-}
-
-serverReply& serverReply::Reset()
-{
-    m_steps.append({Kind::Reset, {}});
-    return *this;
-}
-
-struct scriptedServer::Shared
-{
-    mutable QMutex mutex;
-    QHash<QByteArray, serverReply> answers;
-    Handler others;
-    serverReply greeting;
-    QList<serverRequest> requests;
-    int connections = 0;
-    int open = 0;
-    int answering = 0;
-    int peak = 0;
-    quint16 port = 0;
-    QString host;
-    bool tls = false;
-};
 
 /// One accepted connection; deletes itself with its socket.
 class scriptedConnection : public QObject
@@ -108,8 +30,12 @@ public:
         }
         m_wait.setSingleShot(true);
         m_wait.setTimerType(Qt::PreciseTimer);
-        connect(&m_wait, &QTimer::timeout, this, [this] { Go(); });
-        connect(socket, &QTcpSocket::readyRead, this, [this] { Read(); });
+        m_wait.callOnTimeout(this, [this] { Go(); });
+        connect(socket, &QTcpSocket::readyRead, this, [this] {
+            m_input += m_socket->readAll();
+            if (!m_busy)
+                NextRequest();
+        });
         connect(socket, &QTcpSocket::bytesWritten, this, [this] { Feed(); });
         connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
         Go();
@@ -118,52 +44,38 @@ public:
     {
         const QMutexLocker lock(&m_shared->mutex);
         --m_shared->open;
-        if (m_answering)
-            --m_shared->answering;
+        m_shared->answering -= m_answering ? 1 : 0;
     }
 
 private:
-    void Read()
-    {
-        m_input += m_socket->readAll();
-        if (!m_busy)
-            NextRequest();
-    }
-
     void NextRequest()
     {
         const qsizetype end = m_input.indexOf("\r\n\r\n");
         if (end < 0)
             return;
         serverRequest request;
+        request.connection = m_number;
         request.raw = m_input.left(end + 4);
         m_input.remove(0, end + 4);
-        const QList<QByteArray> words = request.raw.left(request.raw.indexOf("\r\n")).split(' ');
-        request.method = words.value(0);
-        request.target = words.value(1);
-        request.connection = m_number;
-        for (const QByteArray& line : request.raw.split('\n')) {
+        const QList<QByteArray> lines = request.raw.split('\n');
+        request.method = lines[0].split(' ').value(0);
+        request.target = lines[0].trimmed().split(' ').value(1);
+        for (const QByteArray& line : lines) {
             if (line.toLower().startsWith("host:"))
                 request.host = line.mid(5).trimmed();
         }
         scriptedServer::Handler others;
-        bool known = false;
         {
             const QMutexLocker lock(&m_shared->mutex);
             m_shared->requests.append(request);
             m_answering = true;
             m_shared->peak = qMax(m_shared->peak, ++m_shared->answering);
-            const auto answer = m_shared->answers.constFind(request.target);
-            known = answer != m_shared->answers.cend();
-            if (known)
-                m_steps = answer->m_steps;
-            else
+            m_steps = m_shared->answers.value(request.target).m_steps;
+            if (!m_shared->answers.contains(request.target))
                 others = m_shared->others;
         }
-        if (!known)
-            m_steps =
-                (others ? others(request) : serverReply::Page("gone", "Content-Type: text/plain\r\n", "404 Not Found"))
-                    .m_steps;
+        if (others)
+            m_steps = others(request).m_steps;
         Go();
     }
 
@@ -177,34 +89,28 @@ private:
                 m_socket->write(step.bytes);
                 break;
             case serverReply::Kind::Pause:
-                m_wait.start(step.wait);
-                return;
+                return m_wait.start(step.wait);
             case serverReply::Kind::Endless:
                 m_endless = step.bytes;
-                Feed();
-                return;
+                return Feed();
             case serverReply::Kind::Silent:
                 return;
             case serverReply::Kind::Close:
-                m_socket->disconnectFromHost();
-                return;
+                return m_socket->disconnectFromHost();
             case serverReply::Kind::Reset: {
                 m_socket->flush();
                 const linger now{1, 0};
                 setsockopt(static_cast<int>(m_socket->socketDescriptor()), SOL_SOCKET, SO_LINGER, &now, sizeof now);
-                m_socket->abort();
-                return;
+                return m_socket->abort();
             }
             }
         }
         m_busy = false;
-        if (m_answering) {
+        if (std::exchange(m_answering, false)) {
             const QMutexLocker lock(&m_shared->mutex);
             --m_shared->answering;
-            m_answering = false;
         }
-        if (!m_input.isEmpty())
-            NextRequest();
+        NextRequest();
     }
 
     void Feed()
@@ -225,35 +131,19 @@ private:
     bool m_answering = false;
 };
 
-struct scriptedServer::Running
-{
-    QThread thread;
-    QObject home; ///< lives in the thread; owns the listening socket and with it every connection
-};
-
-scriptedServer::scriptedServer() : scriptedServer(Options()) {}
-
 scriptedServer::scriptedServer(const Options& options)
-    : m_shared(std::make_shared<Shared>()), m_running(std::make_unique<Running>())
 {
-    m_shared->tls = !options.certificate.isEmpty();
-    m_shared->host = options.address.protocol() == QAbstractSocket::IPv6Protocol ? u"[%1]"_s : u"%1"_s;
-    m_shared->host = m_shared->host.arg(
-        options.address == QHostAddress(QHostAddress::Any) ? u"127.0.0.1"_s : options.address.toString());
-    m_running->home.moveToThread(&m_running->thread);
-    m_running->thread.start();
-    const auto listen = [this, options] {
-        QTcpServer* server = nullptr;
-        if (m_shared->tls) {
-            auto* tls = new QSslServer(&m_running->home);
+    m_home.moveToThread(&m_thread);
+    m_thread.start();
+    const bool tls = !options.certificate.isEmpty();
+    const auto listen = [&] {
+        QTcpServer* server = tls ? new QSslServer(&m_home) : new QTcpServer(&m_home);
+        if (tls) {
             QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
             configuration.setLocalCertificate(QSslCertificate(options.certificate));
             configuration.setPrivateKey(QSslKey(options.key, QSsl::Rsa));
             configuration.setPeerVerifyMode(QSslSocket::VerifyNone);
-            tls->setSslConfiguration(configuration);
-            server = tls;
-        } else {
-            server = new QTcpServer(&m_running->home);
+            static_cast<QSslServer*>(server)->setSslConfiguration(configuration);
         }
         server->setListenBacklogSize(1024);
         QObject::connect(server, &QTcpServer::pendingConnectionAvailable, server, [this, server] {
@@ -264,114 +154,50 @@ scriptedServer::scriptedServer(const Options& options)
         });
         if (!server->listen(options.address, options.port))
             qFatal("the scripted server cannot listen: %s", qPrintable(server->errorString()));
-        m_shared->port = server->serverPort();
+        m_port = server->serverPort();
     };
-    QMetaObject::invokeMethod(&m_running->home, listen, Qt::BlockingQueuedConnection);
+    QMetaObject::invokeMethod(&m_home, listen, Qt::BlockingQueuedConnection);
+    const bool any = options.address == QHostAddress(QHostAddress::Any);
+    const QString host = any ? u"127.0.0.1"_s : options.address.toString();
+    m_root =
+        u"%1://%2:%3"_s.arg(tls ? u"https"_s : u"http"_s, host.contains(u':') ? u"[%1]"_s.arg(host) : host).arg(m_port);
 }
 
 scriptedServer::~scriptedServer()
 {
-    const auto end = [this] { qDeleteAll(m_running->home.findChildren<QTcpServer*>()); };
-    QMetaObject::invokeMethod(&m_running->home, end, Qt::BlockingQueuedConnection);
-    m_running->thread.quit();
-    m_running->thread.wait();
-}
-
-quint16 scriptedServer::Port() const
-{
-    return m_shared->port;
-}
-
-QString scriptedServer::Url(const QString& path) const
-{
-    return u"%1://%2:%3%4"_s.arg(m_shared->tls ? u"https"_s : u"http"_s, m_shared->host, QString::number(Port()), path);
-}
-
-void scriptedServer::Answer(const QByteArray& target, const serverReply& reply)
-{
-    const QMutexLocker lock(&m_shared->mutex);
-    m_shared->answers.insert(target, reply);
-}
-
-void scriptedServer::AnswerOthers(Handler handler)
-{
-    const QMutexLocker lock(&m_shared->mutex);
-    m_shared->others = std::move(handler);
-}
-
-void scriptedServer::Greet(const serverReply& greeting)
-{
-    const QMutexLocker lock(&m_shared->mutex);
-    m_shared->greeting = greeting;
-}
-
-QList<serverRequest> scriptedServer::Requests() const
-{
-    const QMutexLocker lock(&m_shared->mutex);
-    return m_shared->requests;
+    const auto end = [this] { qDeleteAll(m_home.findChildren<QTcpServer*>()); };
+    QMetaObject::invokeMethod(&m_home, end, Qt::BlockingQueuedConnection);
+    m_thread.quit();
+    m_thread.wait();
 }
 
 int scriptedServer::Count(const QByteArray& target) const
 {
-    const QMutexLocker lock(&m_shared->mutex);
-    return static_cast<int>(std::count_if(m_shared->requests.cbegin(), m_shared->requests.cend(),
-                                          [&](const serverRequest& r) { return r.target == target; }));
-}
-
-int scriptedServer::Connections() const
-{
-    const QMutexLocker lock(&m_shared->mutex);
-    return m_shared->connections;
-}
-
-int scriptedServer::OpenConnections() const
-{
-    const QMutexLocker lock(&m_shared->mutex);
-    return m_shared->open;
-}
-
-int scriptedServer::PeakRequests() const
-{
-    const QMutexLocker lock(&m_shared->mutex);
-    return m_shared->peak;
+    const QList<serverRequest> requests = Requests();
+    return static_cast<int>(std::ranges::count(requests, target, &serverRequest::target));
 }
 
 void scriptedServer::Forget()
 {
-    const QMutexLocker lock(&m_shared->mutex);
-    m_shared->requests.clear();
-    m_shared->connections = 0;
-    m_shared->peak = 0;
+    const Access shared = Locked();
+    shared->requests.clear();
+    shared->connections = 0;
+    shared->peak = 0;
 }
-
-namespace
-{
-QByteArray Deflated(const QByteArray& plain, int windowBits)
-{
-    z_stream stream{};
-    deflateInit2(&stream, Z_BEST_COMPRESSION, Z_DEFLATED, windowBits, 8, Z_DEFAULT_STRATEGY);
-    QByteArray packed(static_cast<qsizetype>(deflateBound(&stream, static_cast<uLong>(plain.size()))),
-                      Qt::Uninitialized);
-    QByteArray input = plain;
-    stream.next_in = reinterpret_cast<Bytef*>(input.data());
-    stream.avail_in = static_cast<uInt>(input.size());
-    stream.next_out = reinterpret_cast<Bytef*>(packed.data());
-    stream.avail_out = static_cast<uInt>(packed.size());
-    deflate(&stream, Z_FINISH);
-    packed.truncate(static_cast<qsizetype>(stream.total_out));
-    deflateEnd(&stream);
-    return packed;
-}
-} // namespace
 
 QByteArray serverBody::Gzip(const QByteArray& plain)
 {
-    return Deflated(plain, MAX_WBITS + 16);
+    const auto size = static_cast<quint32>(plain.size());
+    const auto sum = static_cast<quint32>(crc32(0, reinterpret_cast<const Bytef*>(plain.data()), size));
+    const quint32 end[] = {qToLittleEndian(sum), qToLittleEndian(size)};
+    return QByteArray("\x1F\x8B\x08\0\0\0\0\0\0\3", 10) + Deflate(plain, true) +
+           QByteArray(reinterpret_cast<const char*>(end), sizeof end);
 }
 
 QByteArray serverBody::Deflate(const QByteArray& plain, bool raw)
 {
-    return Deflated(plain, raw ? -MAX_WBITS : MAX_WBITS);
+    const QByteArray packed = qCompress(plain, 9).sliced(4); // what Qt puts before the zlib wrapping
+    return raw ? packed.sliced(2, packed.size() - 6) : packed;
 }
 
 QByteArray serverBody::Chunked(const QByteArray& body, int piece)

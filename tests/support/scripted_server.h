@@ -3,9 +3,12 @@
 #pragma once
 
 #include <QByteArray>
+#include <QHash>
 #include <QHostAddress>
 #include <QList>
+#include <QMutex>
 #include <QString>
+#include <QThread>
 #include <chrono>
 #include <functional>
 #include <memory>
@@ -27,25 +30,37 @@ class serverReply
 public:
     /// A whole answer with a right Content-Length. `headers` are further lines, each ended by CR LF.
     static serverReply Page(const QByteArray& body, const QByteArray& headers = "Content-Type: text/html\r\n",
-                            const QByteArray& status = "200 OK");
-    static serverReply Redirect(const QByteArray& location, const QByteArray& status = "302 Found");
+                            const QByteArray& status = "200 OK")
+    {
+        return Bytes("HTTP/1.1 " + status + "\r\n" + headers + "Content-Length: " + QByteArray::number(body.size()) +
+                     "\r\n\r\n" + body);
+    }
+    static serverReply Redirect(const QByteArray& location, const QByteArray& status = "302 Found")
+    {
+        return Page({}, "Location: " + location + "\r\n", status);
+    }
     /// An answer that starts with these bytes, whatever they are.
     static serverReply Bytes(const QByteArray& bytes) { return serverReply().Send(bytes); }
 
     /// Puts a wait before everything else.
-    serverReply& After(std::chrono::milliseconds wait);
-    serverReply& Send(const QByteArray& bytes);
-    serverReply& Pause(std::chrono::milliseconds wait);
+    serverReply& After(std::chrono::milliseconds wait) { return Put(0, {Kind::Pause, {}, wait}); }
+    serverReply& Send(const QByteArray& bytes) { return Add({Kind::Send, bytes}); }
+    serverReply& Pause(std::chrono::milliseconds wait) { return Add({Kind::Pause, {}, wait}); }
     /// `piece` bytes at a time, with a wait before each.
-    serverReply& Drip(const QByteArray& bytes, int piece, std::chrono::milliseconds wait);
+    serverReply& Drip(const QByteArray& bytes, int piece, std::chrono::milliseconds wait)
+    {
+        for (qsizetype at = 0; at < bytes.size(); at += piece)
+            Pause(wait).Send(bytes.mid(at, piece));
+        return *this;
+    }
     /// These bytes for ever, as fast as the other side takes them.
-    serverReply& Endless(const QByteArray& bytes);
+    serverReply& Endless(const QByteArray& bytes) { return Add({Kind::Endless, bytes}); }
     /// Nothing more, connection left open.
-    serverReply& Silent();
+    serverReply& Silent() { return Add({Kind::Silent, {}}); }
     /// Ends the connection in an orderly way, once everything was sent.
-    serverReply& Close();
+    serverReply& Close() { return Add({Kind::Close, {}}); }
     /// Ends the connection with a reset.
-    serverReply& Reset();
+    serverReply& Reset() { return Add({Kind::Reset, {}}); }
 
 private:
     friend class scriptedConnection;
@@ -64,6 +79,12 @@ private:
         QByteArray bytes;
         std::chrono::milliseconds wait{0};
     };
+    serverReply& Put(qsizetype place, const Step& step)
+    {
+        m_steps.insert(place, step);
+        return *this;
+    }
+    serverReply& Add(const Step& step) { return Put(m_steps.size(), step); }
     QList<Step> m_steps;
 };
 
@@ -81,37 +102,62 @@ public:
         QByteArray key;         ///< PEM, RSA
     };
 
-    scriptedServer();
+    scriptedServer() : scriptedServer(Options()) {}
     explicit scriptedServer(const Options& options);
     ~scriptedServer();
     scriptedServer(const scriptedServer&) = delete;
     scriptedServer& operator=(const scriptedServer&) = delete;
 
-    [[nodiscard]] quint16 Port() const;
+    [[nodiscard]] quint16 Port() const { return m_port; }
     /// Address of a path ("/x") on this server, its host as a number.
-    [[nodiscard]] QString Url(const QString& path = QStringLiteral("/")) const;
+    [[nodiscard]] QString Url(const QString& path = QStringLiteral("/")) const { return m_root + path; }
 
     /// The answer to this request target; others get a 404.
-    void Answer(const QByteArray& target, const serverReply& reply);
+    void Answer(const QByteArray& target, const serverReply& reply) { Locked()->answers.insert(target, reply); }
     /// Asked (in the server's thread) for targets without an answer of their own.
-    void AnswerOthers(Handler handler);
+    void AnswerOthers(const Handler& handler) { Locked()->others = handler; }
     /// What happens to each new connection before its first request.
-    void Greet(const serverReply& greeting);
+    void Greet(const serverReply& greeting) { Locked()->greeting = greeting; }
 
-    [[nodiscard]] QList<serverRequest> Requests() const;
+    [[nodiscard]] QList<serverRequest> Requests() const { return Locked()->requests; }
     /// How many requests named this target.
     [[nodiscard]] int Count(const QByteArray& target) const;
-    [[nodiscard]] int Connections() const;     ///< accepted so far
-    [[nodiscard]] int OpenConnections() const; ///< at this moment
-    [[nodiscard]] int PeakRequests() const;    ///< most requests being answered at one moment
-    void Forget();                             ///< empties the records, keeps the answers
-
-    struct Shared;
+    [[nodiscard]] int Connections() const { return Locked()->connections; } ///< accepted so far
+    [[nodiscard]] int OpenConnections() const { return Locked()->open; }    ///< at this moment
+    [[nodiscard]] int PeakRequests() const { return Locked()->peak; }       ///< most being answered at one moment
+    void Forget();                                                          ///< empties the records, keeps the answers
 
 private:
-    std::shared_ptr<Shared> m_shared;
-    struct Running;
-    std::unique_ptr<Running> m_running;
+    friend class scriptedConnection;
+    /// What the test's thread and the server's thread both use.
+    struct Shared
+    {
+        QMutex mutex;
+        QHash<QByteArray, serverReply> answers;
+        Handler others = [](const serverRequest&) {
+            return serverReply::Page("gone", "Content-Type: text/plain\r\n", "404 Not Found");
+        };
+        serverReply greeting;
+        QList<serverRequest> requests;
+        int connections = 0;
+        int open = 0;
+        int answering = 0;
+        int peak = 0;
+    };
+    /// The shared values, locked as long as this lives: to the end of the statement.
+    struct Access
+    {
+        Shared* shared;
+        QMutexLocker<QMutex> lock{&shared->mutex};
+        Shared* operator->() const { return shared; }
+    };
+    [[nodiscard]] Access Locked() const { return Access{m_shared.get()}; }
+
+    std::shared_ptr<Shared> m_shared = std::make_shared<Shared>();
+    QThread m_thread;
+    QObject m_home; ///< lives in the thread; owns the listening socket and with it every connection
+    quint16 m_port = 0;
+    QString m_root;
 };
 
 namespace serverBody

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "platform/clsBrowser.h"
+#include "platform/clsDatabaseFiles.h"
 #include "platform/clsDisk.h"
 #include "platform/clsPrinter.h"
 #include "platform/frmResources.h"
@@ -36,9 +37,20 @@ public:
     QStringList lines;
     void StartDoc(const QString&, int, int) override {}
     void SetFont(const QString&, double, bool) override {}
+    void SetFooter(const QString&) override {}
     void PrintLine(const QString& text) override { lines << text; }
+    void PrintField(const QString& label, const QString& value) override { lines << label + value; }
+    void StartTable(const std::vector<Column>&) override {}
+    void PrintRow(const QStringList& cells) override { lines << cells.join(u'|'); }
+    void EndTable() override {}
+    void RestartPages() override {}
     void EndDoc() override {}
+    void CancelDoc() noexcept override {}
     void SetOutputFile(const QString&) override {}
+    bool Available() const override { return true; }
+    bool AskPrinter() override { return true; }
+    Choice Preview(const std::function<bool()>&) override { return Choice::Print; }
+    void SetUp() override {}
 };
 
 /// One at a time. The program stands as after its start, and is not loaded yet: Open() does that.
@@ -49,6 +61,7 @@ public:
     {
         modBrambury::State() = {};
         modBrambury::State().Platform = {.DBEngine = engine.get(),
+                                         .DatabaseFiles = databaseFiles.get(),
                                          .Settings = &settings,
                                          .EventLoop = eventLoop.get(),
                                          .Clock = clock.get(),
@@ -147,5 +160,6 @@ public:
     const std::unique_ptr<clsDBEngine> engine = modPlatformImpl::MakeDBEngine();
     const std::unique_ptr<clsDisk> disk = modPlatformImpl::MakeDisk();
     const std::unique_ptr<clsEventLoop> eventLoop = modPlatformImpl::MakeEventLoop();
+    const std::unique_ptr<clsDatabaseFiles> databaseFiles = modPlatformImpl::MakeDatabaseFiles(*eventLoop, *disk);
     frmResources resources{modPlatformImpl::MakeHTTPControl(*disk), nullptr, nullptr};
 };

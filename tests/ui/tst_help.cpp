@@ -3,6 +3,7 @@
 #include "main_window_fixture.h"
 #include "platform/clsSpelling.h"
 #include "platform/modHelpTopics.h"
+#include "support/table.h"
 #include "ui/clsHelpFile.h"
 #include "ui/frmHelp.h"
 #include "ui/frmSetTest.h"
@@ -51,16 +52,18 @@ QStringList entriesShown(const frmHelp& help)
     return titles;
 }
 
-/// Types as the keyboard does: a window that is blocked gets nothing of it.
-void typeInto(QWidget& window, const QString& text)
+/// Types as the keyboard does: a window that is blocked gets nothing of it. @return what then stands in the search box
+QString typed(frmHelp& help, const QString& text)
 {
-    window.activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(&window));
-    QTest::mouseClick(window.windowHandle(), Qt::LeftButton, {},
-                      window.findChild<QLineEdit*>()->mapTo(&window, QPoint(20, 10)));
-    QTest::keyClick(window.windowHandle(), Qt::Key_End);
+    auto* box = help.findChild<QLineEdit*>();
+    help.activateWindow();
+    if (!QTest::qWaitForWindowActive(&help))
+        return u"(the window is not active)"_s;
+    QTest::mouseClick(help.windowHandle(), Qt::LeftButton, {}, box->mapTo(&help, QPoint(20, 10)));
+    QTest::keyClick(help.windowHandle(), Qt::Key_End);
     for (const QChar letter : text)
-        QTest::keyClick(window.windowHandle(), letter.toLatin1());
+        QTest::keyClick(help.windowHandle(), letter.toLatin1());
+    return box->text();
 }
 
 /// Runs `act` once `dialog` is shown by its exec(), then closes it.
@@ -114,7 +117,7 @@ private Q_SLOTS:
         using namespace modHelpTopics;
         for (const int topic : {int{MainWindow}, int{UsingHelp}, int{Search}, int{SiteProperties}, int{LinkProperties},
                                 int{Categories}, int{ProgramOptions}, int{CustomizeLinkList}, int{Selection}, 107, 112,
-                                202, int{TestingLinks}, int{ResultsLog}, 313})
+                                115, 202, int{TestingLinks}, int{ResultsLog}, 313})
             QVERIFY2(topics.contains(topic), qPrintable(QString::number(topic)));
     }
 
@@ -126,10 +129,10 @@ private Q_SLOTS:
         program.Fill();
         program.disk->WriteFile(program.installation.Folder() + u"/Bramdat.hlp"_s, shipped());
         program.Open();
-        QCOMPARE(spelling.lexicons.affixes, program.installation.Folder() + u"/ssceam.tlx"_s);
-        QCOMPARE(spelling.lexicons.dictionary, program.installation.Folder() + u"/ssceam2.clx"_s);
-        QCOMPARE(spelling.lexicons.userWords, program.installation.Folder() + u"/bramdat.tlx"_s);
-        QCOMPARE(spelling.lexicons.corrections, program.installation.Folder() + u"/correct.tlx"_s);
+        const auto& [affixes, dictionary, userWords, corrections] = spelling.lexicons;
+        const QString lists = QStringList{affixes, dictionary, userWords, corrections}.join(u' ');
+        QCOMPARE(lists,
+                 u"%1/ssceam.tlx %1/ssceam2.clx %1/bramdat.tlx %1/correct.tlx"_s.arg(program.installation.Folder()));
 
         program.Trigger(u"HelpMenuElement_0"_s);
         QVERIFY(helpWindow());
@@ -151,17 +154,16 @@ private Q_SLOTS:
 
     void missingOrDamagedFileIsSaidOnce_data()
     {
-        QTest::addColumn<QByteArray>("content");
-        QTest::newRow("missing") << QByteArray();
-        QTest::newRow("empty") << QByteArray("");
-        QTest::newRow("cut off") << shipped().left(shipped().size() / 2);
-        QTest::newRow("something else") << QByteArray("<html><head><title>Not found</title></head></html>");
-        QTest::newRow("no pages") << QByteArray("<help></help>");
-        QTest::newRow("bytes") << QByteArray(2000, '\xfe');
+        const testTable<QByteArray> row;
+        row("missing", {});
+        row("empty", "");
+        row("cut off", shipped().left(shipped().size() / 2));
+        row("something else", "<html><head><title>Not found</title></head></html>");
+        row("bytes", QByteArray(2000, '\xfe'));
     }
     void missingOrDamagedFileIsSaidOnce()
     {
-        QFETCH(QByteArray, content);
+        const auto [content] = testRow<QByteArray>();
         clsTestWindow program;
         const QString path = program.installation.Folder() + u"/Bramdat.hlp"_s;
         if (!content.isNull())
@@ -190,20 +192,15 @@ private Q_SLOTS:
                 dialog.findChild<QPushButton*>(u"buttonLinks_3"_s)->click();
                 QVERIFY(helpWindow());
                 QCOMPARE(pageShown(*helpWindow()), u"topic:112"_s);
-                typeInto(*helpWindow(), u"tag"_s);
-                QCOMPARE(helpWindow()->findChild<QLineEdit*>()->text(), u"tag"_s);
+                QCOMPARE(typed(*helpWindow(), u"tag"_s), u"tag"_s);
                 QVERIFY(dialog.isVisible());
             });
         }
         // It outlives the dialog, and a dialog that comes later does not block it either.
         QVERIFY(helpWindow());
-        typeInto(*helpWindow(), u"s"_s);
-        QCOMPARE(helpWindow()->findChild<QLineEdit*>()->text(), u"tags"_s);
+        QCOMPARE(typed(*helpWindow(), u"s"_s), u"tags"_s);
         frmSetTest second(&window);
-        duringDialog(second, [&] {
-            typeInto(*helpWindow(), u" x"_s);
-            QCOMPARE(helpWindow()->findChild<QLineEdit*>()->text(), u"tags x"_s);
-        });
+        duringDialog(second, [&] { QCOMPARE(typed(*helpWindow(), u" x"_s), u"tags x"_s); });
     }
 
     void searchAndSteps()

@@ -7,6 +7,7 @@
 #include "support/table.h"
 
 #include <QApplication>
+#include <QComboBox>
 #include <QDialog>
 #include <QLineEdit>
 #include <QListWidget>
@@ -148,6 +149,20 @@ private Q_SLOTS:
         QCOMPARE(Names(), QStringList{u"Shop"_s});
         QCOMPARE(Program().Window().windowTitle(), Caption.arg(u"Shop"_s));
         QCOMPARE(State().CurrentSite, u"Shop"_s);
+    }
+
+    void siteOfAnotherProgram()
+    {
+        Program().Fill();
+        Open();
+        clsTestInstallation::AddSite(*Program().opened, u"Zoo"_s);
+        Then([&](QDialog& dialog) {
+            Press(dialog, u"buttonSites_1"_s);
+            Press(dialog, u"buttonSites_3"_s);
+        });
+        Trigger(u"SitesMenuElement_1"_s);
+        QCOMPARE(Names(), (QStringList{u"Shop"_s, u"Zoo"_s}));
+        QCOMPARE(Program().Window().windowTitle(), Caption.arg(u"Zoo"_s));
     }
 
     void copyTwiceAndDelete()
@@ -305,6 +320,19 @@ private Q_SLOTS:
         QTest::keyClick(&grid, Qt::Key_Insert);
         QCOMPARE(Program().Counter(), u"[ 7 link(s) in current view ]"_s);
         QCOMPARE(grid.currentIndex().siblingAtColumn(clsLinkModel::Title).data().toString(), u"Bakery!"_s);
+
+        // A link that leaves the view does so when its editor closes: from there it could not be found again.
+        Program().Find<QTabBar>(u"LinksTab"_s).setCurrentIndex(1);
+        const qint64 next = grid.Links().LinkAt(1);
+        grid.MakeCurrent(grid.Links().LinkAt(0));
+        const int before = grid.Links().rowCount();
+        Then([&](QDialog& dialog) {
+            dialog.findChild<QComboBox*>(u"comboStatus"_s)->setCurrentIndex(3);
+            write(dialog, u"Broken"_s);
+        });
+        QTest::keyClick(&grid, Qt::Key_Return);
+        QCOMPARE(Program().Counter(), u"[ %1 link(s) in current view ]"_s.arg(before - 1));
+        QCOMPARE(grid.CurrentLink(), next);
     }
 
     void manyLinks()

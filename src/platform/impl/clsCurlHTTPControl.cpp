@@ -31,6 +31,7 @@ struct clsCurlHTTPControl::Page : std::enable_shared_from_this<Page>
     };
 
     QByteArray key; ///< all that the answer may depend on; empty for an address that cannot be requested
+    bool texts = false; ///< of hyperlinks are wanted
     State state = State::Waiting;
     std::unique_ptr<clsHTTPTransfer> transfer;
     std::shared_ptr<Content> unparsed; ///< downloaded, not given to the parser yet
@@ -108,6 +109,9 @@ clsCurlHTTPControl::PagePtr clsCurlHTTPControl::PageFor(const clsPageRequest& re
         return page;
     }
     page->key = address.url + '\n' + proxy.url + '\n' + request.headers.toUtf8();
+    page->texts = request.texts;
+    if (page->texts)
+        page->key += '\n'; // lists without texts are of no use here
     if (const PagePtr known = m_byAddress.value(page->key)) {
         TakeFromKept(known);
         const bool fresh = !known->sinceArrival.isValid() || !known->sinceArrival.hasExpired(m_shareFor.count());
@@ -300,9 +304,9 @@ void clsCurlHTTPControl::ParseAhead()
 void clsCurlHTTPControl::GiveToParser(const PagePtr& page)
 {
     page->parsing = m_worker.Give(
-        [content = std::exchange(page->unparsed, nullptr)] {
+        [content = std::exchange(page->unparsed, nullptr), texts = page->texts] {
             content->lists = std::make_shared<const clsPageLists>(
-                clsPageParser::Parse(content->body, content->charset, content->url));
+                clsPageParser::Parse(content->body, content->charset, content->url, texts));
             return content;
         },
         // Not called once the page has let go of its ticket.

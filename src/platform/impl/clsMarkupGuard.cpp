@@ -320,7 +320,7 @@ const char* clsMarkupGuard::PastScript(const char* at, const Tag& tag) const
 
 void clsMarkupGuard::Blank(const char* from, const char* to)
 {
-    std::fill(m_begin + (from - m_begin), m_begin + (to - m_begin), ' ');
+    std::fill(m_begin + (from - m_begin), m_begin + (to - m_begin), Filler);
 }
 
 void clsMarkupGuard::Push(quint64 id, Kind kind, quint8 flags)

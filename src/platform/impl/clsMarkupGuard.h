@@ -21,6 +21,7 @@ class clsMarkupGuard
 public:
     static constexpr qsizetype MostElements = 512; ///< open inside one another, html and body included
     static constexpr int MostAttributes = 256;     ///< on one tag
+    static constexpr char Filler = '\f';           ///< the blank that is shown, of a kind that pages do not use
 
     /// @param html  UTF-8; changed in place: shortened where it goes over a limit, blanked, never lengthened.
     static void Prepare(QByteArray& html);

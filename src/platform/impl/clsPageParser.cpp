@@ -22,7 +22,9 @@ struct Found
 
 struct Harvest
 {
+    bool wantsTexts;
     std::vector<Found> hyperlinks;
+    std::vector<Found> texts; ///< of the hyperlinks
     std::vector<Found> images;
     std::optional<QString> base;
 };
@@ -30,6 +32,62 @@ struct Harvest
 QString Trimmed(const char* value)
 {
     return QString::fromUtf8(value).trimmed();
+}
+
+QString Attribute(const GumboElement& element, const char* name)
+{
+    const GumboAttribute* attribute = gumbo_get_attribute(&element.attributes, name);
+    return attribute ? Trimmed(attribute->value) : QString();
+}
+
+/// Collects what stands inside a hyperlink, pictures by their alternative text.
+/// @param nodes  that may still be visited: links may contain links, and a hostile page a great many of them.
+void AppendText(const GumboElement& element, QString& text, int& nodes)
+{
+    for (unsigned i = 0; i < element.children.length && --nodes > 0 && text.size() < 4 * clsPageList::TextSize; ++i) {
+        const auto* node = static_cast<const GumboNode*>(element.children.data[i]);
+        if (node->type == GUMBO_NODE_TEXT || node->type == GUMBO_NODE_CDATA) {
+            text += QString::fromUtf8(node->v.text.text);
+        } else if (node->type == GUMBO_NODE_WHITESPACE) {
+            text += u' ';
+        } else if (node->type == GUMBO_NODE_ELEMENT) {
+            const GumboElement& inner = node->v.element;
+            if (inner.tag == GUMBO_TAG_SCRIPT || inner.tag == GUMBO_TAG_STYLE)
+                continue;
+            if (inner.tag == GUMBO_TAG_IMG)
+                text += Attribute(inner, "alt");
+            // These are seen as being apart from what stands before and behind them.
+            const bool apart = inner.tag == GUMBO_TAG_BR || inner.tag == GUMBO_TAG_IMG || inner.tag == GUMBO_TAG_DIV ||
+                               inner.tag == GUMBO_TAG_P || inner.tag == GUMBO_TAG_LI || inner.tag == GUMBO_TAG_TD ||
+                               (inner.tag >= GUMBO_TAG_H1 && inner.tag <= GUMBO_TAG_H6);
+            if (apart)
+                text += u' ';
+            AppendText(inner, text, nodes);
+            if (apart)
+                text += u' ';
+        }
+    }
+}
+
+QString TextOf(const GumboElement& link)
+{
+    constexpr int mostNodes = 1000;
+    int nodes = mostNodes;
+    QString text;
+    if (link.tag == GUMBO_TAG_AREA)
+        text = Attribute(link, "alt");
+    else
+        AppendText(link, text, nodes);
+    // Markup inside a word does not part it.
+    text = text.remove(QLatin1Char(clsMarkupGuard::Filler)).simplified();
+    for (const char* name : {"aria-label", "title"}) {
+        if (text.isEmpty())
+            text = Attribute(link, name).simplified();
+    }
+    text.truncate(clsPageList::TextSize);
+    if (!text.isEmpty() && text.back().isHighSurrogate())
+        text.chop(1);
+    return text;
 }
 
 void Visit(const GumboElement& element, unsigned parseFlags, Harvest& harvest)
@@ -55,6 +113,8 @@ void Visit(const GumboElement& element, unsigned parseFlags, Harvest& harvest)
         list->push_back({element.start_pos.offset, Trimmed(attribute->value)});
     else
         harvest.base = Trimmed(attribute->value);
+    if (harvest.wantsTexts && list == &harvest.hyperlinks)
+        harvest.texts.push_back({element.start_pos.offset, TextOf(element)});
 }
 
 /// Every element but those inside templates, which are no part of the page.
@@ -102,11 +162,16 @@ QString Resolved(const QUrl& base, const QString& written)
     return whole.toString(QUrl::FullyEncoded);
 }
 
-clsPageList List(std::vector<Found>& found, const QUrl& base, qsizetype& bytes)
+/// Tags that stand misplaced in a table are moved in front of it in the tree.
+void SortByPosition(std::vector<Found>& found)
 {
-    // Tags that stand misplaced in a table are moved in front of it in the tree.
     std::stable_sort(found.begin(), found.end(),
                      [](const Found& a, const Found& b) { return a.position < b.position; });
+}
+
+clsPageList List(std::vector<Found>& found, const QUrl& base, qsizetype& bytes)
+{
+    SortByPosition(found);
     std::vector<clsPageAddress> items;
     items.reserve(found.size());
     for (Found& one : found) {
@@ -120,7 +185,7 @@ clsPageList List(std::vector<Found>& found, const QUrl& base, qsizetype& bytes)
 }
 } // namespace
 
-clsPageLists clsPageParser::Parse(const QByteArray& body, const QByteArray& charset, const QString& url)
+clsPageLists clsPageParser::Parse(const QByteArray& body, const QByteArray& charset, const QString& url, bool texts)
 {
     QByteArray html = modPageEncoding::ToUtf8(body, charset);
     clsMarkupGuard::Prepare(html);
@@ -129,7 +194,7 @@ clsPageLists clsPageParser::Parse(const QByteArray& body, const QByteArray& char
     options.max_errors = 0;
     const GumboOutput* output =
         gumbo_parse_with_options(&options, html.constData(), static_cast<std::size_t>(html.size()));
-    Harvest harvest;
+    Harvest harvest{.wantsTexts = texts, .hyperlinks = {}, .texts = {}, .images = {}, .base = {}};
     Walk(output->document, harvest);
     memory.Clear();
 
@@ -139,5 +204,15 @@ clsPageLists clsPageParser::Parse(const QByteArray& body, const QByteArray& char
     clsPageLists lists;
     lists.hyperlinks = List(harvest.hyperlinks, base, lists.bytes);
     lists.images = List(harvest.images, base, lists.bytes);
+    if (texts) {
+        SortByPosition(harvest.texts);
+        QStringList inOrder;
+        inOrder.reserve(static_cast<qsizetype>(harvest.texts.size()));
+        for (Found& one : harvest.texts) {
+            lists.bytes += static_cast<qsizetype>(sizeof(QString)) + 2 * one.written.size() + 32;
+            inOrder.push_back(std::move(one.written));
+        }
+        lists.hyperlinks.SetTexts(std::move(inOrder));
+    }
     return lists;
 }

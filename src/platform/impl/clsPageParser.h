@@ -21,5 +21,7 @@ class clsPageParser
 public:
     /// Never fails; time and memory are bounded by the size of `body`. May run on any thread.
     /// @param charset  of the answer's Content-Type, may be empty.  @param url  of the page, redirects followed.
-    static clsPageLists Parse(const QByteArray& body, const QByteArray& charset, const QString& url);
+    /// @param texts  of the hyperlinks are wanted too.
+    static clsPageLists Parse(const QByteArray& body, const QByteArray& charset, const QString& url,
+                              bool texts = false);
 };

@@ -4,6 +4,7 @@
 #include "platform/clsClock.h"
 #include "platform/clsConnection.h"
 #include "platform/clsDatabase.h"
+#include "platform/clsDatabaseFiles.h"
 #include "platform/clsDisk.h"
 #include "platform/clsEventLoop.h"
 #include "platform/clsSettingsStore.h"
@@ -25,6 +26,7 @@ struct clsPlatformParts::Parts
     std::unique_ptr<clsSound> sound;
     std::unique_ptr<clsConnection> connection;
     std::unique_ptr<clsDBEngine> engine;
+    std::unique_ptr<clsDatabaseFiles> databaseFiles;
     std::unique_ptr<frmResources> resources;
 };
 
@@ -43,6 +45,7 @@ clsPlatformParts::clsPlatformParts(const QString& home) : m_parts(std::make_uniq
     m_parts->sound = modPlatformImpl::MakeSound();
     m_parts->connection = modPlatformImpl::MakeConnection();
     m_parts->engine = modPlatformImpl::MakeDBEngine();
+    m_parts->databaseFiles = modPlatformImpl::MakeDatabaseFiles(*m_parts->eventLoop, *m_parts->disk);
     m_parts->resources =
         std::make_unique<frmResources>(modPlatformImpl::MakeHTTPControl(*m_parts->disk), nullptr, nullptr);
 }
@@ -53,6 +56,7 @@ clsPlatform clsPlatformParts::Bundle() const
 {
     clsPlatform bundle;
     bundle.DBEngine = m_parts->engine.get();
+    bundle.DatabaseFiles = m_parts->databaseFiles.get();
     bundle.Settings = m_parts->settings.get();
     bundle.EventLoop = m_parts->eventLoop.get();
     bundle.Clock = m_parts->clock.get();
@@ -96,7 +100,7 @@ void clsPlatformParts::Complete()
     const QString help = u"Bramdat.hlp"_s;
     if (!disk.FileExists(folder + help) || disk.ReadFile(folder + help) != disk.ReadFile(share + help))
         disk.CopyFile(share + help, folder + help);
-    for (const QString& name : {u"Musfall.wav"_s, u"ssceam.tlx"_s, u"ssceam2.clx"_s}) {
+    for (const QString& name : {u"Musfall.wav"_s, u"ssceam.tlx"_s, u"ssceam2.clx"_s, u"LinksPage.html"_s}) {
         if (!disk.FileExists(folder + name))
             disk.CopyFile(share + name, folder + name);
     }

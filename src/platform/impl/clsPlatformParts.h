@@ -27,7 +27,7 @@ public:
     /// True when that folder has been laid down.
     [[nodiscard]] bool Installed() const;
     /// Lays the program folder down from the share folder: Data with the empty database (or the sample), and beside it
-    /// sound, help and word lists. An existing database is left alone. @throws clsError
+    /// sound, help, word lists and page template. An existing database is left alone. @throws clsError
     void LayDown(bool sample);
     /// Brings what lies beside Data up to date: the help text is this program's, files that are not there are laid
     /// down. What the user may have made his own is left alone. @throws clsError

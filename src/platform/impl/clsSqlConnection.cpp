@@ -8,6 +8,7 @@
 
 #include <QFileInfo>
 #include <QRegularExpression>
+#include <atomic>
 #include <sqlite3.h>
 
 using namespace Qt::Literals::StringLiterals;
@@ -21,7 +22,7 @@ constexpr qsizetype StatementStore = 48;
 
 quint64 NextSerial()
 {
-    static quint64 serial = 0;
+    static std::atomic<quint64> serial = 0;
     return ++serial;
 }
 

@@ -5,10 +5,7 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-namespace
-{
-/// The password of a connect string: parts separated by semicolons, the name in any letter case.
-QString PasswordOf(const QString& connect)
+QString clsSqlWorkspace::PasswordOf(const QString& connect)
 {
     const QStringList parts = connect.split(u';');
     for (const QString& part : parts) {
@@ -17,7 +14,6 @@ QString PasswordOf(const QString& connect)
     }
     return {};
 }
-} // namespace
 
 clsSqlWorkspace::~clsSqlWorkspace()
 {

@@ -12,6 +12,9 @@ public:
     std::unique_ptr<clsDatabase> OpenDatabase(const QString& path, const QString& connect) override;
     void Close() override;
 
+    /// The password of a connect string: parts separated by semicolons, the name in any letter case.
+    [[nodiscard]] static QString PasswordOf(const QString& connect);
+
 private:
     std::shared_ptr<clsSqlOpenFiles> m_files = std::make_shared<clsSqlOpenFiles>();
 };

@@ -13,6 +13,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
+#include <functional>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
@@ -23,6 +24,7 @@ using namespace Qt::Literals::StringLiterals;
 namespace
 {
 constexpr std::size_t BlockSize = 64 * 1024;
+constexpr qint64 FlushSize = 4 * 1024 * 1024;
 
 [[noreturn]] void Fail(int code, const QString& doing)
 {
@@ -76,7 +78,8 @@ public:
     /// Waits until the medium itself has the content.
     void Flush()
     {
-        if (::fsync(m_descriptor) != 0)
+        // Some file systems cannot do this for a folder; they keep its names in order without.
+        if (::fsync(m_descriptor) != 0 && errno != EINVAL)
             Fail(errno, m_doing);
     }
     /// Has the file end where writing it did. Emptying it before instead would make some file systems put every
@@ -120,13 +123,32 @@ public:
     {
         if (::rename(m_name.constData(), QFile::encodeName(path).constData()) != 0)
             Fail(errno, u"Writing "_s + path);
-        m_kept = true;
+        Keep();
     }
+    void Keep() { m_kept = true; }
 
 private:
     QByteArray m_name;
     bool m_kept = false;
 };
+
+/// @return false when stopped by `goesOn`, which may be empty.
+bool Copy(clsOpenFile& source, clsOpenFile& target, const std::function<bool(qint64)>& goesOn)
+{
+    std::array<char, BlockSize> block;
+    qint64 done = 0;
+    while (const std::size_t got = source.Read(block.data(), block.size())) {
+        target.Write(QByteArrayView(block.data(), static_cast<qsizetype>(got)));
+        done += static_cast<qint64>(got);
+        // Without a pause for the medium, memory would take it all at once, and the end would be a long silence.
+        if (goesOn && done % FlushSize == 0) {
+            target.Flush();
+            if (!goesOn(done))
+                return false;
+        }
+    }
+    return true;
+}
 
 class clsSystemDisk final : public clsDisk
 {
@@ -184,15 +206,25 @@ public:
     void CopyFile(const QString& from, const QString& to) override
     {
         clsOpenFile source(from, O_RDONLY, u"Reading "_s);
-        const QString part = to + u".part"_s;
-        clsOpenFile target(part, O_WRONLY | O_CREAT | O_TRUNC, u"Writing "_s);
-        clsHalfFile half(part);
-        std::array<char, BlockSize> block;
-        while (const std::size_t got = source.Read(block.data(), block.size()))
-            target.Write(QByteArrayView(block.data(), static_cast<qsizetype>(got)));
+        Replace(to, [&source](clsOpenFile& target) { Copy(source, target, {}); });
+    }
+
+    bool CopyContent(const QString& from, const QString& to, const std::function<bool(qint64)>& goesOn) override
+    {
+        clsOpenFile source(from, O_RDONLY, u"Reading "_s);
+        clsOpenFile target(to, O_WRONLY | O_CREAT | O_TRUNC, u"Writing "_s);
+        clsHalfFile half(to);
+        if (!Copy(source, target, goesOn))
+            return false;
         target.Flush();
         target.Close();
-        half.KeepAs(to);
+        half.Keep();
+        return true;
+    }
+
+    void ReplaceContent(const QString& path, const QByteArray& content) override
+    {
+        Replace(path, [&content](clsOpenFile& target) { target.Write(content); });
     }
 
     void RenameFile(const QString& from, const QString& to) override
@@ -204,12 +236,61 @@ public:
             Fail(errno == ENOENT && QFileInfo::exists(from) ? ENOTDIR : errno, doing);
     }
 
+    void ReplaceFile(const QString& from, const QString& to) override
+    {
+        if (::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) != 0)
+            Fail(errno, u"Renaming "_s + from + u" to "_s + to);
+    }
+
+    void RemoveFile(const QString& path) override
+    {
+        if (::unlink(QFile::encodeName(path).constData()) != 0 && errno != ENOENT)
+            Fail(errno, u"Deleting "_s + path);
+    }
+
+    void Flush(const QString& path) override
+    {
+        clsOpenFile file(path, O_RDONLY, u"Writing "_s);
+        file.Flush();
+        file.Close();
+    }
+
+    FileFacts Facts(const QString& path) const override
+    {
+        struct stat facts = {};
+        if (::stat(QFile::encodeName(path).constData(), &facts) != 0)
+            Fail(errno, u"Looking for "_s + path);
+        return {facts.st_size, QDateTime::fromSecsSinceEpoch(facts.st_mtim.tv_sec)};
+    }
+
+    bool SameFolder(const QString& one, const QString& other) const override
+    {
+        struct stat first = {};
+        struct stat second = {};
+        return ::stat(QFile::encodeName(one).constData(), &first) == 0 &&
+               ::stat(QFile::encodeName(other).constData(), &second) == 0 && first.st_ino == second.st_ino &&
+               first.st_dev == second.st_dev;
+    }
+
     std::unique_ptr<clsFileLock> Lock(const QString& path, Share share) override
     {
         modKernelLock::Attempt attempt = modKernelLock::Try(path, share, modKernelLock::Afterwards::Keep);
         if (attempt.error != 0)
             Fail(attempt.error == ENOENT ? ENOTDIR : attempt.error, u"Locking "_s + path);
         return std::move(attempt.lock);
+    }
+
+private:
+    /// Has `write` fill a file beside `path`, which takes its place once the medium has all of it.
+    static void Replace(const QString& path, const std::function<void(clsOpenFile&)>& write)
+    {
+        const QString part = path + u".part"_s;
+        clsOpenFile target(part, O_WRONLY | O_CREAT | O_TRUNC, u"Writing "_s);
+        clsHalfFile half(part);
+        write(target);
+        target.Flush();
+        target.Close();
+        half.KeepAs(path);
     }
 };
 } // namespace

@@ -8,12 +8,15 @@
 #include <functional>
 #include <memory>
 
+class clsDatabaseFiles;
 class clsHTTPControl;
 
 namespace modPlatformImpl
 {
 /// Encrypted files of SQLCipher.
 std::unique_ptr<clsDBEngine> MakeDBEngine();
+/// The same files as a whole, worked on by a thread of its own while the event loop runs.
+std::unique_ptr<clsDatabaseFiles> MakeDatabaseFiles(clsEventLoop& eventLoop, clsDisk& disk);
 /// HTTP/1.1 by libcurl, page lists by an HTML5 parser on a worker thread.
 std::unique_ptr<clsHTTPControl> MakeHTTPControl(clsDisk& disk);
 std::unique_ptr<clsEventLoop> MakeEventLoop();
@@ -29,6 +32,6 @@ std::unique_ptr<clsSettingsStore> MakeSettingsStore(const QString& iniFile);
 std::unique_ptr<clsInstance> MakeInstance(const QString& programFolder, std::function<void()> activated);
 
 /// The folder with what a first installation is laid down from (Bramdat.mdb, Sample.mdb, Musfall.wav,
-/// Bramdat.hlp, the word lists): beside the program's own, ../share/brambury.
+/// Bramdat.hlp, LinksPage.html, the word lists): beside the program's own, ../share/brambury.
 QString ShareFolder();
 } // namespace modPlatformImpl

@@ -86,6 +86,8 @@ Meaning Of(int code, int systemError, const QString& message)
         return OfInputOutput(systemError);
     case SQLITE_CONSTRAINT:
         return OfConstraint(code);
+    case SQLITE_INTERRUPT:
+        return {clsError::WorkStopped, u"The work on the database file was stopped."_s};
     case SQLITE_MISMATCH:
         return {clsError::TypeMismatch, u"A value does not suit its field."_s};
     case SQLITE_ERROR:

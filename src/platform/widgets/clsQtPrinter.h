@@ -1,37 +1,63 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Text on the default printer or in a PDF file.
+// Documents on a printer, in a PDF file or in a preview, and the dialogs in which that is chosen and set up.
 #pragma once
 
 #include "platform/clsPrinter.h"
 
-#include <QFont>
+#include <QPageLayout>
+#include <functional>
 #include <memory>
 
-class QPainter;
+class QPagedPaintDevice;
 class QPrinter;
+class QWidget;
+class clsPagePainter;
+class clsPdfFile;
+class clsSettingsStore;
 
-/// Lines that are wider than the paper go on in the next line, so that nothing is lost at its edge.
+/// The set-up is kept in the section Print of the settings; what a print dialog chooses counts for one document.
 class clsQtPrinter final : public clsPrinter
 {
 public:
-    clsQtPrinter();
+    /// @param settings  null: nothing is set up, nor can be.  @param owner  of the dialogs.
+    clsQtPrinter(clsSettingsStore* settings, std::function<QWidget*()> owner);
     ~clsQtPrinter() override;
 
     void StartDoc(const QString& title, int left, int top) override;
+    void SetFooter(const QString& text) override;
     void SetFont(const QString& family, double points, bool bold) override;
     void PrintLine(const QString& text) override;
+    void PrintField(const QString& label, const QString& value) override;
+    void StartTable(const std::vector<Column>& columns) override;
+    void PrintRow(const QStringList& cells) override;
+    void EndTable() override;
+    void RestartPages() override;
     void EndDoc() override;
+    void CancelDoc() noexcept override;
+
     void SetOutputFile(const QString& path) override { m_outputFile = path; }
+    [[nodiscard]] bool Available() const override;
+    [[nodiscard]] bool AskPrinter() override;
+    [[nodiscard]] Choice Preview(const std::function<bool()>& print) override;
+    void SetUp() override;
 
 private:
-    [[nodiscard]] qreal Dots(int twips) const;
-    void Abandon();
+    [[nodiscard]] clsPagePainter& Pages() const;
+    [[nodiscard]] std::unique_ptr<QPrinter> SetUpPrinter() const;
+    [[nodiscard]] QPageLayout StoredLayout(const QPageLayout& standard) const;
+    /// @param chosen  empty: the one that is set up.
+    void OpenPrinter(std::unique_ptr<QPrinter> chosen, const QString& title);
+    void OpenPdf(const QString& path, const QString& title, const QPageLayout& layout);
+    void NextPage(QPagedPaintDevice& device) const;
 
+    clsSettingsStore* m_settings;
+    std::function<QWidget*()> m_owner;
     QString m_outputFile;
-    std::unique_ptr<QPrinter> m_printer;
-    std::unique_ptr<QPainter> m_painter; ///< paints on m_printer, so it goes first
-    QFont m_font;
-    qreal m_left = 0; ///< in the printer's dots from the paper's edge, as the next two
-    qreal m_top = 0;  ///< also kept free at the bottom
-    qreal m_next = 0; ///< where the next line begins
+    std::unique_ptr<QPrinter> m_chosen; ///< for the next document, by a print dialog
+    QPrinter* m_shown = nullptr;        ///< of the preview that is being made
+
+    // The open document: what is painted on goes after what paints, and the file after what writes to it.
+    std::unique_ptr<clsPdfFile> m_file;
+    std::unique_ptr<QPagedPaintDevice> m_device; ///< empty for a preview
+    std::unique_ptr<clsPagePainter> m_pages;
 };

@@ -25,6 +25,7 @@ public:
 
     /// Rejects what is open, newest first, and refuses new dialogs while `ending`.
     static void SetEnding(bool ending);
+    [[nodiscard]] static bool Ending() { return s_ending; }
 
 private:
     [[nodiscard]] QWidget* Owner() const { return m_owner ? m_owner() : nullptr; }

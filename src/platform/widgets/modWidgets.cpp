@@ -13,9 +13,9 @@ std::unique_ptr<clsDialogs> modWidgets::MakeDialogs(std::function<QWidget*()> ow
     return std::make_unique<clsWidgetDialogs>(std::move(owner), std::move(pictures));
 }
 
-std::unique_ptr<clsPrinter> modWidgets::MakePrinter()
+std::unique_ptr<clsPrinter> modWidgets::MakePrinter(clsSettingsStore* settings, std::function<QWidget*()> owner)
 {
-    return std::make_unique<clsQtPrinter>();
+    return std::make_unique<clsQtPrinter>(settings, std::move(owner));
 }
 
 std::unique_ptr<clsBrowser> modWidgets::MakeBrowser()

@@ -11,6 +11,7 @@ class QIcon;
 class QWidget;
 class clsBrowser;
 class clsPrinter;
+class clsSettingsStore;
 
 namespace modWidgets
 {
@@ -18,7 +19,8 @@ namespace modWidgets
 /// @param pictures  what message boxes show; without it, or for an empty icon, the style's own pictures.
 std::unique_ptr<clsDialogs> MakeDialogs(std::function<QWidget*()> owner,
                                         std::function<QIcon(clsDialogs::Icon)> pictures = {});
-std::unique_ptr<clsPrinter> MakePrinter();
+/// @param settings  keeps what is set up; null: nothing is.  @param owner  as above, for its dialogs.
+std::unique_ptr<clsPrinter> MakePrinter(clsSettingsStore* settings = nullptr, std::function<QWidget*()> owner = {});
 std::unique_ptr<clsBrowser> MakeBrowser();
 
 /// The program is told to end: rejects every open modal dialog, newest first. From now on message boxes are answered

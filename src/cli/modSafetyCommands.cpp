@@ -1,0 +1,208 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// backup, restore, compact, repair, check and rescue: the database file as a whole.
+#include "cli/clsCommandSession.h"
+#include "cli/modCommands.h"
+#include "cli/modConsole.h"
+#include "data/modDBFunctions.h"
+#include "platform/clsDatabase.h"
+#include "platform/clsDisk.h"
+#include "platform/impl/clsEndSignals.h"
+#include "shell/modBrambury.h"
+#include "shell/modErrorHandler.h"
+
+#include <CLI/CLI.hpp>
+#include <QDir>
+#include <QFileInfo>
+
+using namespace Qt::Literals::StringLiterals;
+using modBrambury::State;
+using modDBFunctions::Ending;
+using modDBFunctions::Progress;
+
+namespace
+{
+ExitCode CodeOf(Ending ending)
+{
+    switch (ending) {
+    case Ending::Done:
+        return ExitCode::Done;
+    case Ending::Refused:
+        return ExitCode::Refused;
+    case Ending::InUse:
+        return ExitCode::InUse;
+    case Ending::Stopped:
+        return ExitCode::Stopped;
+    case Ending::Failed:
+        break;
+    }
+    return ExitCode::Failed;
+}
+
+/// Work that a signal to end stops.
+ExitCode Stoppable(const std::function<Ending(const Progress&)>& work)
+{
+    State().StopFlag = false;
+    const clsEndSignals signals([] { State().StopFlag = true; });
+    return CodeOf(work([](int) { return !State().StopFlag; }));
+}
+
+QString FullPath(const QString& path)
+{
+    return path.isEmpty() ? path : QDir::cleanPath(QFileInfo(path).absoluteFilePath());
+}
+
+ExitCode Backup(const clsCommandSession& session, const QString& folder)
+{
+    if (const ExitCode located = session.LocateDatabase(); located != ExitCode::Done)
+        return located;
+    return Stoppable(
+        [&](const Progress& progress) { return modDBFunctions::BackupDatabase(FullPath(folder), progress); });
+}
+
+ExitCode Restore(const QString& from)
+{
+    modBrambury::LoadProgramSettings();
+    const QString path = FullPath(from);
+    const QString backup = QFileInfo(path).isDir() ? QDir(path).filePath(modBrambury::DatabaseFile) : path;
+    return Stoppable([&](const Progress& progress) { return modDBFunctions::RestoreDatabase(backup, progress); });
+}
+
+/// Compact and repair, which offer a backup first: that is made here, or not at all. @param backup  Null: none.
+ExitCode Rewrite(clsCommandSession& session, const QString& backup,
+                 const std::function<Ending(const Progress&)>& rewriting)
+{
+    const ExitCode before = backup.isNull() ? session.LocateDatabase() : Backup(session, backup);
+    if (before != ExitCode::Done)
+        return before;
+    session.Dialogs().AnswerNext(clsDialogs::Answer::No);
+    return Stoppable(rewriting);
+}
+
+ExitCode Repair(clsCommandSession& session, const QString& backup)
+{
+    QStringList report;
+    const ExitCode code = Rewrite(
+        session, backup, [&](const Progress& progress) { return modDBFunctions::Repairdatabase(progress, report); });
+    for (const QString& line : std::as_const(report))
+        modConsole::WriteLine(line);
+    return code == ExitCode::Done && !report.isEmpty() ? ExitCode::Findings : code;
+}
+
+struct Orphans
+{
+    QString what;
+    QString statement;
+};
+
+/// Prints how many records belong to nothing. @return whether there are any.
+bool TellOrphans(clsDatabase& database)
+{
+    const Orphans kinds[] = {
+        {u"link(s) of a site that does not exist"_s,
+         u"SELECT ID FROM tblLinkList WHERE SiteName IS NULL OR SiteName NOT IN (SELECT SiteID FROM tblSites)"_s},
+        {u"categories of a site that does not exist"_s,
+         u"SELECT ID FROM tblCategory WHERE SiteID IS NULL OR SiteID NOT IN (SELECT SiteID FROM tblSites)"_s},
+    };
+    bool any = false;
+    for (const Orphans& kind : kinds) {
+        const qint64 count = database.OpenRecordset(kind.statement)->RecordCount();
+        if (count == 0)
+            continue;
+        modConsole::WriteLine(u"%1 %2"_s.arg(count).arg(kind.what));
+        any = true;
+    }
+    return any;
+}
+
+ExitCode Check(const clsCommandSession& session)
+{
+    if (const ExitCode located = session.LocateDatabase(); located != ExitCode::Done)
+        return located;
+    QStringList damage;
+    const ExitCode checked = [&] {
+        const auto lock =
+            State().Platform.Disk->Lock(State().Settings.DataPath + u"Bramdat.use"_s, clsDisk::Share::Shared);
+        if (!lock)
+            return clsCommandSession::InUse(u"The database is being worked on by another copy of Brambury."_s);
+        const auto failure = failureOf([&] {
+            damage = State().Platform.DatabaseFiles->Check(modBrambury::DatabasePath(), modBrambury::ConnectString, {});
+        });
+        if (failure && failure->Number() != clsError::DatabaseDamaged)
+            throw clsError(*failure);
+        if (failure)
+            damage << failure->Description();
+        return ExitCode::Done;
+    }();
+    if (checked != ExitCode::Done)
+        return checked;
+    for (const QString& line : std::as_const(damage))
+        modConsole::WriteLine(line);
+    if (!damage.isEmpty())
+        return ExitCode::Findings;
+    if (const ExitCode opened = session.OpenDatabase(); opened != ExitCode::Done)
+        return opened;
+    if (TellOrphans(clsCommandSession::Database()))
+        return ExitCode::Findings;
+    modConsole::WriteLine(u"The database is sound."_s);
+    return ExitCode::Done;
+}
+
+ExitCode Rescue()
+{
+    modBrambury::LoadProgramSettings();
+    QString told;
+    const ExitCode code = CodeOf(modDBFunctions::RescueDatabase(told));
+    if (!told.isEmpty())
+        modConsole::WriteLine(told);
+    return code;
+}
+
+using BackupFolder = std::shared_ptr<modCommands::Word>;
+
+BackupFolder AddBackupOption(CLI::App& command)
+{
+    const auto folder = std::make_shared<modCommands::Word>();
+    folder->option =
+        command.add_option("--backup", folder->text, "Back the database up into this folder first")->type_name("DIR");
+    return folder;
+}
+} // namespace
+
+void modCommands::AddSafety(CLI::App& app, clsCommand& chosen)
+{
+    const auto to = std::make_shared<Word>();
+    CLI::App* backup = app.add_subcommand("backup", "Copy the database into a folder, and prove the copy");
+    to->option = backup->add_option("folder", to->text, "Folder that receives the copy")->required()->type_name("DIR");
+    backup->callback([&chosen, to] {
+        chosen = [folder = to->Text()](clsCommandSession& session) { return Backup(session, folder); };
+    });
+
+    const auto from = std::make_shared<Word>();
+    CLI::App* restore = app.add_subcommand("restore", "Put a backup in the database's place");
+    from->option = restore->add_option("from", from->text, "Folder that holds the backup, or the backup itself")
+                       ->required()
+                       ->type_name("DIR|FILE");
+    restore->callback(
+        [&chosen, from] { chosen = [path = from->Text()](clsCommandSession&) { return Restore(path); }; });
+
+    CLI::App* compact = app.add_subcommand("compact", "Write the database anew, without its gaps");
+    const BackupFolder beforeCompact = AddBackupOption(*compact);
+    compact->callback([&chosen, beforeCompact] {
+        chosen = [folder = beforeCompact->Text()](clsCommandSession& session) {
+            return Rewrite(session, folder, &modDBFunctions::Compactdatabase);
+        };
+    });
+
+    CLI::App* repair = app.add_subcommand("repair", "Make the database's indexes anew, then compact it");
+    const BackupFolder beforeRepair = AddBackupOption(*repair);
+    repair->callback([&chosen, beforeRepair] {
+        chosen = [folder = beforeRepair->Text()](clsCommandSession& session) { return Repair(session, folder); };
+    });
+
+    app.add_subcommand("check", "Look for damage, and for records that belong to nothing")->callback([&chosen] {
+        chosen = [](clsCommandSession& session) { return Check(session); };
+    });
+    app.add_subcommand("rescue", "Put back what an unfinished compact or repair has left")->callback([&chosen] {
+        chosen = [](clsCommandSession&) { return Rescue(); };
+    });
+}

@@ -1,0 +1,340 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/impl/clsSqlDatabaseFiles.h"
+
+#include "platform/clsDisk.h"
+#include "platform/clsEventLoop.h"
+#include "platform/impl/clsFileWork.h"
+#include "platform/impl/clsSqlConnection.h"
+#include "platform/impl/clsSqlStatement.h"
+#include "platform/impl/clsSqlWorkspace.h"
+#include "platform/impl/clsWorker.h"
+#include "platform/impl/modPlatformImpl.h"
+#include "platform/impl/modSalvage.h"
+#include "platform/impl/modSqlErrors.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <future>
+#include <limits>
+#include <sqlite3.h>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace
+{
+/// Steps of the engine between two looks at the stop flag: some thousandths of a second.
+constexpr int StepsBetweenLooks = 20000;
+
+/// The engine's own account of changes that are not finished, beside the file.
+QString JournalOf(const QString& path)
+{
+    return path + u"-journal"_s;
+}
+
+QString SqlText(QString text)
+{
+    return u'\'' + text.replace(u'\'', "''"_L1) + u'\'';
+}
+
+/// A connection whose statements end when the work is to stop.
+class clsWorkConnection
+{
+public:
+    clsWorkConnection(const QString& path, const QString& connect, clsFileWork& work)
+        : m_key(clsSqlWorkspace::PasswordOf(connect)), m_connection(clsSqlConnection::Open(path, m_key)), m_work(work)
+    {
+        WatchWith([] {});
+    }
+    ~clsWorkConnection() { m_connection->Close(); }
+    clsWorkConnection(const clsWorkConnection&) = delete;
+    clsWorkConnection& operator=(const clsWorkConnection&) = delete;
+
+    clsSqlConnection* operator->() const { return m_connection.get(); }
+    [[nodiscard]] const QString& Key() const { return m_key; }
+    [[nodiscard]] clsSqlStatement Statement(const QString& sql) const { return {m_connection, sql}; }
+    /// @param look  called now and then while a statement runs.
+    void WatchWith(std::function<void()> look)
+    {
+        m_look = std::move(look);
+        sqlite3_progress_handler(
+            m_connection->Handle(), StepsBetweenLooks,
+            [](void* self) {
+                auto& connection = *static_cast<clsWorkConnection*>(self);
+                connection.m_look();
+                return connection.m_work.Stopped() ? 1 : 0;
+            },
+            this);
+    }
+
+private:
+    QString m_key;
+    std::shared_ptr<clsSqlConnection> m_connection;
+    clsFileWork& m_work;
+    std::function<void()> m_look;
+};
+
+QStringList TablesOf(const clsWorkConnection& connection)
+{
+    QStringList names;
+    clsSqlStatement tables = connection.Statement(u"SELECT name FROM sqlite_master WHERE type = 'table'"_s);
+    while (tables.Step())
+        names << tables.Value(0).toString();
+    return names;
+}
+
+/// Reads every row, fields that run over several pages included; by the table itself, not by an index.
+clsDatabaseFiles::RowCounts RowsOf(const clsWorkConnection& connection, clsFileWork& work)
+{
+    clsDatabaseFiles::RowCounts counts;
+    const QStringList tables = TablesOf(connection);
+    for (qsizetype i = 0; i < tables.size(); ++i) {
+        work.Advance(i, tables.size());
+        qint64& count = counts[tables[i]];
+        clsSqlStatement rows = connection.Statement(u"SELECT * FROM %1 NOT INDEXED"_s.arg(SqlName(tables[i])));
+        while (rows.Step())
+            ++count;
+    }
+    return counts;
+}
+
+/// What the engine finds wrong with pages and indexes. It tells of damage by rows, until a page is too bad to go on.
+QStringList ComplaintsOf(const clsWorkConnection& connection)
+{
+    QStringList complaints;
+    sqlite3_stmt* check = connection->Take(u"PRAGMA integrity_check"_s);
+    int code = SQLITE_OK;
+    while ((code = sqlite3_step(check)) == SQLITE_ROW) {
+        const QString line = QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(check, 0)));
+        if (line != u"ok"_s)
+            complaints << line;
+    }
+    sqlite3_finalize(check);
+    // A page that cannot be decrypted is a plain error to the check.
+    if (const int kind = code & 0xff; kind == SQLITE_CORRUPT || kind == SQLITE_NOTADB || kind == SQLITE_ERROR)
+        complaints << QString::fromUtf8(sqlite3_errstr(code));
+    else if (code != SQLITE_DONE)
+        modSqlErrors::Raise(connection->Handle(), code, u"PRAGMA integrity_check"_s);
+    return complaints;
+}
+
+/// @return the rows of a file that is sound. @throws DatabaseDamaged
+clsDatabaseFiles::RowCounts Prove(const QString& path, const QString& connect, clsFileWork& work, int from)
+{
+    const int middle = (from + 100) / 2;
+    work.SetPart(from, middle);
+    const clsWorkConnection connection(path, connect, work);
+    if (const QStringList complaints = ComplaintsOf(connection); !complaints.isEmpty())
+        modSqlErrors::Raise(clsError::DatabaseDamaged,
+                            u"The database file \"%1\" is damaged: %2"_s.arg(path, complaints.first()));
+    work.SetPart(middle, 100);
+    return RowsOf(connection, work);
+}
+
+/// Deletes a file that is being made, and what the engine may have put beside it, unless it is kept.
+class clsNewFile
+{
+public:
+    clsNewFile(clsDisk& disk, QString path) : m_path(std::move(path))
+    {
+        disk.RemoveFile(m_path);
+        disk.RemoveFile(JournalOf(m_path));
+    }
+    ~clsNewFile()
+    {
+        if (!m_kept)
+            QFile::remove(m_path);
+    }
+    clsNewFile(const clsNewFile&) = delete;
+    clsNewFile& operator=(const clsNewFile&) = delete;
+    void Keep() { m_kept = true; }
+
+private:
+    QString m_path;
+    bool m_kept = false;
+};
+
+QString RangesText(const std::vector<modSalvage::Range>& ranges)
+{
+    QStringList texts;
+    for (const modSalvage::Range& range : ranges) {
+        const bool open = range.last == std::numeric_limits<qint64>::max();
+        if (range.first == range.last)
+            texts << QString::number(range.first);
+        else if (range.first == std::numeric_limits<qint64>::min())
+            texts << (open ? u"all"_s : u"up to %1"_s.arg(range.last));
+        else
+            texts << (open ? u"from %1 on"_s.arg(range.first) : u"%1 to %2"_s.arg(range.first).arg(range.last));
+    }
+    return texts.join(u", "_s);
+}
+
+/// What of a table is not as it was; empty when everything is.
+QString LossText(const modSalvage::Table& table)
+{
+    QStringList losses;
+    if (!table.unread.empty())
+        losses << u"records that could not be read: %1"_s.arg(RangesText(table.unread));
+    if (!table.partial.empty())
+        losses << u"records of which some fields were lost: %1"_s.arg(RangesText(table.partial));
+    if (table.shippedRows > 0)
+        losses << u"records of the program's own that were laid down anew: %1"_s.arg(table.shippedRows);
+    return losses.isEmpty() ? QString()
+                            : u"%1: %2 record(s) saved; %3"_s.arg(table.name).arg(table.rows).arg(losses.join(u"; "_s));
+}
+
+/// @throws WorkStopped when the work is to stop.
+void GoOn(const clsFileWork& work)
+{
+    if (work.Stopped())
+        modSqlErrors::Raise(clsError::WorkStopped, u"The work on the database file was stopped."_s);
+}
+} // namespace
+
+void clsSqlDatabaseFiles::Do(const Progress& progress, const std::function<void(clsFileWork&)>& job)
+{
+    clsFileWork work;
+    std::packaged_task<void()> task([&] { job(work); });
+    std::future<void> result = task.get_future();
+    {
+        clsWorker worker; // at the end of this block its thread is gone, whatever made the wait return
+        bool ended = false;
+        const auto ticket = worker.Give([&task] { return task(), true; }, [&ended](bool) { ended = true; });
+        const auto outcome = m_eventLoop.Wait(
+            [&] {
+                if (const int percent = work.Percent(); percent >= 0 && progress && !progress(percent))
+                    work.Stop();
+                return ended;
+            },
+            std::chrono::milliseconds(0));
+        if (outcome != clsEventLoop::Outcome::Done)
+            work.Stop();
+        result.wait(); // letting go of the ticket would drop a job that has not begun
+    }
+    try {
+        result.get();
+    } catch (const clsError&) {
+        // A statement that is cut short inside another one fails by the other's name.
+        GoOn(work);
+        throw;
+    }
+}
+
+clsDatabaseFiles::RowCounts clsSqlDatabaseFiles::Read(const QString& path, const QString& connect,
+                                                      const Progress& progress)
+{
+    RowCounts rows;
+    Do(progress, [&](clsFileWork& work) { rows = RowsOf(clsWorkConnection(path, connect, work), work); });
+    return rows;
+}
+
+QStringList clsSqlDatabaseFiles::Check(const QString& path, const QString& connect, const Progress& progress)
+{
+    QStringList complaints;
+    Do(progress, [&](clsFileWork& work) {
+        work.SetPart(0, 50);
+        const clsWorkConnection connection(path, connect, work);
+        complaints = ComplaintsOf(connection);
+        work.SetPart(50, 100);
+        if (complaints.isEmpty())
+            RowsOf(connection, work);
+    });
+    return complaints;
+}
+
+void clsSqlDatabaseFiles::Reindex(const QString& path, const QString& connect, const Progress& progress)
+{
+    Do(progress, [&](clsFileWork& work) { clsWorkConnection(path, connect, work)->Run(u"REINDEX"_s); });
+}
+
+void clsSqlDatabaseFiles::Compact(const QString& source, const QString& destination, const QString& connect,
+                                  const QString& /*locale*/, const RowCounts& rows, const Progress& progress)
+{
+    Do(progress, [&](clsFileWork& work) {
+        clsNewFile made(m_disk, destination);
+        {
+            work.SetPart(0, 50);
+            clsWorkConnection connection(source, connect, work);
+            const qint64 size = QFileInfo(source).size();
+            m_disk.WriteFile(destination, {}); // the engine attaches what is there, and makes nothing
+            connection.WatchWith([&] { work.Advance(QFileInfo(destination).size(), size); });
+            clsSqlStatement version = connection.Statement(u"PRAGMA user_version"_s);
+            version.Step();
+            const qint64 userVersion = version.Number(0);
+            version.Reset();
+            connection->Run(
+                u"ATTACH DATABASE %1 AS compacted KEY %2"_s.arg(SqlText(destination), SqlText(connection.Key())));
+            connection->Run(u"PRAGMA compacted.cipher_compatibility = 3"_s);
+            // A file that is not finished is thrown away: it needs no account of its changes, and one flush at its end.
+            connection->Run(u"PRAGMA compacted.journal_mode = OFF"_s);
+            connection->Run(u"PRAGMA compacted.synchronous = OFF"_s);
+            connection->Run(u"BEGIN"_s);
+            connection->Run(u"SELECT sqlcipher_export('compacted')"_s);
+            connection->Run(u"PRAGMA compacted.user_version = %1"_s.arg(userVersion));
+            connection->Run(u"COMMIT"_s);
+            connection->Run(u"DETACH DATABASE compacted"_s);
+        }
+        m_disk.Flush(destination);
+        GoOn(work);
+        if (Prove(destination, connect, work, 50) != rows)
+            modSqlErrors::Raise(clsError::DatabaseDamaged,
+                                u"The new file \"%1\" does not hold what the old one holds."_s.arg(destination));
+        made.Keep();
+    });
+}
+
+QStringList clsSqlDatabaseFiles::Salvage(const QString& path, const QString& made, const QString& connect,
+                                         const Progress& progress)
+{
+    QStringList losses;
+    Do(progress, [&](clsFileWork& work) {
+        work.SetPart(0, 60);
+        clsNewFile file(m_disk, made);
+        const QString shipped = modPlatformImpl::ShareFolder() + u"/Bramdat.mdb"_s;
+        const modSalvage::Report report =
+            modSalvage::Salvage(path, made, clsSqlWorkspace::PasswordOf(connect), shipped, work.StopFlag());
+        GoOn(work);
+        m_disk.Flush(made);
+        Prove(made, connect, work, 60);
+        GoOn(work);
+        for (const modSalvage::Table& table : report.tables) {
+            if (const QString loss = LossText(table); !loss.isEmpty())
+                losses << loss;
+        }
+        m_disk.RemoveFile(JournalOf(path));
+        m_disk.ReplaceFile(made, path);
+        file.Keep();
+        m_disk.Flush(QFileInfo(path).path());
+    });
+    return losses;
+}
+
+void clsSqlDatabaseFiles::Copy(const QString& source, const QString& destination, const QString& connect,
+                               const Progress& progress)
+{
+    Do(progress, [&](clsFileWork& work) {
+        // What an interrupted change left must be taken back first: the copy would lack what that takes.
+        if (m_disk.FileExists(JournalOf(source)))
+            clsWorkConnection(source, connect, work)->Run(u"SELECT count(*) FROM sqlite_master"_s);
+        const QString copy = destination + u".new"_s;
+        clsNewFile made(m_disk, copy);
+        work.SetPart(0, 50);
+        const qint64 size = m_disk.Facts(source).size;
+        if (!m_disk.CopyContent(source, copy, [&](qint64 done) {
+                work.Advance(done, size);
+                return !work.Stopped();
+            }))
+            GoOn(work);
+        Prove(copy, connect, work, 50);
+        GoOn(work);
+        // The account of changes to the old file would spoil the new one.
+        m_disk.RemoveFile(JournalOf(destination));
+        m_disk.ReplaceFile(copy, destination);
+        made.Keep();
+        m_disk.Flush(QFileInfo(destination).path());
+    });
+}
+
+std::unique_ptr<clsDatabaseFiles> modPlatformImpl::MakeDatabaseFiles(clsEventLoop& eventLoop, clsDisk& disk)
+{
+    return std::make_unique<clsSqlDatabaseFiles>(eventLoop, disk);
+}

@@ -1,0 +1,387 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "publish/modLinksPage.h"
+
+#include "data/modDataModel.h"
+#include "data/modLinks.h"
+#include "data/modSites.h"
+#include "platform/clsClock.h"
+#include "platform/clsDatabase.h"
+#include "platform/clsDisk.h"
+#include "publish/clsPageTemplate.h"
+#include "publish/modIO.h"
+#include "shell/modBrambury.h"
+#include "shell/modCommonFunctions.h"
+#include "shell/modErrorHandler.h"
+
+#include <QSet>
+#include <QUrl>
+#include <algorithm>
+
+using namespace Qt::Literals::StringLiterals;
+using modBrambury::Platform;
+using modCommonFunctions::MsgBox;
+using modCommonFunctions::TextOf;
+using modIO::PageLink;
+using modIO::PageStyle;
+
+namespace
+{
+/// Records read at once.
+constexpr qint64 BatchSize = 500;
+
+/// The file that is to be replaced: a copy of it lies beside it until the new one is final, and takes its place again
+/// if that never happens.
+class clsOldPage
+{
+public:
+    clsOldPage(clsDisk& disk, const QString& path) : m_disk(disk), m_path(path)
+    {
+        if (!disk.FileExists(path))
+            return;
+        QString aside = path + u".old"_s;
+        for (int i = 2; disk.FileExists(aside) || disk.FolderExists(aside); ++i)
+            aside = u"%1.old%2"_s.arg(path).arg(i);
+        disk.CopyFile(path, aside);
+        m_aside = aside;
+    }
+    ~clsOldPage()
+    {
+        ignoringErrors([this] {
+            if (m_replaced && !m_aside.isEmpty())
+                m_disk.ReplaceFile(m_aside, m_path);
+            else if (m_replaced)
+                m_disk.RemoveFile(m_path);
+            else if (!m_aside.isEmpty())
+                m_disk.RemoveFile(m_aside);
+        });
+    }
+    clsOldPage(const clsOldPage&) = delete;
+    clsOldPage& operator=(const clsOldPage&) = delete;
+
+    void ReplaceBy(const QByteArray& page)
+    {
+        m_disk.ReplaceContent(m_path, page);
+        m_replaced = true;
+    }
+    /// The new page stays.
+    void Forget() { m_replaced = false; }
+
+private:
+    clsDisk& m_disk;
+    const QString m_path;
+    QString m_aside;         ///< empty: there was no file
+    bool m_replaced = false; ///< by a page that is not final yet
+};
+
+QString Today()
+{
+    return Platform().Clock->Now().date().toString(u"MM/dd/yyyy"_s);
+}
+
+std::vector<PageLink> ReadLinks(const clsRecordset& records)
+{
+    const QStringList fields{u"ID"_s, u"Status"_s, u"LinkCategory"_s, u"HomePage"_s, u"Title"_s, u"Description"_s};
+    std::vector<PageLink> links;
+    const qint64 count = records.RecordCount();
+    links.reserve(static_cast<std::size_t>(count));
+    for (qint64 first = 0; first < count; first += BatchSize) {
+        for (const auto& row : records.Rows(first, BatchSize, fields)) {
+            if (row.empty())
+                continue;
+            const QString category = modCommonFunctions::NullToDefault(row[2], u"Miscellaneous"_s).toString();
+            links.push_back({row[0].toLongLong(), row[1].toInt() == modDataModel::Active, category, TextOf(row[3]),
+                             TextOf(row[4]), TextOf(row[5])});
+        }
+    }
+    return links;
+}
+
+// --- the classic page
+
+/// A line of the classic page, which names no charset: what is not ASCII becomes a number that every browser shows
+/// rightly.
+void Line(QByteArray& page, QStringView text)
+{
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        const QChar letter = text[i];
+        char32_t code = letter.unicode();
+        if (letter.isSurrogate()) {
+            const bool whole = letter.isHighSurrogate() && i + 1 < text.size() && text[i + 1].isLowSurrogate();
+            code = whole ? QChar::surrogateToUcs4(letter, text[++i]) : char32_t{QChar::ReplacementCharacter};
+        }
+        if (code < 128)
+            page += static_cast<char>(code);
+        else
+            page += "&#" + QByteArray::number(static_cast<uint>(code)) + ';';
+    }
+    page += "\r\n";
+}
+
+QByteArray ClassicPage(const QString& siteName, const std::vector<PageLink>& links)
+{
+    const QString returnRow = u"    <tr>      <td colspan=\"2\"><font face=\"Arial\" size=\"1\"><a href=\"#Top\">"
+                              "Return to top</a></font></td>      </tr>"_s;
+    QByteArray page = "<!-- This document was created by Brambury -->\r\n"
+                      "<!DOCTYPE HTML PUBLIC \"-//W3C//DTD HTML 3.2 Final//EN\" >\r\n"
+                      "\r\n"
+                      "<HTML>\r\n"
+                      "<HEAD>\r\n";
+    Line(page, u"    <TITLE>"_s + siteName + u" Links Page</TITLE>"_s);
+    page += "</HEAD>\r\n"
+            "<BODY>\r\n";
+    Line(page, u"<p><font size=\"5\" face=\"Arial\"><a name=\"Top\">"_s + siteName + u" Links Page</font></p>"_s);
+    page += modIO::WriteCategoryIndex(links);
+    page += "<div align=\"left\">\r\n"
+            "      <table border=\"0\" width=\"450\" cellpadding=\"3\">\r\n";
+    const PageLink* previous = nullptr;
+    for (const PageLink& link : links) {
+        if (!link.Active)
+            continue;
+        if (!previous || link.Category != previous->Category) {
+            if (previous)
+                Line(page, returnRow);
+            Line(page, u"    <tr>      <td colspan=\"2\"><font face=\"Arial\" size=\"3\"><b><a name=\""_s +
+                           link.Category + u"\">"_s + link.Category + u"</a></b></font></td>      </tr>"_s);
+        }
+        page += "    <tr>\r\n"
+                "      <td><font face=\"Arial\" size=\"2\">&nbsp;</font></td>\r\n";
+        const QString cell = u"      <td><font face=\"Arial\" size=\"2\">"_s;
+        if (link.HomePage.isEmpty())
+            Line(page, cell + link.Title + u"<br>"_s);
+        else
+            Line(page, cell + u"<a href=\""_s + link.HomePage + u"\">"_s + link.Title + u"</a><br>"_s);
+        Line(page, u"        "_s + link.Description + u"</font></td>"_s);
+        page += "    </tr>\r\n";
+        previous = &link;
+    }
+    if (previous)
+        Line(page, returnRow);
+    page += "      </table>\r\n"
+            "</div>\r\n"
+            "<p><font face=\"Arial\"><br>\r\n"
+            "</font></p>\r\n"
+            "\r\n"
+            "\r\n"
+            "</BODY>\r\n"
+            "</HTML>\r\n";
+    return page;
+}
+
+// --- the page from the template
+
+/// Only what a browser goes to: an address that a partner has thought up may be a script.
+bool IsWebAddress(const QString& address)
+{
+    const QUrl url(address.trimmed(), QUrl::TolerantMode);
+    return (url.scheme() == "http"_L1 || url.scheme() == "https"_L1) && !url.host().isEmpty();
+}
+
+/// The category's name in an address: letters and digits of ASCII, the rest as dashes; no two alike.
+QString AnchorOf(const QString& category, QSet<QString>& taken)
+{
+    QString name;
+    for (const QChar letter : category.toLower()) {
+        if (letter.unicode() < 128 && letter.isLetterOrNumber())
+            name += letter;
+        else if (!name.isEmpty() && !name.endsWith(u'-'))
+            name += u'-';
+    }
+    if (name.endsWith(u'-'))
+        name.chop(1);
+    if (name.isEmpty() || name.at(0).isDigit())
+        name = name.isEmpty() ? u"category"_s : u"category-"_s + name;
+    QString anchor = name;
+    for (int i = 2; taken.contains(anchor); ++i)
+        anchor = u"%1-%2"_s.arg(name).arg(i);
+    taken.insert(anchor);
+    return anchor;
+}
+
+clsPageValues ValuesOf(const PageLink& link)
+{
+    return {.texts = {{u"title"_s, link.Title},
+                      {u"home-page"_s, IsWebAddress(link.HomePage) ? link.HomePage.trimmed() : QString()},
+                      {u"description"_s, link.Description}},
+            .lists = {}};
+}
+
+QByteArray TemplatePage(clsDatabase& database, const QString& siteName, PageStyle style,
+                        const std::vector<PageLink>& links)
+{
+    const auto sites = database.OpenRecordset(u"tblSites"_s);
+    const bool known = modSites::Find(*sites, siteName);
+    const auto ofSite = [&](const QString& field) { return known ? TextOf(sites->Field(field)) : QString(); };
+    const QString title = ofSite(u"SiteName"_s);
+    const QString homePage = ofSite(u"HomePage"_s);
+
+    std::vector<clsPageValues> all;
+    std::vector<clsPageValues> categories;
+    QSet<QString> anchors{u"top"_s};
+    const PageLink* previous = nullptr;
+    qsizetype count = 0;
+    for (const PageLink& link : links) {
+        if (!link.Active)
+            continue;
+        ++count;
+        std::vector<clsPageValues>* list = &all;
+        if (style == PageStyle::ByCategory) {
+            if (!previous || link.Category != previous->Category)
+                categories.push_back(
+                    {.texts = {{u"category"_s, link.Category}, {u"anchor"_s, AnchorOf(link.Category, anchors)}},
+                     .lists = {{u"links"_s, {}}}});
+            list = &categories.back().lists[u"links"_s];
+        }
+        list->push_back(ValuesOf(link));
+        previous = &link;
+    }
+    for (clsPageValues& category : categories)
+        category.texts[u"count"_s] = QString::number(category.lists[u"links"_s].size());
+    const auto given = [style](PageStyle wanted) { return style == wanted ? u"yes"_s : QString(); };
+    const clsPageValues values{.texts = {{u"site"_s, title.isEmpty() ? siteName : title},
+                                         {u"site-home-page"_s, IsWebAddress(homePage) ? homePage.trimmed() : QString()},
+                                         {u"date"_s, Platform().Clock->Now().date().toString(Qt::ISODate)},
+                                         {u"count"_s, QString::number(count)},
+                                         {u"by-category"_s, given(PageStyle::ByCategory)},
+                                         {u"alphabetical"_s, given(PageStyle::Alphabetical)}},
+                               .lists = {{u"categories"_s, std::move(categories)}, {u"links"_s, std::move(all)}}};
+    const QByteArray text = Platform().Disk->ReadFile(modBrambury::FolderPath(u"\\"_s + modIO::TemplateFile));
+    return clsPageTemplate(modIO::TemplateFile, QString::fromUtf8(text)).Page(values);
+}
+
+// --- the table
+
+QByteArray CsvTable(const std::vector<PageLink>& links)
+{
+    QByteArray bytes;
+    modIO::clsTableWriter table(modIO::TableForm::Csv, {u"Category"_s, u"Title"_s, u"HomePage"_s, u"Description"_s},
+                                [&bytes](const QByteArray& piece) { bytes += piece; });
+    for (const PageLink& link : links) {
+        if (link.Active)
+            table.Row({link.Category, link.Title, link.HomePage, link.Description});
+    }
+    table.End();
+    return bytes;
+}
+
+QByteArray PageOf(clsDatabase& database, const QString& siteName, PageStyle style, const std::vector<PageLink>& links)
+{
+    switch (style) {
+    case PageStyle::Classic:
+        return ClassicPage(siteName, links);
+    case PageStyle::ByCategory:
+    case PageStyle::Alphabetical:
+        return TemplatePage(database, siteName, style, links);
+    case PageStyle::Csv:
+        break;
+    }
+    return CsvTable(links);
+}
+
+/// Tells that the file is there, and shows it if it is a page that the user wants to see.
+void Finish(PageStyle style, const QString& file)
+{
+    if (style == PageStyle::Csv) {
+        MsgBox(u"The file \"%1\" was created."_s.arg(file), clsDialogs::Buttons::OK, clsDialogs::Icon::Information);
+        return;
+    }
+    const QString question =
+        u"The HTML Document \""_s + file + u"\" was created.\r\nDo you wish to preview this document now?"_s;
+    if (MsgBox(question, clsDialogs::Buttons::YesNo, clsDialogs::Icon::Question) == clsDialogs::Answer::Yes)
+        modCommonFunctions::OpenWebBrowser(file);
+}
+} // namespace
+
+const std::vector<modIO::PageStyleName>& modIO::PageStyles()
+{
+    static const std::vector<PageStyleName> styles{
+        {PageStyle::Classic, u"classic"_s, u"Classic page"_s},
+        {PageStyle::ByCategory, u"modern"_s, u"Modern page, by category"_s},
+        {PageStyle::Alphabetical, u"alphabetical"_s, u"Modern page, alphabetical"_s},
+        {PageStyle::Csv, u"csv"_s, u"Table (CSV)"_s},
+    };
+    return styles;
+}
+
+bool modIO::WriteLinksPage(clsDatabase& database, const QString& siteName, const AskExportOptions& ask)
+{
+    bool written = false;
+    guarded("modIO", "WriteLinksPage", [&] {
+        const std::optional<ExportOptions> options = ask();
+        if (!options)
+            return;
+        const QString file = AskLinksPageFile(options->style);
+        if (file.isEmpty())
+            return;
+        written = ExportLinks(database, siteName, *options, file).has_value();
+        if (written)
+            Finish(options->style, file);
+        else
+            MsgBox(u"There no links to export."_s, clsDialogs::Buttons::OK, clsDialogs::Icon::Information);
+    });
+    return written;
+}
+
+QString modIO::AskLinksPageFile(PageStyle style)
+{
+    if (style == PageStyle::Csv)
+        return Platform().Dialogs->SaveFile({.title = u"Save Table"_s,
+                                             .filter = u"Tables (CSV)|*.csv"_s,
+                                             .fileName = u"MyLinks.csv"_s,
+                                             .folder = {},
+                                             .confirmOverwrite = true});
+    return Platform().Dialogs->SaveFile({.title = u"Save HTML Document"_s,
+                                         .filter = u"HTML Documents|*.htm;*.html"_s,
+                                         .fileName = u"MyLinks.htm"_s,
+                                         .folder = {},
+                                         .confirmOverwrite = true});
+}
+
+std::optional<qint64> modIO::ExportLinks(clsDatabase& database, const QString& siteName, const ExportOptions& options,
+                                         const QString& file)
+{
+    // Begun before the links are read, so that exactly those are stamped that are written.
+    clsTransaction transaction(database);
+    const auto query = database.QueryDef(u"qryLinkListView"_s);
+    query->SetParameter(u"Site"_s, siteName);
+    query->SetParameter(u"IncludeAll"_s, options.includeAll);
+    auto records = query->OpenRecordset();
+    if (options.style == PageStyle::Alphabetical) {
+        records->SetSort(u"Title"_s);
+        records = records->OpenRecordset();
+    }
+    const std::vector<PageLink> links = ReadLinks(*records);
+    if (links.empty()) {
+        Platform().Disk->RemoveFile(file);
+        return std::nullopt;
+    }
+    std::vector<qint64> written;
+    for (const PageLink& link : links) {
+        if (link.Active)
+            written.push_back(link.ID);
+    }
+    const QByteArray page = PageOf(database, siteName, options.style, links);
+    modLinks::SetFields(database, written, {{u"Exported"_s, Today()}});
+    clsOldPage old(*Platform().Disk, file);
+    old.ReplaceBy(page);
+    transaction.Commit();
+    old.Forget();
+    return std::ssize(written);
+}
+
+QByteArray modIO::WriteCategoryIndex(const std::vector<PageLink>& links)
+{
+    QByteArray index = "<hr width=\"450\" align=\"left\">\r\n"
+                       "<p><font face=\"Arial\">The following categories are available:</font></p>\r\n";
+    if (links.empty())
+        return index;
+    index += "<p>\r\n";
+    const PageLink* previous = nullptr;
+    for (const PageLink& link : links) {
+        if (!previous || link.Category != previous->Category)
+            Line(index, u"<font face=\"Arial\" size=\"3\"><a href=\"#"_s + link.Category + u"\">"_s + link.Category +
+                            u"</a><br>"_s);
+        previous = &link;
+    }
+    index += "</p>\r\n";
+    return index;
+}

@@ -1,0 +1,260 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ui/frmBackupRestore.h"
+
+#include "data/modDBFunctions.h"
+#include "platform/clsDisk.h"
+#include "platform/clsWindows.h"
+#include "platform/modHelpTopics.h"
+#include "shell/modBrambury.h"
+#include "shell/modCommonFunctions.h"
+#include "shell/modErrorHandler.h"
+
+#include <QButtonGroup>
+#include <QComboBox>
+#include <QDir>
+#include <QFont>
+#include <QFormLayout>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QShortcut>
+#include <QSignalBlocker>
+#include <QStorageInfo>
+#include <QStyle>
+#include <QVBoxLayout>
+
+using namespace Qt::Literals::StringLiterals;
+using modBrambury::Platform;
+using modBrambury::State;
+using modDBFunctions::Ending;
+
+namespace
+{
+constexpr char Module[] = "frmBackupRestore";
+constexpr QSize FirstSize(520, 460);
+
+void ShowHelp()
+{
+    guarded(Module, "HelpButton_Click", [] { Platform().Windows->ShowHelp(modHelpTopics::BackupRestore); });
+}
+
+/// Where files can be kept: no folders of the system's own making, which look like drives.
+QStringList Drives()
+{
+    QStringList drives;
+    const QList<QStorageInfo> volumes = QStorageInfo::mountedVolumes();
+    for (const QStorageInfo& volume : volumes) {
+        const QString root = volume.rootPath();
+        const bool ofSystem = root.startsWith("/proc"_L1) || root.startsWith("/sys"_L1) || root.startsWith("/dev"_L1) ||
+                              root.startsWith("/snap"_L1) || root.startsWith("/boot"_L1) ||
+                              (root.startsWith("/run"_L1) && !root.startsWith("/run/media"_L1));
+        if (volume.isReady() && !ofSystem && QFileInfo(root).isDir())
+            drives << QDir::toNativeSeparators(root);
+    }
+    drives.removeDuplicates();
+    drives.sort();
+    return drives;
+}
+
+/// The folder itself, or what exists above it.
+QString NearestFolder(const QString& path)
+{
+    QString folder = QDir::cleanPath(QFileInfo(path).absoluteFilePath());
+    while (!QFileInfo(folder).isDir() && !QDir(folder).isRoot())
+        folder = QFileInfo(folder).path();
+    return folder;
+}
+
+QLineEdit* PathBox(const QString& name)
+{
+    auto* box = new QLineEdit;
+    box->setObjectName(name);
+    return box;
+}
+} // namespace
+
+frmBackupRestore::frmBackupRestore(QWidget* parent)
+    : QDialog(parent), m_modes(new QButtonGroup(this)), m_drive1(new QComboBox), m_dir1(new QListWidget),
+      m_fromPath(PathBox(u"FromPath"_s)), m_toPath(PathBox(u"ToPath"_s)), m_lblBackup(new QLabel),
+      m_progress(new QProgressBar), m_buttonBR(new QPushButton), m_close(new QPushButton)
+{
+    setObjectName(u"frmBackupRestore"_s);
+    setWindowTitle(u"Backup/Restore Database"_s);
+
+    auto* modes = new QHBoxLayout;
+    modes->setSpacing(0);
+    const QStringList captions{u"&Backup"_s, u"&Restore"_s};
+    for (int mode = 0; mode < captions.size(); ++mode) {
+        auto* button = new QPushButton(captions[mode]);
+        button->setObjectName(u"SSRibbon1_%1"_s.arg(mode));
+        button->setCheckable(true);
+        button->setAutoDefault(false);
+        m_modes->addButton(button, mode);
+        modes->addWidget(button);
+    }
+    modes->addStretch();
+    connect(m_modes, &QButtonGroup::idClicked, this, &frmBackupRestore::SetMode);
+
+    m_drive1->setObjectName(u"Drive1"_s);
+    m_drive1->addItems(Drives());
+    connect(m_drive1, &QComboBox::textActivated, this, &frmBackupRestore::SetFolder);
+    m_dir1->setObjectName(u"Dir1"_s);
+    m_dir1->setAccessibleName(u"Folders"_s);
+    connect(m_dir1, &QListWidget::itemActivated, this,
+            [this](const QListWidgetItem* item) { SetFolder(item->data(Qt::UserRole).toString()); });
+    for (QLineEdit* path : {m_fromPath, m_toPath})
+        connect(path, &QLineEdit::textEdited, this, &frmBackupRestore::ShowFolder);
+    m_lblBackup->setObjectName(u"lblBackup"_s);
+    m_lblBackup->setTextFormat(Qt::PlainText);
+    m_progress->setObjectName(u"progress"_s);
+    m_progress->setAccessibleName(u"Progress"_s);
+
+    auto* form = new QFormLayout;
+    form->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
+    form->addRow(u"&Drive:"_s, m_drive1);
+    form->addRow(u"F&olders:"_s, m_dir1);
+    form->addRow(u"&From:"_s, m_fromPath);
+    form->addRow(u"&To:"_s, m_toPath);
+    form->addRow(QString(), m_lblBackup);
+
+    auto* buttons = new QHBoxLayout;
+    buttons->addWidget(m_progress, 1);
+    buttons->addStretch();
+    auto* help = new QPushButton(u"&Help"_s);
+    help->setObjectName(u"HelpButton"_s);
+    m_buttonBR->setObjectName(u"buttonBR"_s);
+    m_close->setObjectName(u"buttonClose"_s);
+    for (QPushButton* button : {m_buttonBR, m_close, help}) {
+        // Enter in the list goes into a folder, and in a path it ends typing: it must not copy anything.
+        button->setAutoDefault(false);
+        buttons->addWidget(button);
+    }
+    connect(m_buttonBR, &QPushButton::clicked, this, &frmBackupRestore::Start);
+    connect(m_close, &QPushButton::clicked, this, &frmBackupRestore::reject);
+    connect(help, &QPushButton::clicked, this, &ShowHelp);
+    connect(new QShortcut(QKeySequence::HelpContents, this), &QShortcut::activated, this, &ShowHelp);
+
+    auto* all = new QVBoxLayout(this);
+    all->setContentsMargins(16, 16, 16, 16);
+    all->setSpacing(12);
+    all->addLayout(modes);
+    all->addLayout(form, 1);
+    all->addLayout(buttons);
+    resize(FirstSize);
+    SetWorking(false);
+    m_toPath->setText(modDBFunctions::DefaultBackupFolder());
+    SetMode(Backup);
+    m_dir1->setFocus();
+}
+
+void frmBackupRestore::SetMode(int mode)
+{
+    const QString folder = ChosenPath().text();
+    m_mode = mode == Restore ? Restore : Backup;
+    m_modes->button(m_mode)->setChecked(true);
+    // On dark screens a pressed button alone is hardly seen.
+    for (QAbstractButton* button : m_modes->buttons()) {
+        QFont font = button->font();
+        font.setBold(button->isChecked());
+        button->setFont(font);
+    }
+    m_buttonBR->setText(m_mode == Backup ? u"&Start Backup"_s : u"&Start Restore"_s);
+    QLineEdit& own = m_mode == Backup ? *m_fromPath : *m_toPath;
+    own.setText(State().Settings.DataPath);
+    own.setReadOnly(true);
+    own.setFrame(false);
+    ChosenPath().setReadOnly(false);
+    ChosenPath().setFrame(true);
+    ChosenPath().setText(folder);
+    ShowFolder(folder);
+}
+
+void frmBackupRestore::SetFolder(const QString& folder)
+{
+    ChosenPath().setText(QDir::toNativeSeparators(folder));
+    ShowFolder(folder);
+}
+
+void frmBackupRestore::ShowFolder(const QString& folder)
+{
+    const QString shown = NearestFolder(folder);
+    m_dir1->clear();
+    const auto add = [this](const QString& name, const QString& path, QStyle::StandardPixmap picture) {
+        auto* item = new QListWidgetItem(style()->standardIcon(picture), name, m_dir1);
+        item->setData(Qt::UserRole, path);
+    };
+    const QDir dir(shown);
+    if (!dir.isRoot())
+        add(u".."_s, QFileInfo(shown).path(), QStyle::SP_FileDialogToParent);
+    const QStringList names = dir.entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name | QDir::IgnoreCase);
+    for (const QString& name : names)
+        add(name, dir.filePath(name), QStyle::SP_DirIcon);
+    m_dir1->setCurrentRow(0);
+
+    const QSignalBlocker blocker(m_drive1);
+    m_drive1->setCurrentIndex(m_drive1->findText(QDir::toNativeSeparators(QStorageInfo(shown).rootPath())));
+    // A folder that is named by half is none.
+    const QString backup = QDir(folder).filePath(modBrambury::DatabaseFile);
+    QString known = u"There is no backup in this folder."_s;
+    if (!folder.isEmpty() && Platform().Disk->FileExists(backup))
+        ignoringErrors([&] {
+            const clsDisk::FileFacts facts = Platform().Disk->Facts(backup);
+            known = u"Backup of %1  %2, %3"_s.arg(modCommonFunctions::LongDate(facts.changed),
+                                                  modCommonFunctions::MediumTime(facts.changed),
+                                                  modCommonFunctions::ByteSizeText(facts.size));
+        });
+    m_lblBackup->setText(known);
+}
+
+void frmBackupRestore::Start()
+{
+    if (m_working)
+        return;
+    m_stop = false;
+    Ending ending = Ending::Refused;
+    const QString path = ChosenPath().text().trimmed();
+    guarded(Module, "SSRibbon1_Click", [&] {
+        const auto progress = [this](int percent) { return ShowProgress(percent); };
+        ending = m_mode == Backup ? modDBFunctions::BackupDatabase(path, progress)
+                 : path.isEmpty()
+                     ? modDBFunctions::RestoreDatabase({}, progress)
+                     : modDBFunctions::RestoreDatabase(QDir(path).filePath(modBrambury::DatabaseFile), progress);
+    });
+    SetWorking(false);
+    m_completed = ending == Ending::Done;
+    if (m_completed)
+        return accept();
+    if (ending == Ending::Failed || State().Terminating || State().SessionEnding)
+        return QDialog::reject();
+    ShowFolder(ChosenPath().text());
+}
+
+bool frmBackupRestore::ShowProgress(int percent)
+{
+    if (!m_working)
+        SetWorking(true);
+    m_progress->setValue(percent);
+    return !m_stop;
+}
+
+void frmBackupRestore::SetWorking(bool working)
+{
+    m_working = working;
+    for (QAbstractButton* mode : m_modes->buttons())
+        mode->setEnabled(!working);
+    for (QWidget* control : std::initializer_list<QWidget*>{m_drive1, m_dir1, m_fromPath, m_toPath, m_buttonBR})
+        control->setEnabled(!working);
+    m_progress->setVisible(working);
+    m_close->setText(working ? u"&Cancel"_s : u"&Close"_s);
+}
+
+void frmBackupRestore::reject()
+{
+    if (m_working)
+        m_stop = true;
+    else
+        QDialog::reject();
+}

@@ -1,0 +1,379 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Backup, restore, compact, repair and rescue on a real file: what is asked and told, and what is on the disk
+// afterwards.
+#include "data/modDBFunctions.h"
+#include "platform/clsDatabase.h"
+#include "support/faults.h"
+#include "support/program.h"
+#include "support/table.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTest>
+
+using namespace Qt::Literals::StringLiterals;
+using Answer = clsDialogs::Answer;
+using modBrambury::State;
+using modDBFunctions::Ending;
+
+namespace
+{
+const QString Complete = u"Backup complete."_s;
+const QString CompactQuestion = u"Brambury is about to compact your databases.\r\n\r\n"
+                                "It is strongly recommended that you backup your databases\r\n"
+                                "prior to running compact.  Be advised that a power failure\r\n"
+                                "or a Windows error during compact may currupt your databases.\r\n\r\n"
+                                "Do you wish to backup at this time?"_s;
+const QString RepairQuestion = u"Brambury is about to repair any problems in your databases.\r\n\r\n"
+                               "Would you like to backup your databases before repairing?"_s;
+
+bool Exists(const QString& path)
+{
+    return QFile::exists(path);
+}
+
+void WriteAll(const QString& path, const QByteArray& content)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(content) != content.size())
+        qFatal("%s cannot be written", qPrintable(path));
+}
+
+QByteArray ReadAll(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+} // namespace
+
+class tst_safety : public QObject
+{
+    Q_OBJECT
+
+private:
+    std::unique_ptr<clsTestProgram> m_program;
+    QTemporaryDir m_elsewhere;
+
+    fakeDialogs& Dialogs() { return m_program->dialogs; }
+    [[nodiscard]] QString DatabasePath() const { return m_program->installation.DatabasePath(); }
+    [[nodiscard]] QString Beside(const QString& name) const { return m_program->installation.DataPath() + name; }
+    [[nodiscard]] QString BackupFolder() const { return m_program->installation.Folder() + u"/Backup"_s; }
+    /// How many links the open database has; -1 when none is open.
+    static qint64 Links()
+    {
+        return State().Database ? State().Database->OpenRecordset(u"SELECT ID FROM tblLinkList"_s)->RecordCount() : -1;
+    }
+    static void AddLink() { clsTestInstallation::AddLink(*State().Database, u"Shop"_s, u"Partner"_s); }
+    Ending Backup(const QString& folder) { return modDBFunctions::BackupDatabase(folder, {}); }
+    Ending Restore(const QString& folder)
+    {
+        return modDBFunctions::RestoreDatabase(folder.isEmpty() ? folder : folder + u"/Bramdat.mdb"_s, {});
+    }
+    /// Nothing but the database and its locks is in the data folder.
+    [[nodiscard]] QStringList Leftovers() const
+    {
+        QStringList names = QDir(m_program->installation.DataPath()).entryList(QDir::Files);
+        names.removeAll(u"Bramdat.mdb"_s);
+        names.removeAll(u"Bramdat.use"_s);
+        return names;
+    }
+
+private Q_SLOTS:
+    void init()
+    {
+        m_program.reset(); // one at a time
+        m_program = std::make_unique<clsTestProgram>();
+        clsTestInstallation::AddSite(*State().Database, u"Shop"_s);
+        AddLink();
+    }
+    void cleanup()
+    {
+        QVERIFY2(Dialogs().expected.isEmpty(), qPrintable(m_program->windows.lastDetails));
+        m_program.reset();
+    }
+
+    void BackupAndRestore()
+    {
+        const auto links = State().Database->OpenRecordset(u"tblLinkList"_s);
+        Dialogs().Expect(Complete);
+        QCOMPARE(Backup(BackupFolder()), Ending::Done); // the folder that is offered is made
+        QCOMPARE(State().Settings.LastBackup, u"2026-01-05 15:07:09"_s);
+        QCOMPARE(m_program->settings.values[u"General"_s][u"LastBackup"_s], State().Settings.LastBackup);
+        QCOMPARE(QDir(BackupFolder()).entryList(QDir::Files), QStringList{u"Bramdat.mdb"_s});
+        QCOMPARE(links->Field(u"Title"_s).toString(), u"Partner"_s); // record sets find the file again
+        QVERIFY(m_program->windows.calls.contains(u"unload others"_s));
+
+        // The old backup's own date, and the date of now.
+        AddLink();
+        QFile backup(BackupFolder() + u"/Bramdat.mdb"_s);
+        QVERIFY(backup.open(QIODevice::ReadWrite) &&
+                backup.setFileTime(QDateTime(QDate(2025, 12, 24), QTime(6, 5)), QFileDevice::FileModificationTime));
+        backup.close();
+        const QString question = u"Replace last backup Wednesday, December 24, 2025  06:05 AM\r\n"
+                                 "with current database Bramdat.mdb Monday, January 5, 2026  03:07 PM"_s;
+        const QByteArray before = ReadAll(backup.fileName());
+        Dialogs().Expect(question, Answer::No, u"Backup Database"_s);
+        QCOMPARE(Backup(BackupFolder()), Ending::Refused);
+        QCOMPARE(ReadAll(backup.fileName()), before);
+        Dialogs().Expect(question, Answer::Yes);
+        Dialogs().Expect(Complete);
+        QCOMPARE(Backup(BackupFolder()), Ending::Done);
+
+        AddLink();
+        QFile working(DatabasePath());
+        QVERIFY(working.open(QIODevice::ReadWrite) &&
+                working.setFileTime(QDateTime(QDate(2026, 1, 5), QTime(14, 0)), QFileDevice::FileModificationTime) &&
+                backup.open(QIODevice::ReadWrite) &&
+                backup.setFileTime(QDateTime(QDate(2026, 1, 4), QTime(0, 30)), QFileDevice::FileModificationTime));
+        working.close();
+        backup.close();
+        const QString replace = u"Replace current database Monday, January 5, 2026  02:00 PM\r\n"
+                                "with last backup Sunday, January 4, 2026  12:30 AM"_s;
+        Dialogs().Expect(replace, Answer::No, u"Restore Database"_s);
+        QCOMPARE(Restore(BackupFolder()), Ending::Refused);
+        QCOMPARE(Links(), 3);
+        Dialogs().Expect(replace, Answer::Yes);
+        Dialogs().Expect(u"Restore complete."_s);
+        QCOMPARE(Restore(BackupFolder()), Ending::Done);
+        QCOMPARE(Links(), 2);
+        QCOMPARE(Leftovers(), QStringList());
+    }
+
+    void Refusals()
+    {
+        const QByteArray before = ReadAll(DatabasePath());
+        Dialogs().Expect(u"A destination path must be specified!"_s);
+        QCOMPARE(Backup(u" "_s), Ending::Refused);
+        const QString link = m_elsewhere.filePath(u"link"_s);
+        QFile::remove(link);
+        QVERIFY(QFile::link(m_program->installation.DataPath(), link));
+        for (const QString& same : {m_program->installation.DataPath(), link}) {
+            Dialogs().Expect(u"You cannot backup from the same directory.  Please select another destination path."_s);
+            QCOMPARE(Backup(same), Ending::Refused);
+            Dialogs().Expect(u"You cannot restore to the same directory.  Please select another source path."_s);
+            QCOMPARE(Restore(same), Ending::Refused);
+        }
+        Dialogs().Expect(u"A destination path must be specified!"_s);
+        QCOMPARE(Restore({}), Ending::Refused);
+        const QString missing = m_elsewhere.filePath(u"missing"_s);
+        Dialogs().Expect(u"Path not found: %1\r\nNumber: 76"_s.arg(missing), Answer::Retry);
+        Dialogs().Expect(u"Path not found: %1\r\nNumber: 76"_s.arg(missing), Answer::Cancel);
+        QCOMPARE(Backup(missing), Ending::Failed);
+        Dialogs().Expect(u"Looking for %1/Bramdat.mdb: No such file or directory\r\nNumber: 53"_s.arg(missing),
+                         Answer::Cancel);
+        QCOMPARE(Restore(missing), Ending::Failed);
+        QCOMPARE(ReadAll(DatabasePath()), before);
+        QCOMPARE(Links(), 1);
+        QVERIFY(State().Settings.LastBackup.isEmpty());
+    }
+
+    void BadBackupIsNotRestored()
+    {
+        Dialogs().Expect(Complete);
+        QCOMPARE(Backup(BackupFolder()), Ending::Done);
+        const QString backup = BackupFolder() + u"/Bramdat.mdb"_s;
+        QByteArray content = ReadAll(backup);
+        WriteAll(backup, content.replace(20 * 1024, 2048, QByteArray(2048, 'x')));
+        AddLink();
+        // The text of damage is the engine's; the number is what counts.
+        struct anyText : fakeDialogs
+        {
+            QStringList texts;
+            Answer MsgBox(const QString& text, Buttons buttons, Icon, const QString&) override
+            {
+                texts << text;
+                return buttons == Buttons::YesNo ? Answer::Yes : Answer::Cancel;
+            }
+        } any;
+        State().Platform.Dialogs = &any;
+        QCOMPARE(Restore(BackupFolder()), Ending::Failed);
+        QVERIFY2(any.texts.last().endsWith(u"\r\nNumber: 3049"_s), qPrintable(any.texts.last()));
+        QCOMPARE(Links(), 2);
+        QCOMPARE(Leftovers(), QStringList());
+        // Nor does a damaged database take the place of a backup.
+        const QByteArray kept = ReadAll(backup);
+        QByteArray damaged = ReadAll(DatabasePath());
+        WriteAll(DatabasePath(), damaged.replace(20 * 1024, 2048, QByteArray(2048, 'x')));
+        QCOMPARE(Backup(BackupFolder()), Ending::Failed);
+        QVERIFY2(any.texts.last().endsWith(u"\r\nNumber: 3049"_s), qPrintable(any.texts.last()));
+        QCOMPARE(ReadAll(backup), kept);
+        QCOMPARE(QDir(BackupFolder()).entryList(QDir::Files), QStringList{u"Bramdat.mdb"_s});
+        State().Platform.Dialogs = &Dialogs();
+    }
+
+    void Compact()
+    {
+        for (int i = 0; i < 400; ++i)
+            AddLink();
+        auto links = State().Database->OpenRecordset(u"SELECT * FROM tblLinkList ORDER BY ID"_s);
+        links->MoveLast();
+        const qint64 last = links->Bookmark();
+        std::vector<clsBookmark> keys;
+        for (qint64 id = 10; id <= last; ++id)
+            keys.push_back(id);
+        State().Database->DeleteRecords(u"tblLinkList"_s, keys);
+        const qint64 size = QFileInfo(DatabasePath()).size();
+
+        Dialogs().Expect(CompactQuestion, Answer::Cancel, u"Compact Database"_s);
+        QCOMPARE(modDBFunctions::Compactdatabase({}), Ending::Refused);
+        QVERIFY(!m_program->windows.calls.contains(u"unload others"_s) && State().Database);
+
+        bool fromExit = false;
+        m_program->windows.onBackup = [&] { return fromExit = State().BackupFromExit; };
+        Dialogs().Expect(CompactQuestion, Answer::Yes, u"Compact Database"_s);
+        Dialogs().Expect(u"The Brambury database was successfully compacted."_s, {}, u"Compact Database"_s);
+        QList<int> percents;
+        bool flagged = false;
+        QCOMPARE(modDBFunctions::Compactdatabase([&](int percent) {
+                     percents << percent;
+                     flagged = State().DatabaseWork && !State().Database;
+                     return true;
+                 }),
+                 Ending::Done);
+        QVERIFY(fromExit && !State().BackupFromExit && flagged);
+        QVERIFY(std::is_sorted(percents.begin(), percents.end()) && percents.size() > 2);
+        QVERIFY(QFileInfo(DatabasePath()).size() < size);
+        QCOMPARE(Leftovers(), QStringList());
+        QCOMPARE(Links(), 9);
+        // Numbers are not given a second time.
+        QCOMPARE(clsTestInstallation::AddLink(*State().Database, u"Shop"_s, u"New"_s), last + 1);
+    }
+
+    void CompactMeetsLeftover()
+    {
+        WriteAll(Beside(u"_Bramdat.mdb"_s), "an older survivor");
+        Dialogs().Expect(CompactQuestion, Answer::No);
+        QCOMPARE(modDBFunctions::Compactdatabase({}), Ending::Failed);
+        QVERIFY2(m_program->windows.lastDetails.contains(u"Error Number: \t58"_s) &&
+                     m_program->windows.lastDetails.contains(u"modBrambury"_s) &&
+                     m_program->windows.lastDetails.contains(u"Compactdatabase"_s),
+                 qPrintable(m_program->windows.lastDetails));
+        QCOMPARE(ReadAll(Beside(u"_Bramdat.mdb"_s)), QByteArray("an older survivor"));
+        QCOMPARE(Links(), -1);
+        QVERIFY(modDBFunctions::OpenProcessDatabase());
+        QCOMPARE(Links(), 1);
+    }
+
+    void Repair()
+    {
+        Dialogs().Expect(RepairQuestion, Answer::No, u"Repair Database"_s);
+        Dialogs().Expect(u"The Brambury database was successfully repaired."_s, {}, u"Repair Database"_s);
+        QStringList report;
+        QCOMPARE(modDBFunctions::Repairdatabase({}, report), Ending::Done);
+        QCOMPARE(Links(), 1);
+        QCOMPARE(Leftovers(), QStringList());
+    }
+
+    void RepairDamaged()
+    {
+        clsTestInstallation::AddLinks(*State().Database, u"Shop"_s, 500);
+        modBrambury::CloseProcessDatabase();
+        // A page in the middle of the links, and the end of the file.
+        QByteArray content = ReadAll(DatabasePath());
+        const qsizetype middle = content.size() / 2 / 1024 * 1024;
+        WriteAll(DatabasePath(), content.replace(middle + 300, 10, QByteArray(10, '\0')));
+        const auto isDamaged = [&] {
+            return !m_program->databaseFiles->Check(DatabasePath(), modBrambury::ConnectString, {}).isEmpty();
+        };
+        QVERIFY(isDamaged());
+        Dialogs().Expect(RepairQuestion, Answer::No);
+        Dialogs().Expect(u"The Brambury database was successfully repaired."_s);
+        QStringList report;
+        QCOMPARE(modDBFunctions::Repairdatabase({}, report), Ending::Done);
+        QVERIFY2(Links() > 470 && Links() <= 501, qPrintable(QString::number(Links())));
+        QVERIFY(!report.isEmpty() || Links() == 501);
+        QVERIFY(!isDamaged());
+        QCOMPARE(Leftovers(), QStringList());
+
+        // Nothing to begin with: the file stays as it is.
+        modBrambury::CloseProcessDatabase();
+        const QByteArray foreign = QByteArray("This is no database at all.\r\n").repeated(200);
+        WriteAll(DatabasePath(), foreign);
+        Dialogs().Expect(RepairQuestion, Answer::No);
+        QCOMPARE(modDBFunctions::Repairdatabase({}, report), Ending::Failed);
+        QVERIFY2(m_program->windows.lastDetails.contains(u"please restore the newest backup"_s),
+                 qPrintable(m_program->windows.lastDetails));
+        QCOMPARE(ReadAll(DatabasePath()), foreign);
+        QCOMPARE(Leftovers(), QStringList());
+    }
+
+    /// Stop, in the middle of any of them: the database is as it was, open, under its own name.
+    void Stopped_data()
+    {
+        const testTable<int> row; // percent at which Stop is pressed
+        row("at once", 0);
+        row("in the middle", 45);
+    }
+    void Stopped()
+    {
+        const auto [at] = testRow<int>();
+        clsTestInstallation::AddLinks(*State().Database, u"Shop"_s, 2000);
+        const auto stop = [until = at](int percent) { return percent < until; };
+        Dialogs().Expect(CompactQuestion, Answer::No);
+        QCOMPARE(modDBFunctions::Compactdatabase(stop), Ending::Stopped);
+        QCOMPARE(modDBFunctions::BackupDatabase(BackupFolder(), stop), Ending::Stopped);
+        QCOMPARE(Links(), 2001);
+        QCOMPARE(Leftovers(), QStringList());
+        QCOMPARE(QDir(BackupFolder()).entryList(QDir::Files), QStringList());
+        QVERIFY(!State().DatabaseWork);
+    }
+
+    void OthersHaveItOpen()
+    {
+        const auto other = m_program->disk->Lock(Beside(u"Bramdat.use"_s), clsDisk::Share::Shared);
+        const QString inUse =
+            u"The database is in use by another copy of Brambury.  Close its window and end its runs first."_s;
+        Dialogs().Expect(inUse);
+        QCOMPARE(Backup(BackupFolder()), Ending::InUse);
+        Dialogs().Expect(CompactQuestion, Answer::No);
+        Dialogs().Expect(inUse);
+        QCOMPARE(modDBFunctions::Compactdatabase({}), Ending::InUse);
+        QCOMPARE(modDBFunctions::LastUse(), modDBFunctions::Use::InUse);
+        QCOMPARE(Links(), 1);
+    }
+
+    void Rescue()
+    {
+        const QString temporary = Beside(u"_Bramdat.mdb"_s);
+        QString told;
+        QCOMPARE(modDBFunctions::RescueDatabase(told), Ending::Done);
+        QCOMPARE(told, u"There is nothing to put back."_s);
+        QVERIFY(QFile::copy(DatabasePath(), temporary));
+        const QString question =
+            u"The database is sound.  A compact or repair that did not end has left an older state of it as %1.\r\n\r\n"
+            "Do you wish to delete that file?"_s.arg(temporary);
+        Dialogs().Expect(question, Answer::No);
+        QCOMPARE(modDBFunctions::RescueDatabase(told), Ending::Refused);
+        QVERIFY(Exists(temporary));
+        Dialogs().Expect(question, Answer::Yes);
+        QCOMPARE(modDBFunctions::RescueDatabase(told), Ending::Done);
+        QVERIFY(!Exists(temporary));
+
+        // The start offers the same, after the message that it has always given.
+        modBrambury::CloseProcessDatabase();
+        QVERIFY(QFile::rename(DatabasePath(), temporary));
+        const QString missing = u"Brambury could not locate the database file %1."_s.arg(DatabasePath());
+        const QString offer = u"A compact or repair that did not end has left the database as %1.\r\n\r\n"
+                              "Do you wish to put it back?"_s.arg(temporary);
+        Dialogs().Expect(missing);
+        Dialogs().Expect(offer, Answer::No);
+        QVERIFY(!modBrambury::LocateDatabase());
+        QVERIFY(!Exists(DatabasePath()));
+        Dialogs().Expect(missing);
+        Dialogs().Expect(offer, Answer::Yes);
+        QVERIFY(modBrambury::LocateDatabase());
+        QVERIFY(modDBFunctions::OpenProcessDatabase());
+        QCOMPARE(Links(), 1);
+
+        // What is not whole is left where it is.
+        modBrambury::CloseProcessDatabase();
+        QVERIFY(QFile::rename(DatabasePath(), temporary));
+        QFile file(temporary);
+        QVERIFY(file.resize(file.size() / 2));
+        QVERIFY(ErrorOf([&] { (void)modDBFunctions::RescueDatabase(told); }) != 0);
+        QVERIFY(!Exists(DatabasePath()) && Exists(temporary));
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_safety)
+#include "tst_safety.moc"

@@ -1,0 +1,184 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Tools: backup, restore, compact and repair as the user meets them, and the restart that follows.
+#include "main_window_fixture.h"
+#include "ui/frmBackupRestore.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPushButton>
+#include <QTest>
+#include <QTimer>
+#include <malloc.h>
+
+using namespace Qt::Literals::StringLiterals;
+using Answer = clsDialogs::Answer;
+
+namespace
+{
+const QString RepairQuestion = u"Brambury is about to repair any problems in your databases.\r\n\r\n"
+                               "Would you like to backup your databases before repairing?"_s;
+const QString Repaired = u"The Brambury database was successfully repaired."_s;
+const QString Restarts = u"Brambury will now restart."_s;
+
+qsizetype OpenFiles()
+{
+    return QDir(u"/proc/self/fd"_s).entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot).size();
+}
+} // namespace
+
+class tst_backup_restore : public QObject
+{
+    Q_OBJECT
+
+private:
+    /// Does `work` in the dialog that opens next.
+    void Then(const std::function<void(QDialog&)>& work)
+    {
+        auto* timer = new QTimer(this);
+        connect(timer, &QTimer::timeout, this, [timer, work] {
+            if (auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget())) {
+                timer->stop();
+                timer->deleteLater();
+                work(*dialog);
+            }
+        });
+        timer->start(5);
+    }
+    template <class Control> static Control& In(QDialog& dialog, const QString& name)
+    {
+        return *dialog.findChild<Control*>(name);
+    }
+
+private Q_SLOTS:
+    void BackupThenRestart()
+    {
+        clsTestWindow program;
+        program.Fill();
+        program.Open();
+        const QString folder = program.installation.Folder();
+        bool looked = false;
+        Then([&](QDialog& dialog) {
+            auto& to = In<QLineEdit>(dialog, u"ToPath"_s);
+            auto& from = In<QLineEdit>(dialog, u"FromPath"_s);
+            auto& folders = In<QListWidget>(dialog, u"Dir1"_s);
+            QCOMPARE(to.text(), folder + u"/Backup"_s);
+            QCOMPARE(from.text(), program.installation.DataPath());
+            QVERIFY(from.isReadOnly() && !to.isReadOnly());
+            // The folder is not there yet: the list shows the one above it. Enter goes into a folder and starts
+            // nothing.
+            const auto data = folders.findItems(u"Data"_s, Qt::MatchExactly);
+            QCOMPARE(data.size(), 1);
+            folders.setCurrentItem(data.first());
+            QTest::keyClick(&folders, Qt::Key_Return);
+            QCOMPARE(to.text(), folder + u"/Data"_s);
+            program.dialogs.Expect(
+                u"You cannot backup from the same directory.  Please select another destination path."_s);
+            auto& start = In<QPushButton>(dialog, u"buttonBR"_s);
+            start.click();
+            // The other mode takes the chosen folder along.
+            In<QPushButton>(dialog, u"SSRibbon1_1"_s).click();
+            QVERIFY(to.isReadOnly() && !from.isReadOnly());
+            QCOMPARE(to.text(), program.installation.DataPath());
+            QCOMPARE(from.text(), folder + u"/Data"_s);
+            In<QPushButton>(dialog, u"SSRibbon1_0"_s).click();
+            to.setText(folder + u"/Backup"_s);
+            program.dialogs.Expect(u"Backup complete."_s);
+            program.dialogs.Expect(Restarts, {}, u"Backup/Restore Completed"_s);
+            looked = true;
+            start.click();
+        });
+        program.Trigger(u"ToolsMenuElement_2"_s);
+        QVERIFY(looked && program.dialogs.expected.isEmpty());
+        QTRY_COMPARE(program.closed, 1);
+        QCOMPARE(modBrambury::NextStep(), modBrambury::Next::Restart);
+        QVERIFY(QFile::exists(folder + u"/Backup/Bramdat.mdb"_s));
+        program.windows.Discard();
+        program.Open();
+        QVERIFY(!modBrambury::State().Settings.LastBackup.isEmpty());
+    }
+
+    /// The reminder at the end leads to the same window, and to no restart.
+    void BackupAtTheEnd()
+    {
+        clsTestWindow program;
+        program.Fill();
+        program.Set(u"General"_s, u"AutoBackup"_s, u"Yes"_s);
+        program.Open();
+        program.dialogs.Expect(u"There have been no backups made of your database.\r\n\r\n"
+                               "Do you wish to backup at this time?"_s,
+                               Answer::Yes);
+        program.dialogs.Expect(u"Backup complete."_s);
+        Then([](QDialog& dialog) { In<QPushButton>(dialog, u"buttonBR"_s).click(); });
+        program.Window().close();
+        QTRY_COMPARE(program.closed, 1);
+        QCOMPARE(modBrambury::NextStep(), modBrambury::Next::End);
+        QVERIFY(program.dialogs.expected.isEmpty() && !modBrambury::State().Database);
+        QVERIFY(!program.Setting(u"General"_s, u"LastBackup"_s).isEmpty());
+    }
+
+    void CommandsWithoutDatabase()
+    {
+        clsTestWindow program;
+        program.Fill();
+        program.Open();
+        // What an earlier compact has left is in the way of this one.
+        QVERIFY(QFile::copy(program.installation.DatabasePath(), program.installation.DataPath() + u"_Bramdat.mdb"_s));
+        int reports = 0;
+        const auto report = [&](QDialog& dialog) {
+            ++reports;
+            dialog.reject();
+        };
+        program.dialogs.Expect(RepairQuestion, Answer::No);
+        Then(report);
+        program.Trigger(u"ToolsMenuElement_3"_s);
+        QVERIFY(!modBrambury::State().Database);
+        int expected = 1;
+        for (const auto& command :
+             {u"SitesMenuElement_1"_s, u"LinkMenuElement_7"_s, u"ServicesMenuElement_2"_s, u"ToolsMenuElement_6"_s}) {
+            Then(report);
+            program.Trigger(command);
+            QCOMPARE(reports, ++expected);
+        }
+        QVERIFY(modBrambury::NextStep() == modBrambury::Next::End);
+    }
+
+    void RestartAHundredTimes()
+    {
+        clsTestWindow program;
+        program.Fill();
+        program.Open();
+        qsizetype files = 0;
+        qsizetype widgets = 0;
+        std::size_t memory = 0;
+        for (int i = 1; i <= 100; ++i) {
+            if (i % 20 == 0) { // now and then by the menu, with its work on the file
+                program.dialogs.Expect(RepairQuestion, Answer::No);
+                program.dialogs.Expect(Repaired);
+                program.dialogs.Expect(Restarts, {}, u"Repair Completed"_s);
+                program.Trigger(u"ToolsMenuElement_3"_s);
+            } else {
+                program.dialogs.Expect(Restarts);
+                modBrambury::RestartProgram(u"Compact Completed"_s);
+            }
+            QTRY_COMPARE(program.closed, i);
+            program.windows.Discard();
+            program.Open();
+            QVERIFY(program.dialogs.expected.isEmpty());
+            QCOMPARE(program.Counter(), u"[ 4 link(s) in current view ]"_s);
+            if (i == 20) {
+                files = OpenFiles();
+                widgets = QApplication::allWidgets().size();
+                memory = mallinfo2().uordblks;
+            }
+        }
+        QCOMPARE(OpenFiles(), files);
+        QCOMPARE(QApplication::allWidgets().size(), widgets);
+        const auto grown = static_cast<qint64>(mallinfo2().uordblks) - static_cast<qint64>(memory);
+        QVERIFY2(grown < 80 * 1024, qPrintable(u"80 restarts took %1 bytes"_s.arg(grown)));
+    }
+};
+
+QTEST_MAIN(tst_backup_restore)
+#include "tst_backup_restore.moc"
