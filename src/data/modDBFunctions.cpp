@@ -285,6 +285,7 @@ struct Rewriting
     QString caption;
     QString question;
     QString success;
+    const modDBFunctions::Progress& progress;
     std::function<void()> work;
 };
 
@@ -305,6 +306,9 @@ Ending Rewrite(const Rewriting& how)
     if (state.Terminating || state.SessionEnding)
         return Ending::Stopped;
     modBrambury::UnloadAllForms(true);
+    // Whoever watches is to know before the database is closed.
+    if (how.progress && !how.progress(0))
+        return Ending::Stopped;
     auto lock = CloseForWork();
     if (!lock)
         return Ending::InUse;
@@ -457,6 +461,7 @@ Ending modDBFunctions::Compactdatabase(const Progress& progress)
                                                "or a Windows error during compact may currupt your databases.\r\n\r\n"
                                                "Do you wish to backup at this time?"_s,
                            .success = u"The %1 database was successfully compacted."_s.arg(title),
+                           .progress = progress,
                            .work = [&] { Compact(progress); }});
 }
 
@@ -477,6 +482,7 @@ Ending modDBFunctions::Repairdatabase(const Progress& progress, QStringList& rep
                            .question = title + u" is about to repair any problems in your databases.\r\n\r\n"
                                                "Would you like to backup your databases before repairing?"_s,
                            .success = u"The %1 database was successfully repaired."_s.arg(title),
+                           .progress = progress,
                            .work = work});
 }
 

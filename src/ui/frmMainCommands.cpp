@@ -69,8 +69,9 @@ QString UpdatePage()
 
 void frmMain::Command(const char* routine, const std::function<void()>& body)
 {
-    // While the end asks its last questions the window still stands, but its lists are closed.
-    if (m_busy || m_unloaded)
+    // While the end asks its last questions the window still stands, but its lists are closed; and a command that works
+    // on the whole database file keeps the window live, but has the file to itself.
+    if (m_busy || m_unloaded || m_inside > 0)
         return;
     const clsInside inside(*this);
     guarded(Module, routine, body);

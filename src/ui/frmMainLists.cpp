@@ -279,7 +279,7 @@ void frmMain::StatusViewChosen(int tab)
 {
     // The strip shows the new tab before anyone is asked; during a run it keeps the old one.
     const int view = tab - FirstStatusTab;
-    if (m_busy) {
+    if (m_busy || m_inside > 0) {
         const QSignalBlocker quiet(m_linksTab);
         m_linksTab->setCurrentIndex(m_view + FirstStatusTab);
         return;
