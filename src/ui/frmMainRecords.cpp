@@ -93,6 +93,8 @@ void frmMain::CopySite()
 
 void frmMain::BeginRename()
 {
+    if (m_siteList->findChild<QLineEdit*>())
+        return; // a name is being typed already
     m_siteList->setFocus();
     if (QTreeWidgetItem* node = m_siteList->currentItem())
         m_siteList->editItem(node);
