@@ -24,15 +24,6 @@ struct Request
     modIO::ExportOptions options;
 };
 
-/// Whether the file may be written, as the window's file dialog would ask.
-bool MayWrite(const clsDisk& disk, const QString& file)
-{
-    return !disk.FileExists(file) ||
-           modCommonFunctions::MsgBox(file + u" already exists.\r\nDo you want to replace it?"_s,
-                                      clsDialogs::Buttons::YesNo,
-                                      clsDialogs::Icon::Question) == clsDialogs::Answer::Yes;
-}
-
 ExitCode Export(const clsCommandSession& session, clsDatabase& database, const Request& request)
 {
     const clsDisk& disk = *modBrambury::Platform().Disk;
@@ -41,7 +32,7 @@ ExitCode Export(const clsCommandSession& session, clsDatabase& database, const R
         return found;
     if (request.file.isEmpty() || disk.FolderExists(request.file))
         return clsCommandSession::Refuse(u"\"%1\" is no name of a file."_s.arg(request.file));
-    if (!MayWrite(disk, request.file))
+    if (!modCommands::MayReplace(request.file))
         return ExitCode::Refused;
     // Where no window has been open since the template came with the program, it is not laid down yet.
     if (!disk.FileExists(modBrambury::FolderPath(u"\\"_s + modIO::TemplateFile)))
