@@ -168,7 +168,7 @@ Figures RunBare(const Web& web)
 
 // ---- the link test itself
 
-class quietParent : public clsLinkTestParent
+class quietParent : public clsRunParent
 {
 public:
     void HighLightLink(qint64, const QString&) override {}
@@ -258,8 +258,7 @@ Figures RunLinkTest(const Web& web, int links, int simultaneous)
     clsHTTP test({.Parent = &parent,
                   .LogWindow = &log,
                   .Platform = state.Platform,
-                  .Database = state.Database.get(),
-                  .MakeEngine = {}});
+                  .Database = state.Database.get()});
     const Heartbeat heartbeat;
     const Meter meter;
     test.CheckLinks();

@@ -23,6 +23,13 @@ CREATE TABLE tblSites (
     SignatureBlock             TEXT,
     HostName                   VARCHAR(255),
     MailPort                   INTEGER,
+    MailSecurity               VARCHAR(8),    -- none, starttls or tls; NULL: none
+    MailUser                   VARCHAR(255),  -- logs in at that server; NULL or empty: nobody does
+    MailTokenCommand           VARCHAR(1000), -- prints a token, which takes the place of a password
+    MailKey                    VARCHAR(64),   -- names the kept password; NULL: none is kept, it is asked for
+    MailGap                    INTEGER, -- seconds between two messages to that server; NULL: as the settings say
+    MailPerHour                INTEGER, -- most messages to that server in an hour, in a day; 0: no limit
+    MailPerDay                 INTEGER,
     ProxyServer                VARCHAR(255),
     HTTPPort                   INTEGER,
     EMessage1                  INTEGER, -- tblMailMessages.MessageID of the template sent for each message type

@@ -5,6 +5,7 @@
 #include "data/modDBFunctions.h"
 #include "data/modSites.h"
 #include "platform/clsDatabase.h"
+#include "platform/clsDisk.h"
 #include "platform/impl/clsPlatformParts.h"
 #include "shell/clsErrorHandler.h"
 #include "shell/modBrambury.h"
@@ -57,6 +58,32 @@ ExitCode clsCommandSession::OpenDatabase() const
     if (modDBFunctions::LastUse() == modDBFunctions::Use::InUse)
         return ExitCode::InUse;
     return ExitCode::Failed;
+}
+
+ExitCode clsCommandSession::AsRun(const QString& siteID, const std::function<ExitCode()>& body) const
+{
+    const clsEndSignals signals = StopBySignals();
+    if (const ExitCode located = LocateDatabase(); located != ExitCode::Done)
+        return located;
+    const auto lock =
+        State().Platform.Disk->Lock(State().Settings.DataPath + u"Bramdat.run"_s, clsDisk::Share::Exclusive);
+    if (!lock)
+        return InUse(u"Another run is under way on this database."_s);
+    if (const ExitCode opened = OpenDatabase(); opened != ExitCode::Done)
+        return opened;
+    {
+        const auto sites = Database().OpenRecordset(u"tblSites"_s);
+        if (const ExitCode found = FindSite(*sites, siteID); found != ExitCode::Done)
+            return found;
+        modSites::Select(*sites);
+    }
+    return body();
+}
+
+clsEndSignals clsCommandSession::StopBySignals()
+{
+    State().StopFlag = false;
+    return clsEndSignals([] { State().StopFlag = true; });
 }
 
 clsDatabase& clsCommandSession::Database()

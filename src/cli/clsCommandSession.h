@@ -5,6 +5,7 @@
 #include "cli/clsConsoleDialogs.h"
 #include "cli/clsConsoleWindows.h"
 #include "cli/modExitCode.h"
+#include "platform/impl/clsEndSignals.h"
 
 #include <QString>
 #include <functional>
@@ -36,6 +37,12 @@ public:
     /// Opens the process's database. @return Done, Failed, or InUse while somebody has it for himself alone; the user
     /// has been told.
     [[nodiscard]] ExitCode OpenDatabase() const;
+    /// Does a run's work: one at a time on a database, and Ctrl-C sets the stop flag. Locates and opens the database
+    /// and selects the site as FindSite does. @param body  works in Database() for State().CurrentSite.
+    /// @return the body's code, or why it did not come to that; the user has been told.
+    [[nodiscard]] ExitCode AsRun(const QString& siteID, const std::function<ExitCode()>& body) const;
+    /// Clears the stop flag; while the result lives, Ctrl-C and SIGTERM set it instead of ending the process.
+    [[nodiscard]] static clsEndSignals StopBySignals();
     /// The database that OpenDatabase has opened.
     [[nodiscard]] static clsDatabase& Database();
 

@@ -76,3 +76,12 @@ QString clsConsoleDialogs::OpenFile(const FileRequest& request)
 {
     Cancelled(request);
 }
+
+QString clsConsoleDialogs::PasswordBox(const QString& prompt, const QString& /*title*/)
+{
+    if (!modConsole::CanAsk())
+        throw clsError(clsError::DialogCancelled, u"No password can be asked for without a terminal."_s,
+                       u"Command line"_s);
+    modConsole::ErrorLine(prompt);
+    return modConsole::AskSecret(u"Password: "_s);
+}

@@ -26,6 +26,8 @@ public:
     {
         return {};
     }
+    /// Asks on a terminal, without showing what is typed. @throws clsError DialogCancelled without one.
+    [[nodiscard]] QString PasswordBox(const QString& prompt, const QString& title) override;
 
 private:
     [[nodiscard]] Answer AnswerOf(Buttons buttons) const;

@@ -7,6 +7,19 @@ using namespace Qt::Literals::StringLiterals;
 
 void clsConsoleLog::ShowAppended(const QString& text, qsizetype /*caret*/)
 {
-    // The log separates its lines; here the end of the last one has been written already.
-    modConsole::WriteLine(text.startsWith("\r\n"_L1) ? text.mid(2) : text);
+    const bool newLine = text.startsWith("\r\n"_L1);
+    if (newLine)
+        EndLine();
+    const QString line = newLine ? text.mid(2) : text;
+    if (m_lineEnd == LineEnd::AtOnce)
+        return modConsole::WriteLine(line);
+    modConsole::WritePart(line);
+    m_open = true;
+}
+
+void clsConsoleLog::EndLine()
+{
+    if (m_open)
+        modConsole::WriteLine({});
+    m_open = false;
 }

@@ -4,12 +4,28 @@
 
 #include "log/clsStatusLog.h"
 
-/// Each line is written and flushed when it is logged, its end included, so that a reader who takes whole lines sees
-/// it at once. What is logged later to continue a line therefore stands on a line of its own. Clearing takes nothing
-/// back.
+/// Everything is written and flushed when it is logged. Clearing takes nothing back.
 class clsConsoleLog final : public clsLogWindow
 {
+public:
+    /// When a line's end is written.
+    enum class LineEnd
+    {
+        AtOnce, ///< a reader who takes whole lines sees each as it comes; what continues one stands on a line of its own
+        Late    ///< with the next line, so that a line can be continued: it reads as in the window
+    };
+    explicit clsConsoleLog(LineEnd lineEnd = LineEnd::AtOnce) : m_lineEnd(lineEnd) {}
+    ~clsConsoleLog() override { EndLine(); }
+    clsConsoleLog(const clsConsoleLog&) = delete;
+    clsConsoleLog& operator=(const clsConsoleLog&) = delete;
+
 protected:
     void ShowAppended(const QString& text, qsizetype caret) override;
-    void ShowCleared() override {}
+    void ShowCleared() override { EndLine(); }
+
+private:
+    void EndLine();
+
+    const LineEnd m_lineEnd;
+    bool m_open = false; ///< a line has begun whose end is not written
 };

@@ -18,7 +18,11 @@ public:
     /// Writes message and details to the error stream.
     void ShowError(ErrorIcon icon, const QString& message, const QString& details) override;
     bool ShowBackupRestore() override { return false; }
+    /// Caption and text go to the standard output, the attachment to the error stream; the reply is a word on the
+    /// standard input, asked for on a terminal: ok, skip or cancel. The end of the input, and any other word where
+    /// nobody can be asked, is cancel.
+    QString ShowPreview(const QString& caption, const QString& text, const QString& attachment) override;
     void SetHelpFile(const QString&) override {}
     void ShowHelp(int) override {}
-    bool ShowTips() override { return false; }
+    void ShowTips() override {}
 };

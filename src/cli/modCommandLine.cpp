@@ -20,8 +20,9 @@ using namespace Qt::Literals::StringLiterals;
 namespace
 {
 constexpr char Footer[] =
-    "Exit codes: 0 done, 1 done but a link failed or there was nothing to write, 2 wrong usage or\n"
-    "refused input, 3 could not run or ended by an error, 4 in use by another run, 5 stopped.";
+    "Exit codes: 0 done, 1 done but a link failed, a message was not sent or there was nothing to\n"
+    "write, 2 wrong usage or refused input, 3 could not run or ended by an error, 4 in use by\n"
+    "another run, 5 stopped.";
 
 int Number(ExitCode code)
 {
@@ -37,6 +38,7 @@ struct Wish
     bool prints = false;  ///< the command does
     std::string pictures; ///< folder for the pictures
     bool makePictures = false;
+    bool lightOnly = false; ///< only the light pictures of single size
 };
 
 void Describe(CLI::App& app, Wish& wish)
@@ -55,18 +57,23 @@ void Describe(CLI::App& app, Wish& wish)
     app.add_flag("--yes", wish.yes, "Answer questions with Yes instead of asking");
     modCommands::AddInit(app, wish.command);
     modCommands::AddRuns(app, wish.command);
+    modCommands::AddMail(app, wish.command);
     modCommands::AddTables(app, wish.command);
     modCommands::AddSite(app, wish.command);
+    modCommands::AddMailLogin(app, wish.command);
     modCommands::AddLink(app, wish.command);
     modCommands::AddCategory(app, wish.command);
+    modCommands::AddTemplate(app, wish.command);
     modCommands::AddImport(app, wish.command);
     modCommands::AddHarvest(app, wish.command);
     modCommands::AddPage(app, wish.command);
     modCommands::AddReport(app, wish.command, wish.prints);
     modCommands::AddSettings(app, wish.command);
     modCommands::AddSafety(app, wish.command);
+    modCommands::AddSchedule(app, wish.command);
     CLI::App* pictures = app.add_subcommand("pictures", "Render the windows to PNG files, without a display");
     pictures->add_option("folder", wish.pictures, "Folder that receives the files")->required()->type_name("DIR");
+    pictures->add_flag("--light", wish.lightOnly, "Only light ones, in single size");
     pictures->callback([&wish] { wish.makePictures = true; });
 }
 
@@ -168,7 +175,8 @@ int RunCommandLine(int argc, char** argv, const clsWindowEntry& window)
     clsPlatformParts parts(home);
     if (wish.makePictures) {
         qInstallMessageHandler(&WhileOffscreen);
-        return window.RenderPictures(parts, QString::fromLocal8Bit(wish.pictures.data(), std::ssize(wish.pictures)));
+        return window.RenderPictures(parts, QString::fromLocal8Bit(wish.pictures.data(), std::ssize(wish.pictures)),
+                                     wish.lightOnly);
     }
     return window.OpenWindow(parts);
 }

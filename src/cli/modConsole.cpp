@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "cli/modConsole.h"
 
+#include <QScopeGuard>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <poll.h>
 #include <string>
+#include <termios.h>
 #include <unistd.h>
 
 using namespace Qt::Literals::StringLiterals;
@@ -25,6 +27,28 @@ void Flush()
     if (std::fflush(stdout) != 0 && s_writeError == 0)
         s_writeError = errno;
 }
+
+/// Reads up to a line feed. @param whole  only a line that is ended so counts.
+/// @return Null at the input's end or after a signal.
+QString AskLine(const QString& prompt, bool whole)
+{
+    const QByteArray bytes = Encoded(prompt);
+    std::fwrite(bytes.constData(), 1, static_cast<std::size_t>(bytes.size()), stderr);
+    std::fflush(stderr);
+    std::string line;
+    for (;;) {
+        char letter = 0;
+        // Waiting by poll and not by read: a signal ends this wait, whatever its handler says of interrupted calls.
+        struct pollfd input = {.fd = STDIN_FILENO, .events = POLLIN, .revents = 0};
+        const ssize_t got = ::poll(&input, 1, -1) == 1 ? ::read(STDIN_FILENO, &letter, 1) : -1;
+        const bool ended = got == 0 && !whole && !line.empty();
+        if (got != 1 && !ended)
+            return {};
+        if (letter == '\n' || ended)
+            return u""_s + QString::fromStdString(line);
+        line += letter;
+    }
+}
 } // namespace
 
 void modConsole::Write(const QByteArray& bytes)
@@ -37,7 +61,12 @@ void modConsole::Write(const QByteArray& bytes)
 
 void modConsole::WriteLine(const QString& text)
 {
-    Write(Encoded(text) + '\n');
+    WritePart(text + u'\n');
+}
+
+void modConsole::WritePart(const QString& text)
+{
+    Write(Encoded(text));
     Flush();
 }
 
@@ -64,18 +93,23 @@ bool modConsole::CanAsk()
 
 QString modConsole::Ask(const QString& prompt)
 {
-    const QByteArray bytes = Encoded(prompt);
-    std::fwrite(bytes.constData(), 1, static_cast<std::size_t>(bytes.size()), stderr);
-    std::fflush(stderr);
-    std::string line;
-    for (;;) {
-        char letter = 0;
-        // Waiting by poll and not by read: a signal ends this wait, whatever its handler says of interrupted calls.
-        struct pollfd input = {.fd = STDIN_FILENO, .events = POLLIN, .revents = 0};
-        if (::poll(&input, 1, -1) != 1 || ::read(STDIN_FILENO, &letter, 1) != 1)
-            return {};
-        if (letter == '\n')
-            return u""_s + QString::fromStdString(line).trimmed(); // never Null, not even for an empty line
-        line += letter;
-    }
+    const QString line = AskLine(prompt, true);
+    return line.isNull() ? line : u""_s + line.trimmed(); // never Null, not even for an empty line
+}
+
+QString modConsole::AskSecret(const QString& prompt)
+{
+    struct termios before = {};
+    const bool terminal = ::tcgetattr(STDIN_FILENO, &before) == 0;
+    const auto restore = qScopeGuard([&] {
+        if (!terminal)
+            return;
+        ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &before);
+        ErrorLine({}); // the user's line end was not shown either
+    });
+    struct termios silent = before;
+    silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+    if (terminal)
+        ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &silent);
+    return AskLine(prompt, false);
 }

@@ -11,6 +11,8 @@ namespace modConsole
 void Write(const QByteArray& bytes);
 /// Writes a line to the standard output and flushes it, so that whoever reads along has it at once.
 void WriteLine(const QString& text);
+/// Writes a text that may not be the whole of its line, and flushes it.
+void WritePart(const QString& text);
 /// Writes a line to the error stream.
 void ErrorLine(const QString& text);
 /// Flushes the standard output. @return false when anything written to it got lost; the reason is told once, unless
@@ -20,4 +22,6 @@ void ErrorLine(const QString& text);
 [[nodiscard]] bool CanAsk();
 /// Puts `prompt` on the error stream and reads a line. @return a Null text at the input's end or after a signal.
 [[nodiscard]] QString Ask(const QString& prompt);
+/// The same without the terminal's echo; blanks around it count, and the last line needs no end.
+[[nodiscard]] QString AskSecret(const QString& prompt);
 } // namespace modConsole

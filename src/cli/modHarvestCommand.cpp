@@ -1,17 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// harvest: the links of a web page listed, and added to a site.
+// harvest: the links of a web page or of a file listed, and added to a site.
 #include "cli/clsCommandSession.h"
 #include "cli/modCommands.h"
 #include "cli/modConsole.h"
-#include "data/modSites.h"
-#include "platform/clsDatabase.h"
-#include "platform/clsDisk.h"
-#include "platform/impl/clsEndSignals.h"
 #include "publish/clsHarvest.h"
 #include "shell/modBrambury.h"
 #include "shell/modCommonFunctions.h"
 
 #include <CLI/CLI.hpp>
+#include <QFileInfo>
 #include <algorithm>
 #include <numeric>
 #include <optional>
@@ -103,26 +100,10 @@ ExitCode Add(clsHarvest& harvest, const Choice& choice)
     return harvest.Add(chosen) ? ExitCode::Done : ExitCode::Failed;
 }
 
-ExitCode Harvest(const clsCommandSession& session, clsHarvest::Wish wish, const Choice& choice)
+ExitCode Harvest(clsHarvest::Wish wish, const Choice& choice)
 {
-    modBrambury::ProcessState& state = modBrambury::State();
-    state.StopFlag = false;
-    const clsEndSignals signals([&state] { state.StopFlag = true; });
-
-    if (const ExitCode located = session.LocateDatabase(); located != ExitCode::Done)
-        return located;
-    const auto lock = state.Platform.Disk->Lock(state.Settings.DataPath + u"Bramdat.run"_s, clsDisk::Share::Exclusive);
-    if (!lock)
-        return clsCommandSession::InUse(u"Another run is under way on this database."_s);
-    if (const ExitCode opened = session.OpenDatabase(); opened != ExitCode::Done)
-        return opened;
-    {
-        const auto sites = clsCommandSession::Database().OpenRecordset(u"tblSites"_s);
-        if (const ExitCode found = clsCommandSession::FindSite(*sites, wish.site); found != ExitCode::Done)
-            return found;
-        wish.site = modCommonFunctions::TextOf(sites->Field(u"SiteID"_s));
-    }
-    clsHarvest harvest({.Platform = state.Platform, .Database = state.Database.get()});
+    wish.site = modBrambury::State().CurrentSite;
+    clsHarvest harvest({.Platform = modBrambury::Platform(), .Database = &clsCommandSession::Database()});
     harvest.SetWish(std::move(wish));
     if (const QString problem = harvest.Problem(); !problem.isEmpty()) {
         modCommonFunctions::MsgBox(problem, clsDialogs::Buttons::OK, clsDialogs::Icon::Exclamation);
@@ -150,14 +131,17 @@ void modCommands::AddHarvest(CLI::App& app, clsCommand& chosen)
         bool keepOwnHost = false;
     };
     const auto words = std::make_shared<Words>();
-    CLI::App* harvest = app.add_subcommand("harvest", "List the links of a web page, and add them to a site");
+    CLI::App* harvest = app.add_subcommand("harvest", "List the links of a web page or file, and add them to a site");
     harvest->footer(
         "Each link is a line \"N. ADDRESS\". What is known of it already stands behind a tab: that it is a\n"
-        "partner of this site or of another, has been declined, or is no web address.");
+        "partner of this site or of another, has been declined, or is no web address.\n"
+        "A file may hold bookmarks or be a saved page (HTML), a table with a column HomePage, URL or Address\n"
+        "(CSV), an outline (OPML) or JSON; its relative links are left out.");
     words->site.option =
         harvest->add_option("site", words->site.text, "The site that gets the links")->required()->type_name("SITEID");
-    words->url.option =
-        harvest->add_option("url", words->url.text, "Address of the page")->required()->type_name("URL");
+    words->url.option = harvest->add_option("url", words->url.text, "Address of the page, or a file of this machine")
+                            ->required()
+                            ->type_name("URL|FILE");
     harvest->add_flag("--keep-duplicates", words->keepDuplicates, "List a link as often as it is on the page");
     harvest->add_flag("--keep-own-host", words->keepOwnHost, "List links that contain the page's own host name too");
     words->add.option = harvest
@@ -165,12 +149,13 @@ void modCommands::AddHarvest(CLI::App& app, clsCommand& chosen)
                                          "Add these links to the site as offers: all of them, or by their numbers")
                             ->type_name("all|N,N...");
     harvest->callback([&chosen, words] {
+        const QFileInfo file(words->url.Text());
         const clsHarvest::Wish wish{.site = words->site.Text(),
-                                    .url = words->url.Text(),
+                                    .url = file.exists() ? file.absoluteFilePath() : words->url.Text(),
                                     .FilterDuplicates = !words->keepDuplicates,
                                     .FilterBaseURL = !words->keepOwnHost};
         chosen = [wish, choice = ChoiceOf(words->add)](clsCommandSession& session) {
-            return Harvest(session, wish, choice);
+            return session.AsRun(wish.site, [&] { return Harvest(wish, choice); });
         };
     });
 }

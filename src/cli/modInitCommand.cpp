@@ -3,14 +3,13 @@
 #include "cli/clsCommandSession.h"
 #include "cli/modCommands.h"
 #include "cli/modConsole.h"
-#include "platform/clsClock.h"
+#include "data/modDBFunctions.h"
 #include "platform/clsDisk.h"
 #include "platform/impl/clsPlatformParts.h"
 #include "shell/modBrambury.h"
 #include "shell/modErrorHandler.h"
 
 #include <CLI/CLI.hpp>
-#include <QDateTime>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -24,14 +23,9 @@ public:
     /// Moves the database to its dated name. @throws clsError; what was moved until then goes back.
     void Aside()
     {
-        clsDisk& disk = *modBrambury::Platform().Disk;
-        if (!disk.FileExists(m_database))
+        if (!modBrambury::Platform().Disk->FileExists(m_database))
             return;
-        const QString stamp = modBrambury::Platform().Clock->Now().toString(u"yyyy-MM-dd-HHmmss"_s);
-        const QString stem = m_database.chopped(4) + u'-' + stamp;
-        m_kept = stem + u".mdb"_s;
-        for (int i = 2; disk.FileExists(m_kept); ++i)
-            m_kept = u"%1-%2.mdb"_s.arg(stem).arg(i);
+        m_kept = modDBFunctions::DatedPath(m_database);
         Move(m_database, m_kept);
     }
     ~clsSetAside()

@@ -78,7 +78,8 @@ void modCommands::AddPage(CLI::App& app, clsCommand& chosen)
     words->file.option = page->add_option("file", words->file.text, "The page to write")->required()->type_name("FILE");
     page->add_flag("--new-only", words->newOnly, "Only links that have never been exported");
     words->style.option =
-        page->add_option("--style", words->style.text, "classic (if none is given), modern, alphabetical or csv")
+        page->add_option("--style", words->style.text,
+                         "classic (if none is given), modern, alphabetical, csv, json, opml or bookmarks")
             ->type_name("NAME");
     page->callback([&chosen, words] {
         const Request request{.siteID = words->site.Text(),

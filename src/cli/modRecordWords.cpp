@@ -48,17 +48,16 @@ std::vector<modRecordWords::Assignment> modRecordWords::Assignments(const std::v
 modRecordWords::References modRecordWords::ReferencesOfSites(clsDatabase& database)
 {
     References references;
-    clsMailTemplate templates(database);
+    const clsMailTemplate templates(database);
     const std::vector<modBrambury::MessageType>& types = modBrambury::State().MessageTypes;
     for (int i = 0; i < static_cast<int>(types.size()); ++i) {
         const modBrambury::MessageType& type = types[static_cast<std::size_t>(i)];
         Reference& reference = references[clsSiteRecord::TemplateField(i)];
         reference.what = u"template for "_s + type.Title;
-        if (!templates.BuildNewQuery(static_cast<qint16>(type.ID)))
-            continue;
-        const clsRecordset& records = *templates.Templates();
-        for (qint64 position = 0; position < records.RecordCount(); ++position)
-            reference.ids.insert(records.BookmarkAt(position));
+        std::vector<clsMailTemplate::Name> names;
+        templates.LoadMessageNames(names, static_cast<qint16>(type.ID));
+        for (const clsMailTemplate::Name& name : names)
+            reference.ids.insert(name.id);
     }
     return references;
 }

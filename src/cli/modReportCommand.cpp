@@ -5,7 +5,6 @@
 #include "cli/modConsole.h"
 #include "platform/clsDisk.h"
 #include "platform/clsPrinter.h"
-#include "platform/impl/clsEndSignals.h"
 #include "publish/modSiteReport.h"
 #include "shell/modBrambury.h"
 #include "shell/modCommonFunctions.h"
@@ -32,9 +31,8 @@ ExitCode Report(clsDatabase& database, const QString& siteID, const QString& fil
     if (!modCommands::MayReplace(file))
         return ExitCode::Refused;
 
-    bool& stop = modBrambury::State().StopFlag;
-    stop = false;
-    const clsEndSignals signals([&stop] { stop = true; });
+    const clsEndSignals signals = clsCommandSession::StopBySignals();
+    const bool& stop = modBrambury::State().StopFlag;
     Platform().Printer->SetOutputFile(file);
     switch (modSiteReport::Print(database, *Platform().Printer, sites, [&stop](double) { return !stop; })) {
     case modSiteReport::Outcome::Printed:

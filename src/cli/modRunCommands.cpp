@@ -4,12 +4,9 @@
 #include "cli/clsConsoleLog.h"
 #include "cli/modCommands.h"
 #include "cli/modConsole.h"
-#include "data/modSites.h"
 #include "linktest/clsHTTP.h"
 #include "linktest/modTestQueue.h"
 #include "platform/clsDatabase.h"
-#include "platform/clsDisk.h"
-#include "platform/impl/clsEndSignals.h"
 #include "shell/modBrambury.h"
 #include "shell/modCommonFunctions.h"
 
@@ -20,7 +17,7 @@ using namespace Qt::Literals::StringLiterals;
 namespace
 {
 /// Nobody watches the links go by.
-class clsNoParent final : public clsLinkTestParent
+class clsNoParent final : public clsRunParent
 {
 public:
     void HighLightLink(qint64, const QString&) override {}
@@ -48,36 +45,6 @@ ExitCode CodeOf(const clsHTTP& test)
     return ExitCode::Failed;
 }
 
-ExitCode Test(const clsCommandSession& session, const QString& siteID)
-{
-    modBrambury::ProcessState& state = modBrambury::State();
-    state.StopFlag = false;
-    const clsEndSignals signals([&state] { state.StopFlag = true; });
-
-    if (const ExitCode located = session.LocateDatabase(); located != ExitCode::Done)
-        return located;
-    const auto lock = state.Platform.Disk->Lock(state.Settings.DataPath + u"Bramdat.run"_s, clsDisk::Share::Exclusive);
-    if (!lock)
-        return clsCommandSession::InUse(u"Another run is under way on this database."_s);
-    if (const ExitCode opened = session.OpenDatabase(); opened != ExitCode::Done)
-        return opened;
-
-    const auto sites = clsCommandSession::Database().OpenRecordset(u"tblSites"_s);
-    if (const ExitCode found = clsCommandSession::FindSite(*sites, siteID); found != ExitCode::Done)
-        return found;
-    modSites::Select(*sites);
-
-    clsNoParent parent;
-    clsConsoleLog log;
-    clsHTTP test({.Parent = &parent,
-                  .LogWindow = &log,
-                  .Platform = state.Platform,
-                  .Database = state.Database.get(),
-                  .MakeEngine = {}});
-    test.CheckLinks();
-    return CodeOf(test);
-}
-
 ExitCode QueueTest(clsDatabase& database, modTestQueue::Choice choice)
 {
     if (!choice.allSites) {
@@ -99,6 +66,18 @@ ExitCode QueueTest(clsDatabase& database, modTestQueue::Choice choice)
 }
 } // namespace
 
+ExitCode modCommands::TestQueuedLinks()
+{
+    clsNoParent parent;
+    clsConsoleLog log;
+    clsHTTP test({.Parent = &parent,
+                  .LogWindow = &log,
+                  .Platform = modBrambury::Platform(),
+                  .Database = &clsCommandSession::Database()});
+    test.CheckLinks();
+    return CodeOf(test);
+}
+
 void modCommands::AddRuns(CLI::App& app, clsCommand& chosen)
 {
     const auto testSite = std::make_shared<Word>();
@@ -107,7 +86,7 @@ void modCommands::AddRuns(CLI::App& app, clsCommand& chosen)
                                         "The site whose test switches count; else the one selected last, or the first")
                            ->type_name("SITEID");
     test->callback([&chosen, testSite] {
-        chosen = [site = testSite->Text()](clsCommandSession& session) { return Test(session, site); };
+        chosen = [site = testSite->Text()](clsCommandSession& session) { return session.AsRun(site, &modCommands::TestQueuedLinks); };
     });
 
     struct Words

@@ -4,10 +4,11 @@
 #include "cli/modCommands.h"
 #include "cli/modConsole.h"
 #include "data/modDBFunctions.h"
+#include "data/modDatedBackups.h"
 #include "platform/clsDatabase.h"
 #include "platform/clsDisk.h"
-#include "platform/impl/clsEndSignals.h"
 #include "shell/modBrambury.h"
+#include "shell/modCommonFunctions.h"
 #include "shell/modErrorHandler.h"
 
 #include <CLI/CLI.hpp>
@@ -41,8 +42,7 @@ ExitCode CodeOf(Ending ending)
 /// Work that a signal to end stops.
 ExitCode Stoppable(const std::function<Ending(const Progress&)>& work)
 {
-    State().StopFlag = false;
-    const clsEndSignals signals([] { State().StopFlag = true; });
+    const clsEndSignals signals = clsCommandSession::StopBySignals();
     return CodeOf(work([](int) { return !State().StopFlag; }));
 }
 
@@ -62,9 +62,43 @@ ExitCode Backup(const clsCommandSession& session, const QString& folder)
 ExitCode Restore(const QString& from)
 {
     modBrambury::LoadProgramSettings();
-    const QString path = FullPath(from);
-    const QString backup = QFileInfo(path).isDir() ? QDir(path).filePath(modBrambury::DatabaseFile) : path;
-    return Stoppable([&](const Progress& progress) { return modDBFunctions::RestoreDatabase(backup, progress); });
+    return Stoppable([&](const Progress& progress) {
+        return modDBFunctions::RestoreDatabase(FullPath(modDBFunctions::BackupAt(from)), progress);
+    });
+}
+
+/// The backup that the window's end makes.
+ExitCode BackupByDate(const clsCommandSession& session)
+{
+    if (const ExitCode located = session.LocateDatabase(); located != ExitCode::Done)
+        return located;
+    return Stoppable([](const Progress& progress) {
+        const auto lock = modBrambury::LockDatabase();
+        if (!lock)
+            return Ending::InUse;
+        QString kept;
+        const auto failure = failureOf([&] { kept = modDatedBackups::Keep(progress); });
+        if (failure && failure->Number() == clsError::WorkStopped)
+            return Ending::Stopped;
+        if (failure)
+            throw clsError(*failure);
+        modConsole::WriteLine(u"This state of the database is kept as "_s + kept);
+        return Ending::Done;
+    });
+}
+
+ExitCode ListBackups(modIO::TableForm form)
+{
+    modIO::clsTableWriter table(form, {u"Date"_s, u"Size"_s, u"Sites"_s, u"Links"_s, u"File"_s}, &modConsole::Write);
+    const std::vector<modDatedBackups::Backup> all = modDatedBackups::All();
+    for (const modDatedBackups::Backup& one : all)
+        table.Row({modCommonFunctions::StoredDateTime(one.made), one.size, one.sites, one.links,
+                   QFileInfo(one.path).fileName()});
+    if (all.empty() && form == modIO::TableForm::People)
+        modCommonFunctions::MsgBox(u"There are no dated backups yet."_s);
+    else
+        table.End();
+    return ExitCode::Done;
 }
 
 /// Compact and repair, which offer a backup first: that is made here, or not at all. @param backup  Null: none.
@@ -170,18 +204,39 @@ BackupFolder AddBackupOption(CLI::App& command)
 
 void modCommands::AddSafety(CLI::App& app, clsCommand& chosen)
 {
-    const auto to = std::make_shared<Word>();
-    CLI::App* backup = app.add_subcommand("backup", "Copy the database into a folder, and prove the copy");
-    to->option = backup->add_option("folder", to->text, "Folder that receives the copy")->required()->type_name("DIR");
+    struct BackupWords
+    {
+        Word folder;
+        bool list = false;
+        Forms forms;
+    };
+    const auto to = std::make_shared<BackupWords>();
+    CLI::App* backup = app.add_subcommand("backup", "Copy the database, and prove the copy");
+    to->folder.option = backup
+                            ->add_option("folder", to->folder.text,
+                                         "Folder that receives the copy; without it the copy becomes one of the "
+                                         "last ten that are kept by date")
+                            ->type_name("DIR");
+    CLI::Option* list = backup->add_flag("--list", to->list, "List the backups that are kept by date instead");
+    list->excludes(to->folder.option);
+    AddForms(*backup, to->forms);
+    backup->get_option("--json")->needs(list);
+    backup->get_option("--csv")->needs(list);
     backup->callback([&chosen, to] {
-        chosen = [folder = to->Text()](clsCommandSession& session) { return Backup(session, folder); };
+        chosen = [words = *to, folder = to->folder.Text()](clsCommandSession& session) {
+            return words.list        ? ListBackups(words.forms.Form())
+                   : folder.isNull() ? BackupByDate(session)
+                                     : Backup(session, folder);
+        };
     });
 
     const auto from = std::make_shared<Word>();
     CLI::App* restore = app.add_subcommand("restore", "Put a backup in the database's place");
-    from->option = restore->add_option("from", from->text, "Folder that holds the backup, or the backup itself")
-                       ->required()
-                       ->type_name("DIR|FILE");
+    from->option =
+        restore
+            ->add_option("from", from->text, "Folder that holds the backup, the backup itself, or one of backup --list")
+            ->required()
+            ->type_name("DIR|FILE");
     restore->callback(
         [&chosen, from] { chosen = [path = from->Text()](clsCommandSession&) { return Restore(path); }; });
 

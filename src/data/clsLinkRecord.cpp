@@ -120,20 +120,11 @@ void clsLinkRecord::GoToNew()
 
 std::optional<clsRecordEditor::Refusal> clsLinkRecord::Check() const
 {
-    if (!Text(u"Email"_s).isEmpty()) {
-        if (auto refusal = CheckEmail())
-            return refusal;
-    }
-    if (auto refusal = CheckAddress(u"HomePage"_s, u"Home Page"_s))
+    if (auto refusal = CheckAddresses())
         return refusal;
-    const bool hasLinkPage = !Text(u"LinkPage"_s).isEmpty();
-    if (hasLinkPage) {
-        if (auto refusal = CheckAddress(u"LinkPage"_s, u"Link Page"_s))
-            return refusal;
-    }
     if (auto refusal = CheckImageFile())
         return refusal;
-    if (m_testsMyLink && !hasLinkPage)
+    if (m_testsMyLink && Text(u"LinkPage"_s).isEmpty())
         return Refusal{u"Since you have chosen in the Test Rules to search for your link on reciprocal sites,\r\n"
                        "you must specify an address to the reciprocal site's link page."_s,
                        u"LinkPage"_s};

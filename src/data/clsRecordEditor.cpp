@@ -2,6 +2,7 @@
 #include "data/clsRecordEditor.h"
 
 #include "platform/clsDialogs.h"
+#include "shell/clsHourglass.h"
 #include "shell/modCommonFunctions.h"
 #include "shell/modErrorHandler.h"
 
@@ -16,6 +17,11 @@ namespace
 constexpr char Module[] = "clsRecordEditor";
 /// Stands before each line of a list in a message.
 constexpr QChar Bullet(0x00B0);
+
+void TellMissing()
+{
+    MsgBox(clsRecordEditor::MissingRecordText(), clsDialogs::Buttons::OK, clsDialogs::Icon::Exclamation);
+}
 
 bool IsEmpty(const clsRecordEditor::Field& field, const QVariant& value)
 {
@@ -90,7 +96,7 @@ QString clsRecordEditor::Assign(const Field& field, const QString& text)
 bool clsRecordEditor::Begin(std::unique_ptr<clsRecordset> records)
 {
     m_records = std::move(records);
-    return Read();
+    return ReadOrTell();
 }
 
 void clsRecordEditor::BeginNew(std::unique_ptr<clsRecordset> records, QHash<QString, QVariant> values)
@@ -102,7 +108,7 @@ void clsRecordEditor::BeginNew(std::unique_ptr<clsRecordset> records, QHash<QStr
 bool clsRecordEditor::BeginAt(clsBookmark bookmark)
 {
     m_records->MoveTo(bookmark);
-    return Read();
+    return ReadOrTell();
 }
 
 void clsRecordEditor::BeginNew(QHash<QString, QVariant> values)
@@ -116,18 +122,26 @@ void clsRecordEditor::BeginNew(QHash<QString, QVariant> values)
 bool clsRecordEditor::Read()
 {
     // Stepping finds no record when all have been deleted elsewhere.
-    if (m_records->BeforeFirst() || m_records->AfterLast() || !m_records->Refresh()) {
-        MsgBox(MissingRecordText(), clsDialogs::Buttons::OK, clsDialogs::Icon::Exclamation);
+    if (m_records->BeforeFirst() || m_records->AfterLast() || !m_records->Refresh())
         return false;
-    }
-    m_values.clear();
+    // Not even a failure half-way may cost what has been typed.
+    QHash<QString, QVariant> values;
     for (const QString& field : m_records->FieldNames())
-        m_values.insert(field, m_records->Field(field));
+        values.insert(field, m_records->Field(field));
+    m_values = std::move(values);
     m_stored = m_values;
     m_new = false;
     m_changed = false;
     Shown();
     return true;
+}
+
+bool clsRecordEditor::ReadOrTell()
+{
+    if (Read())
+        return true;
+    TellMissing();
+    return false;
 }
 
 clsRecordEditor::Saved clsRecordEditor::Save()
@@ -138,14 +152,22 @@ clsRecordEditor::Saved clsRecordEditor::Save()
         refusal = Check();
     if (!refusal)
         refusal = CheckSizes();
+    if (!refusal)
+        refusal = Prepare();
     if (refusal) {
         m_fault = refusal->field;
         MsgBox(refusal->text, clsDialogs::Buttons::OK, clsDialogs::Icon::Exclamation);
         return Saved::Refused;
     }
-    bool written = false;
-    guarded(Module, "Save", [&] { written = Write(); });
-    if (!written)
+    bool there = true;
+    const Guarded ended = guardedAloud(Module, "Save", [&] {
+        const clsHourglass hourglass; // another program's lock is waited for
+        there = Write();
+    });
+    Ended(there && ended == Guarded::Done);
+    if (!there)
+        TellMissing();
+    if (!there || ended != Guarded::Done)
         return Saved::Failed;
     if (m_onSaved)
         m_onSaved();
@@ -154,10 +176,8 @@ clsRecordEditor::Saved clsRecordEditor::Save()
 
 bool clsRecordEditor::Write()
 {
-    if (!m_new && !m_records->Refresh()) {
-        MsgBox(MissingRecordText(), clsDialogs::Buttons::OK, clsDialogs::Icon::Exclamation);
+    if (!m_new && !m_records->Refresh())
         return false;
-    }
     {
         // A change that was refused must not linger in the set.
         const auto drop = qScopeGuard([this] { ignoringErrors([this] { m_records->CancelUpdate(); }); });
@@ -222,7 +242,7 @@ bool clsRecordEditor::Move(Step step)
             if (atEnd)
                 m_records->MoveFirst();
         }
-        shown = Read();
+        shown = ReadOrTell();
         if (!shown)
             return;
         back.dismiss();
@@ -266,18 +286,18 @@ std::optional<clsRecordEditor::Refusal> clsRecordEditor::CheckSizes() const
     return std::nullopt;
 }
 
-std::optional<clsRecordEditor::Refusal> clsRecordEditor::CheckEmail() const
+std::optional<clsRecordEditor::Refusal> clsRecordEditor::CheckAddresses() const
 {
-    if (modCommonFunctions::IsEmailAddress(Text(u"Email"_s)))
-        return std::nullopt;
-    return Refusal{u"The e-mail address is improperly formatted.  (Example: webmaster@example.com)"_s, u"Email"_s};
-}
-
-std::optional<clsRecordEditor::Refusal> clsRecordEditor::CheckAddress(const QString& field, const QString& called) const
-{
-    if (modCommonFunctions::HasWebPrefix(Text(field)))
-        return std::nullopt;
-    return Refusal{u"The %1 URL is improperly formatted.  (Example: http://www.example.com/)"_s.arg(called), field};
+    const QString email = Text(u"Email"_s);
+    if (!email.isEmpty() && !modCommonFunctions::IsEmailAddress(email))
+        return Refusal{u"The e-mail address is improperly formatted.  (Example: webmaster@example.com)"_s, u"Email"_s};
+    for (const auto& [field, called] : {std::pair(u"HomePage"_s, u"Home Page"_s), {u"LinkPage"_s, u"Link Page"_s}}) {
+        const QString page = Text(field);
+        if (!page.isEmpty() && !modCommonFunctions::HasWebPrefix(page))
+            return Refusal{u"The %1 URL is improperly formatted.  (Example: http://www.example.com/)"_s.arg(called),
+                           field};
+    }
+    return std::nullopt;
 }
 
 std::optional<clsRecordEditor::Refusal> clsRecordEditor::CheckImageFile() const

@@ -101,6 +101,10 @@ protected:
     [[nodiscard]] virtual QHash<QString, QVariant> OwnValues() const = 0;
     /// A record has come under the user's hands, or a new one has been written.
     virtual void Shown() {}
+    /// Every value has passed: what has to be done elsewhere before the record is written. @return why it cannot be.
+    [[nodiscard]] virtual std::optional<Refusal> Prepare() { return std::nullopt; }
+    /// What Prepare did is to be kept, or undone. @param written  whether the record was.
+    virtual void Ended(bool /*written*/) {}
 
     /// Shows the current record of `records`. @return false, with a warning, when it is not there any more.
     bool Begin(std::unique_ptr<clsRecordset> records);
@@ -113,15 +117,18 @@ protected:
     [[nodiscard]] clsDatabase& Database() const { return m_database; }
 
     // Checks that sites and partners share.
-    [[nodiscard]] std::optional<Refusal> CheckEmail() const;
-    /// @param called  how the message calls the address.
-    [[nodiscard]] std::optional<Refusal> CheckAddress(const QString& field, const QString& called) const;
+    /// The e-mail address and those of the pages, as far as they are given.
+    [[nodiscard]] std::optional<Refusal> CheckAddresses() const;
     [[nodiscard]] std::optional<Refusal> CheckImageFile() const;
 
 private:
     [[nodiscard]] std::optional<Refusal> CheckMissing() const;
     [[nodiscard]] std::optional<Refusal> CheckSizes() const;
+    /// Takes over the current record's values. @return false, and nothing is changed, when it is not there any more.
     bool Read();
+    /// The same, and a warning then.
+    bool ReadOrTell();
+    /// @return false when the record is not there any more.
     bool Write();
 
     clsDatabase& m_database;

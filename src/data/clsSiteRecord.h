@@ -3,6 +3,7 @@
 #pragma once
 
 #include "data/clsRecordEditor.h"
+#include "data/modMailSecrets.h"
 
 class clsSiteRecord final : public clsRecordEditor
 {
@@ -10,6 +11,7 @@ public:
     static constexpr int MessageTypeCount = 8;
 
     explicit clsSiteRecord(clsDatabase& database);
+    ~clsSiteRecord() override;
 
     /// Begins with the site of this key. @return false, with a warning, when there is none; false after an error.
     bool Open(const QString& siteID);
@@ -25,12 +27,34 @@ public:
     /// The field with the template of a message type. @param type  0-based.
     static QString TemplateField(int type);
 
+    // The password of its mail server's log-in. What is entered here takes its place when the record is saved.
+    /// Where it is kept, or will be.
+    [[nodiscard]] modMailSecrets::Place MailSecretPlace() const;
+    /// The password entered, else the one that is kept; empty when there is neither. @throws clsError
+    [[nodiscard]] std::optional<QByteArray> MailSecret() const;
+    /// @param place  not Nowhere.
+    void SetMailSecret(modMailSecrets::Place place, const QByteArray& secret);
+    /// None is to be kept.
+    void ForgetMailSecret();
+
 protected:
     [[nodiscard]] std::optional<Refusal> Check() const override;
     [[nodiscard]] QHash<QString, QVariant> OwnValues() const override;
     /// The site becomes the selected one.
     void Shown() override;
+    [[nodiscard]] std::optional<Refusal> Prepare() override;
+    void Ended(bool written) override;
 
 private:
+    struct Secret
+    {
+        modMailSecrets::Place place = modMailSecrets::Place::Nowhere; ///< Nowhere: it is to be forgotten
+        QByteArray bytes;
+    };
+    void DropSecret();
+    [[nodiscard]] std::optional<Refusal> CheckMail() const;
+
     QString m_siteID;
+    std::optional<Secret> m_secret; ///< what has been entered since the record was shown
+    QString m_keyBefore;            ///< while it is being saved
 };

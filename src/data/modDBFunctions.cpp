@@ -2,6 +2,9 @@
 #include "data/modDBFunctions.h"
 
 #include "data/clsDAO.h"
+#include "data/ledger_statements.h"
+#include "data/mail_secrets_statements.h"
+#include "data/modDatedBackups.h"
 #include "platform/clsClock.h"
 #include "platform/clsDatabase.h"
 #include "platform/clsDisk.h"
@@ -24,6 +27,7 @@ using modDBFunctions::Ending;
 namespace
 {
 constexpr qint16 TextType = 10;
+constexpr qint16 NumberType = 4;
 constexpr qint16 AddressSize = 25;
 
 void TellInUse()
@@ -33,8 +37,27 @@ void TellInUse()
            clsDialogs::Buttons::OK, clsDialogs::Icon::Exclamation);
 }
 
+/// Makes a table where it is missing.
+void AddTable(clsDatabase& database, const QString& table, QLatin1StringView statements)
+{
+    guarded("modDBFunctions", "AddTable", [&] {
+        const auto failure = failureOf([&] { static_cast<void>(database.Fields(table)); });
+        if (failure && failure->Number() != clsError::UnknownItem)
+            throw clsError(*failure);
+        if (failure)
+            database.Declare(statements);
+    });
+}
+
+bool IsDamage(const clsError& failure)
+{
+    return failure.Number() == clsError::DatabaseDamaged || failure.Number() == clsError::PasswordWrong;
+}
+
+bool Mend(const clsError& failure);
+
 /// @return whether the database is open; false without an error when somebody else needs the file to himself.
-bool Open()
+bool Open(bool mending)
 {
     modBrambury::ProcessState& state = modBrambury::State();
     state.DatabaseInUse = state.Platform.Disk->Lock(state.Settings.DataPath + u"Bramdat.use"_s, clsDisk::Share::Shared);
@@ -46,7 +69,17 @@ bool Open()
     if (!state.Workspace)
         state.Workspace = state.Platform.DBEngine->CreateWorkspace(QString(), u"admin"_s, QString());
     clsDAO dao(state.Workspace.get());
-    state.Database = dao.OpenDB(modBrambury::DatabasePath());
+    if (mending) {
+        const auto failure = failureOf([&] {
+            state.Database = state.Workspace->OpenDatabase(modBrambury::DatabasePath(), modBrambury::ConnectString);
+        });
+        if (failure && IsDamage(*failure)) {
+            state.DatabaseInUse.reset();
+            return Mend(*failure) && Open(false);
+        }
+    }
+    if (!state.Database)
+        state.Database = dao.OpenDB(modBrambury::DatabasePath());
     if (!state.Database) {
         state.DatabaseInUse.reset();
         return false;
@@ -54,15 +87,23 @@ bool Open()
     // Files made before sites and partners could have an IP address lack the field.
     dao.AddField(*state.Database, u"tblSites"_s, u"IPAddress"_s, TextType, AddressSize);
     dao.AddField(*state.Database, u"tblLinkList"_s, u"IPAddress"_s, TextType, AddressSize);
+    // Those made before messages were sent lack what keeps the sending honest and in measure.
+    for (const QString& field : {u"MailGap"_s, u"MailPerHour"_s, u"MailPerDay"_s})
+        dao.AddField(*state.Database, u"tblSites"_s, field, NumberType, 0);
+    AddTable(*state.Database, u"tblSendLedger"_s, modDBFunctions::LedgerStatements);
+    for (const auto& [field, size] : {std::pair(u"MailSecurity"_s, 8), {u"MailUser"_s, 255},
+                                      {u"MailTokenCommand"_s, 1000}, {u"MailKey"_s, 64}})
+        dao.AddField(*state.Database, u"tblSites"_s, field, TextType, static_cast<qint16>(size));
+    AddTable(*state.Database, u"tblMailSecrets"_s, modDBFunctions::MailSecretsStatements);
     return true;
 }
 } // namespace
 
-bool modDBFunctions::OpenProcessDatabase()
+bool modDBFunctions::OpenProcessDatabase(bool mending)
 {
     State().FileInUse = false;
     bool open = false;
-    guarded("modDBFunctions", "OpenProcessDatabase", [&] { open = Open(); });
+    guarded("modDBFunctions", "OpenProcessDatabase", [&] { open = Open(mending); });
     if (!open)
         return false;
     modBrambury::LoadStatusNames();
@@ -89,6 +130,11 @@ clsDisk& Disk()
 clsDatabaseFiles& Files()
 {
     return *modBrambury::Platform().DatabaseFiles;
+}
+
+clsWindows& Windows()
+{
+    return *modBrambury::Platform().Windows;
 }
 
 QString DataFolder()
@@ -126,11 +172,6 @@ modDBFunctions::Progress PartOf(const modDBFunctions::Progress& whole, int from,
 bool IsStop(const std::optional<clsError>& failure)
 {
     return failure && failure->Number() == clsError::WorkStopped;
-}
-
-bool IsDamage(const clsError& failure)
-{
-    return failure.Number() == clsError::DatabaseDamaged || failure.Number() == clsError::PasswordWrong;
 }
 
 /// Opens the database again, unless nothing is to touch it any more.
@@ -261,21 +302,71 @@ bool IsSound(const QString& path, const modDBFunctions::Progress& progress)
     return !failure && damage.isEmpty();
 }
 
-/// @return what could not be saved. A salvaged file has no gaps: it needs no compacting.
+/// @return what is to be told of it. A salvaged file has no gaps: it needs no compacting.
 QStringList Salvage(const modDBFunctions::Progress& progress)
 {
-    QStringList losses;
-    const auto failure = failureOf([&] {
-        losses = Files().Salvage(modBrambury::DatabasePath(), NewPath(), modBrambury::ConnectString, progress);
-    });
-    if (failure && IsDamage(*failure))
-        throw clsError(
-            clsError::DatabaseDamaged,
-            u"The database cannot be repaired; please restore the newest backup.  (%1)"_s.arg(failure->Description()),
-            modBrambury::ProgramTitle);
+    const QString path = modBrambury::DatabasePath();
+    const QString kept = modDBFunctions::DatedPath(path, u"damaged"_s);
+    QStringList report;
+    const auto failure =
+        failureOf([&] { report = Files().Salvage(path, NewPath(), kept, modBrambury::ConnectString, progress); });
+    if (failure && IsDamage(*failure)) {
+        const QString newest = modDatedBackups::NewestText();
+        throw clsError(clsError::DatabaseDamaged,
+                       u"The database cannot be repaired; please restore the newest backup%1.  (%2)"_s.arg(
+                           newest.isEmpty() ? QString() : u", that of "_s + newest, failure->Description()),
+                       modBrambury::ProgramTitle);
+    }
     if (failure)
         throw clsError(*failure);
-    return losses;
+    if (report.isEmpty())
+        report << u"Every record of the damaged database was saved."_s;
+    report.prepend(u"The damaged database is kept as "_s + kept);
+    return report;
+}
+
+/// Offers to mend the database file that nobody has open. @return whether it is to be opened again.
+bool Mend(const clsError& failure)
+{
+    const auto lock = modBrambury::LockDatabase();
+    if (!lock)
+        return false;
+    const QString path = modBrambury::DatabasePath();
+    const QString opening = u"The database cannot be opened.  "_s + failure.Description() + u"\r\n\r\n"_s;
+    const auto agreed = [](const QString& text) {
+        return MsgBox(text, clsDialogs::Buttons::YesNo, clsDialogs::Icon::Exclamation) == clsDialogs::Answer::Yes;
+    };
+    const auto pointing = [](const std::function<void()>& work) {
+        Windows().SetPointer(clsWindows::Pointer::Hourglass);
+        const auto failed = failureOf(work);
+        Windows().SetPointer(clsWindows::Pointer::Default);
+        return failed;
+    };
+    QString told = opening;
+    if (agreed(opening + u"Do you wish to save every record that can still be read?  The damaged file is kept."_s)) {
+        const auto failed = pointing([] { State().RepairReport = Salvage({}); });
+        if (!failed)
+            return true;
+        told = failed->Description() + u"\r\n\r\n"_s;
+    }
+    for (const modDatedBackups::Backup& backup : modDatedBackups::All()) {
+        if (!agreed(told + u"The backup of %1 holds %2 site(s) and %3 link(s).\r\nDo you wish to put it in the "
+                           "database's place?  The damaged file is kept."_s.arg(DateAndTime(backup.made))
+                               .arg(backup.sites)
+                               .arg(backup.links)))
+            return true; // the file is as it was, and what is wrong with it is told as ever
+        const QString kept = modDBFunctions::DatedPath(path, u"damaged"_s);
+        const auto failed = pointing([&] {
+            Disk().KeepAs(path, kept);
+            Files().Copy(backup.path, path, modBrambury::ConnectString, {});
+        });
+        if (!failed) {
+            State().RepairReport = {u"The damaged database is kept as "_s + kept};
+            return true;
+        }
+        told = failed->Description() + u"\r\n\r\n"_s;
+    }
+    return true;
 }
 
 /// What differs between compact and repair.
@@ -341,6 +432,27 @@ Ending RewriteGuarded(const Rewriting& how)
 QString modDBFunctions::DefaultBackupFolder()
 {
     return modBrambury::FolderPath(u"\\Backup"_s);
+}
+
+QString modDBFunctions::BackupAt(const QString& path)
+{
+    if (path.isEmpty() || Disk().FileExists(path))
+        return path;
+    const QString dated = QDir(modDatedBackups::Folder()).filePath(path);
+    return Disk().FileExists(dated) ? dated : BackupIn(path);
+}
+
+QString modDBFunctions::DatedPath(const QString& database, const QString& what)
+{
+    const QFileInfo file(database);
+    const QString stem = file.completeBaseName() + u'-' +
+                         modBrambury::Platform().Clock->Now().toString(u"yyyy-MM-dd-HHmmss"_s) +
+                         (what.isEmpty() ? QString() : u'-' + what);
+    QString name = stem;
+    const auto path = [&] { return file.path() + u'/' + name + u'.' + file.suffix(); };
+    for (int i = 2; Disk().FileExists(path()); ++i)
+        name = u"%1-%2"_s.arg(stem).arg(i);
+    return path();
 }
 
 Ending modDBFunctions::BackupDatabase(const QString& folder, const Progress& progress)

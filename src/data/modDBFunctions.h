@@ -12,7 +12,9 @@ namespace modDBFunctions
 /// Opens DataPath + "Bramdat.mdb" as the process's database under a shared lock on Bramdat.use, adds the fields that
 /// older files lack, loads status names and message types: what the main window's load and every command without a
 /// window do alike. @return whether the database is open afterwards; failures have been reported.
-bool OpenProcessDatabase();
+/// @param mending  offers first to mend a file that is too damaged to be opened: by saving its records, or by putting
+/// the newest dated backup in its place. Whoever has commands for that wants no questions.
+bool OpenProcessDatabase(bool mending = false);
 
 /// How an attempt to take Bramdat.use went, for callers with an exit code to choose.
 enum class Use
@@ -43,8 +45,10 @@ Ending RestoreDatabase(const QString& backup, const Progress& progress);
 /// Writes the database file anew, without its gaps. Failures go to the error report; the database may then be left
 /// closed, and under its temporary name.
 Ending Compactdatabase(const Progress& progress);
-/// Makes the indexes of a sound file anew and compacts it; of a damaged one it saves every row that can still be read.
-/// @param report  receives what could not be saved, table by table.
+/// Makes the indexes of a sound file anew and compacts it; of a damaged one it saves every row that can still be read,
+/// and keeps that file beside the new one under a dated name.
+/// @param report  of a damaged file: where it is kept, and what could not be saved, table by table; lines for the
+/// results log.
 Ending Repairdatabase(const Progress& progress, QStringList& report);
 /// Puts the database back that an unfinished compact or repair left under its temporary name; where a sound database
 /// is there as well, offers to delete what was left. Failures are raised. @param told  what has been done.
@@ -52,4 +56,10 @@ Ending RescueDatabase(QString& told);
 
 /// The folder that is offered for backups; it is made when it is used.
 QString DefaultBackupFolder();
+/// The backup that a path means: the file itself, a dated backup by its mere name, or Bramdat.mdb in the folder. Empty
+/// stays empty.
+QString BackupAt(const QString& path);
+/// A free name beside a database file for keeping it: "Bramdat-2026-01-05-150709.mdb". @param what  is put after the
+/// date.
+QString DatedPath(const QString& database, const QString& what = {});
 } // namespace modDBFunctions

@@ -4,12 +4,32 @@
 #include "shell/modBrambury.h"
 #include "shell/modCommonFunctions.h"
 
+#include <algorithm>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace
 {
 const QString LinkTable = u"tblLinkList"_s;
+/// Records looked at with one read: enough to make the reads cheap, few enough to keep memory flat.
+constexpr qint64 BatchSize = 1000;
 } // namespace
+
+std::vector<qint64> modLinks::Where(const clsRecordset& records, const QStringList& fields,
+                                    const std::function<bool(const std::vector<QVariant>&)>& wanted)
+{
+    std::vector<qint64> found;
+    const qint64 count = records.RecordCount();
+    for (qint64 first = 0; first < count; first += BatchSize) {
+        qint64 position = first;
+        for (const auto& row : records.Rows(first, std::min(BatchSize, count - first), fields)) {
+            if (!row.empty() && wanted(row))
+                found.push_back(records.BookmarkAt(position));
+            ++position;
+        }
+    }
+    return found;
+}
 
 qint64 modLinks::SetFields(clsDatabase& database, const std::vector<qint64>& ids, const clsFieldValues& values)
 {

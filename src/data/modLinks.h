@@ -4,8 +4,14 @@
 
 #include "platform/clsDatabase.h"
 
+#include <functional>
+
 namespace modLinks
 {
+/// Numbers of the records whose values of `fields` are `wanted`, in the set's order. Memory stays flat.
+/// @throws clsError
+std::vector<qint64> Where(const clsRecordset& records, const QStringList& fields,
+                          const std::function<bool(const std::vector<QVariant>&)>& wanted);
 /// Gives fields of these links the same values: all of them, or none when it fails. A link that somebody else has
 /// deleted meanwhile is passed over. Joins a transaction of the caller.
 /// @param ids  of the links, in any order.  @return how many links there were.  @throws clsError

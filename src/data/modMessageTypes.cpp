@@ -13,6 +13,7 @@ namespace
 {
 const QString TypeTable = u"tblMailType"_s;
 const QString TitleField = u"MessageType"_s;
+const QString OfferField = u"Offer"_s;
 } // namespace
 
 int modMessageTypes::TitleSize(clsDatabase& database)
@@ -33,19 +34,21 @@ bool modMessageTypes::Check(const std::vector<MessageType>& types)
 
 void modMessageTypes::Write(clsDatabase& database, const std::vector<MessageType>& types)
 {
-    {
-        clsTransaction transaction(database);
-        const auto records = database.OpenRecordset(TypeTable);
-        for (const MessageType& type : types) {
-            if (records->AfterLast())
-                break;
+    clsTransaction transaction(database);
+    const auto records = database.OpenRecordset(TypeTable);
+    for (const MessageType& type : types) {
+        if (records->AfterLast())
+            break;
+        const QString title = type.Title.isEmpty() ? u"User Defined"_s : type.Title;
+        const bool offer = records->Field(OfferField).toInt() != 0;
+        // What stays as it is needs no write, which another program's lock could refuse.
+        if (title != modCommonFunctions::TextOf(records->Field(TitleField)) || type.Offer != offer) {
             records->Edit();
-            records->SetField(TitleField, type.Title.isEmpty() ? u"User Defined"_s : type.Title);
-            records->SetField(u"Offer"_s, type.Offer ? 1 : 0);
+            records->SetField(TitleField, title);
+            records->SetField(OfferField, type.Offer ? 1 : 0);
             records->Update();
-            records->MoveNext();
         }
-        transaction.Commit();
+        records->MoveNext();
     }
-    modBrambury::LoadMessageTypes();
+    transaction.Commit();
 }

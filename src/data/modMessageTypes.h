@@ -14,7 +14,7 @@ namespace modMessageTypes
 int TitleSize(clsDatabase& database);
 /// Whether these types can be kept: one of them at least is an offer. The user is told when not.
 bool Check(const std::vector<modBrambury::MessageType>& types);
-/// Writes titles and offers: all or none. The first of `types` is for the first stored type, and so on; their IDs are
-/// not looked at. The process's message types are read anew. @throws clsError
+/// Writes titles and offers, as far as they differ from what is stored: all or none. The first of `types` is for the
+/// first stored type, and so on; their IDs are not looked at. @throws clsError
 void Write(clsDatabase& database, const std::vector<modBrambury::MessageType>& types);
 } // namespace modMessageTypes

@@ -3,9 +3,11 @@
 
 #include "data/clsDAO.h"
 #include "data/modDataModel.h"
+#include "data/modMailSecrets.h"
 #include "platform/clsError.h"
 #include "shell/modBrambury.h"
 #include "shell/modCommonFunctions.h"
+#include "shell/modErrorHandler.h"
 
 using namespace Qt::Literals::StringLiterals;
 using modCommonFunctions::MsgBox;
@@ -29,6 +31,21 @@ QString CopyName(clsDatabase& database, const QString& siteID)
         if (!Exists(database, name))
             return name;
     }
+}
+
+/// What an older file's stored query does not copy. The password stays the source's alone: that of the copy is asked
+/// for until it gets one of its own.
+void CopyMailFields(clsDatabase& database, const QString& from, const QString& to)
+{
+    const auto sites = database.OpenRecordset(u"tblSites"_s);
+    if (!modSites::Find(*sites, from))
+        return;
+    clsFieldValues values;
+    for (const QString& field : {u"MailSecurity"_s, u"MailUser"_s, u"MailTokenCommand"_s, u"MailGap"_s,
+                                 u"MailPerHour"_s, u"MailPerDay"_s})
+        values.emplace_back(field, sites->Field(field));
+    if (modSites::Find(*sites, to))
+        database.UpdateRecords(u"tblSites"_s, {sites->Bookmark()}, values);
 }
 
 std::vector<clsBookmark> KeysOf(const clsRecordset& records)
@@ -139,6 +156,7 @@ QString modSites::Copy(clsDatabase& database, const QString& siteID)
         query->SetParameter(u"SiteID"_s, siteID);
         query->SetParameter(u"NewSiteID"_s, name);
         query->Execute();
+        CopyMailFields(database, siteID, name);
         transaction.Commit();
     }
     if (Exists(database, name))
@@ -163,7 +181,16 @@ void modSites::Delete(clsDatabase& database, const QString& siteID)
     database.DeleteRecords(u"tblLinkList"_s, LinksOf(database, siteID));
     database.DeleteRecords(u"tblCategory"_s, CategoriesOf(database, siteID));
     const auto sites = database.OpenRecordset(u"tblSites"_s);
-    if (Find(*sites, siteID))
+    QString key;
+    if (Find(*sites, siteID)) {
+        key = modCommonFunctions::TextOf(sites->Field(u"MailKey"_s));
         sites->Delete();
+    }
+    const bool inKeyring = modMailSecrets::PlaceOf(key) == modMailSecrets::Place::Keyring;
+    if (!inKeyring)
+        modMailSecrets::Remove(database, key);
     transaction.Commit();
+    // A keyring that does not answer keeps a password that nobody asks for any more.
+    if (inKeyring)
+        ignoringErrors([&] { modMailSecrets::Remove(database, key); });
 }

@@ -36,10 +36,10 @@ QString Trimmed(QString name);
 /// Gives the site another name, in its links and categories too: all or nothing. The setting that remembers the
 /// selected site follows. @param name  NameProblem has nothing against it.
 void Rename(clsDatabase& database, const QString& siteID, const QString& name);
-/// Copies a site with its categories and links. @return the copy's name; empty when it could not be made.
+/// Copies a site with its categories and links, and without the password of its mail server. @return the copy's name; empty when it could not be made.
 QString Copy(clsDatabase& database, const QString& siteID);
 /// Asks whether the site may go. @return the answer.
 bool ConfirmDelete(const QString& siteID);
-/// Removes a site, its links and its categories: all or nothing.
+/// Removes a site, its links and its categories: all or nothing. Its password goes too.
 void Delete(clsDatabase& database, const QString& siteID);
 } // namespace modSites

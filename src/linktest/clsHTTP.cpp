@@ -5,9 +5,8 @@
 #include "data/modDataModel.h"
 #include "linktest/clsHTTPEngine.h"
 #include "platform/clsClock.h"
-#include "platform/clsDisk.h"
 #include "platform/clsEventLoop.h"
-#include "platform/clsSound.h"
+#include "shell/modBrambury.h"
 #include "shell/modCommonFunctions.h"
 #include "shell/modErrorHandler.h"
 #include "shell/modSocketErrors.h"
@@ -56,12 +55,6 @@ constexpr FailureCodes OwnCodes{16, 32, 64, 512};
 
 /// How long verdicts may be on their way to the disk.
 constexpr std::chrono::milliseconds VerdictsKeptWithin{100};
-
-/// Another program's lock on the database holds a run up in the event loop, where the window and its Stop button live:
-/// the thread waits for it in short tries only. Tries and pauses together last as long as other work waits for a lock.
-constexpr std::chrono::milliseconds LockPatience{25};
-constexpr std::chrono::milliseconds LockPause{75};
-constexpr auto LockTries = clsDatabase::UsualPatience / (LockPatience + LockPause);
 
 /// The control's number for an address that cannot be requested.
 constexpr int AddressNotAvailable = 49;
@@ -140,11 +133,6 @@ std::chrono::seconds PageLimit()
 {
     return std::chrono::seconds(State().Settings.Timeout);
 }
-
-QString DateAndTime(const QDateTime& time)
-{
-    return modCommonFunctions::LongDate(time) + u" at "_s + modCommonFunctions::MediumTime(time);
-}
 } // namespace
 
 QString clsHTTP::StripWww(QString& address)
@@ -182,7 +170,7 @@ QString clsHTTP::PageAddress(const QString& linkPage)
 }
 
 /// Everything that lives as long as one run.
-struct clsHTTP::Session
+struct clsHTTP::Session final : clsRun
 {
     /// How a phase ended.
     enum class Phase
@@ -192,9 +180,9 @@ struct clsHTTP::Session
         Stop,    ///< the stop flag: the link stays queued
     };
 
-    explicit Session(clsHTTP& test) : m_test(test) {}
+    explicit Session(clsHTTP& test) : clsRun(test.m_with, u"LINK TEST"_s), m_test(test) {}
 
-    void Begin();
+    using clsRun::Begin;
     /// From opening the queue to the last verdict.
     void Run();
     void Finish();
@@ -210,16 +198,11 @@ private:
     Phase TestPage(const Direction& direction);
     void SearchPage(const Direction& direction, const QString& stripped, const QString& ipForm);
     bool SearchImage(const Direction& direction);
-    /// Does what meets the database; `body` may be run more than once. @return false when the run was stopped while
-    /// another program held the file. @throws RecordLocked when it holds it for too long
-    bool Unlocked(const std::function<void()>& body);
     /// @return false when the run was stopped before there was a way into the database.
     bool WriteVerdict();
     /// Makes the verdicts written until now last.
     void KeepVerdicts();
     std::optional<QString> NextAddress();
-    void Log(const QString& text, qint16 indent, bool bullet) { m_test.m_log.LogItem(text, indent, bullet); }
-    static bool Stopped() { return State().StopFlag; }
     /// " at ADDRESS" or " on OWNER", as the setting wants pages named.
     [[nodiscard]] QString Where(const Direction& direction) const;
 
@@ -247,34 +230,8 @@ private:
     std::unique_ptr<clsHTTPEngine> m_fetcher; ///< last: its end ends the calls of NextAddress
 };
 
-void clsHTTP::Session::Begin()
-{
-    if (IsOn(State().Settings.ClearResultsLog))
-        m_test.m_log.Clear();
-    Log(u"BEGIN LINK TEST SESSION - "_s + DateAndTime(m_test.m_with.Platform.Clock->Now()), 0, false);
-}
-
-bool clsHTTP::Session::Unlocked(const std::function<void()>& body)
-{
-    auto outcome = clsEventLoop::Outcome::TimedOut;
-    auto tries = LockTries;
-    const bool done = untilUnlocked(body, [&] {
-        if (--tries == 0)
-            return false;
-        outcome = m_test.m_with.Platform.EventLoop->Wait(&Session::Stopped, LockPause);
-        return outcome == clsEventLoop::Outcome::TimedOut;
-    });
-    if (done || outcome != clsEventLoop::Outcome::TimedOut)
-        return done;
-    body(); // the last try: its failure is the run's
-    return true;
-}
-
 void clsHTTP::Session::Run()
 {
-    clsDatabase& database = *m_test.m_with.Database;
-    database.SetPatience(LockPatience);
-    const auto patient = qScopeGuard([&] { database.SetPatience(clsDatabase::UsualPatience); });
     if (!Unlocked([this] { OpenQueue(); }))
         return EndStopped();
     MakeFetcher();
@@ -303,7 +260,7 @@ void clsHTTP::Session::Run()
 
 void clsHTTP::Session::EndStopped()
 {
-    Log(u"Stop button was pressed.  Process aborted."_s, 1, true);
+    LogStopped();
     m_test.m_ending = Ending::Stopped;
 }
 
@@ -313,15 +270,12 @@ void clsHTTP::Session::Finish()
         m_fetcher->EndConnectToServer();
         m_fetcher->CloseAll();
     }
-    Log(u"END LINK TEST SESSION - "_s + DateAndTime(m_test.m_with.Platform.Clock->Now()), 0, false);
-    const clsProgramSettings& settings = State().Settings;
-    if (IsOn(settings.PlaySoundComplete) && m_test.m_with.Platform.Disk->FileExists(settings.SoundComplete))
-        m_test.m_with.Platform.Sound->Play(settings.SoundComplete);
+    End();
 }
 
 void clsHTTP::Session::OpenQueue()
 {
-    clsDatabase& database = *m_test.m_with.Database;
+    clsDatabase& database = Database();
     m_sites = database.OpenRecordset(u"tblSites"_s);
     const auto query = database.QueryDef(u"qryTestLinks"_s);
     const auto unsorted = query->OpenRecordset();
@@ -332,8 +286,7 @@ void clsHTTP::Session::OpenQueue()
 
 void clsHTTP::Session::MakeFetcher()
 {
-    m_fetcher =
-        m_test.m_with.MakeEngine ? m_test.m_with.MakeEngine() : clsHTTPEngine::ForRun([this] { KeepVerdicts(); });
+    m_fetcher = m_test.m_makeEngine ? m_test.m_makeEngine() : clsHTTPEngine::ForRun([this] { KeepVerdicts(); });
     // Handed over once: the port and the proxy of the sites that are loaded later do not reach the fetcher.
     m_fetcher->SetPort(m_test.m_port);
     m_fetcher->SetProxy(m_test.m_proxy);
@@ -358,19 +311,15 @@ clsHTTP::Ending clsHTTP::Session::TestLinks()
             lastSite = siteID;
             if (m_site.Name.isEmpty()) {
                 KeepVerdicts(); // nothing waits for the user with half its work done
-                const QString text = u"Could not locate information for site "_s + siteID + u".  Process aborted."_s;
-                MsgBox(text, clsDialogs::Buttons::OK, clsDialogs::Icon::Exclamation);
-                Log(text, 2, true);
+                TellUnknownSite(siteID, 2);
                 return Ending::UnknownSite;
             }
             Log(u"Current site: "_s + m_site.Name, 1, true);
         }
-        m_test.m_with.Parent->HighLightLink(m_links->Bookmark(), m_site.Name);
+        Parent().HighLightLink(m_links->Bookmark(), m_site.Name);
         if (!modCommonFunctions::InternetConnection()) {
             KeepVerdicts();
-            MsgBox(u"Could not establish a connected to the Internet."_s, clsDialogs::Buttons::OK,
-                   clsDialogs::Icon::Exclamation);
-            Log(u"Could not establish a connection to the Internet.  Process aborted."_s, 1, true);
+            TellNoConnection();
             return Ending::NoConnection;
         }
         if (!m_coming || m_comingLocked) {
@@ -389,7 +338,7 @@ clsHTTP::Ending clsHTTP::Session::TestLinks()
             phase = TestPage(OwnPage(m_site, link));
         if (phase == Phase::Stop || !WriteVerdict())
             break;
-        m_test.m_with.Parent->RunProgress(++done, total);
+        Parent().RunProgress(++done, total);
         if (!Unlocked([this] { m_links->MoveNext(); }))
             break;
     }
@@ -457,7 +406,7 @@ clsHTTP::Session::Phase clsHTTP::Session::TestPage(const Direction& direction)
     const auto settled = [this] { return m_fetcher->GetComplete() || Stopped(); };
     if (!settled()) {
         KeepVerdicts();
-        static_cast<void>(m_test.m_with.Platform.EventLoop->Wait(settled, PageLimit()));
+        static_cast<void>(Platform().EventLoop->Wait(settled, PageLimit()));
     }
     if (Stopped())
         return Phase::Stop;
@@ -519,8 +468,8 @@ bool clsHTTP::Session::WriteVerdict()
         there = m_links->Refresh();
         if (!there || m_verdicts)
             return;
-        m_verdicts.emplace(*m_test.m_with.Database);
-        m_verdictsSince = m_test.m_with.Platform.Clock->Monotonic();
+        m_verdicts.emplace(Database());
+        m_verdictsSince = Platform().Clock->Monotonic();
     });
     if (!unlocked || !there)
         return unlocked;
@@ -529,8 +478,7 @@ bool clsHTTP::Session::WriteVerdict()
     if (passed) {
         m_links->SetField(u"Status"_s, modDataModel::Active);
         m_links->SetField(u"Results"_s, modDataModel::ResultPassed);
-        m_links->SetField(u"LastSuccessfulTest"_s,
-                          modCommonFunctions::StoredDateTime(m_test.m_with.Platform.Clock->Now()));
+        m_links->SetField(u"LastSuccessfulTest"_s, modCommonFunctions::StoredDateTime(Platform().Clock->Now()));
     } else {
         const int results = m_code[0] + m_code[1] + m_code[2] + m_code[3];
         m_links->SetField(u"Results"_s, results);
@@ -541,7 +489,7 @@ bool clsHTTP::Session::WriteVerdict()
     m_links->Update();
     if (!passed)
         ++m_test.m_failed;
-    if (m_test.m_with.Platform.Clock->Monotonic() - m_verdictsSince >= VerdictsKeptWithin)
+    if (Platform().Clock->Monotonic() - m_verdictsSince >= VerdictsKeptWithin)
         KeepVerdicts();
     return true;
 }
@@ -550,9 +498,8 @@ void clsHTTP::Session::KeepVerdicts()
 {
     if (!m_verdicts)
         return;
-    // At Stop one more try, whose failure is told: the log calls these links tested.
-    if (!Unlocked([this] { m_verdicts->Commit(); }))
-        m_verdicts->Commit();
+    // At Stop too: the log calls these links tested.
+    UnlockedAtLast([this] { m_verdicts->Commit(); });
     m_verdicts.reset();
 }
 
@@ -588,9 +535,9 @@ std::optional<QString> clsHTTP::Session::NextAddress()
     return read ? address : std::nullopt;
 }
 
-clsHTTP::clsHTTP(Collaborators collaborators) : m_with(std::move(collaborators)), m_log(m_with.Platform.EventLoop)
+clsHTTP::clsHTTP(Collaborators collaborators, MakeEngine makeEngine)
+    : m_with(collaborators), m_makeEngine(std::move(makeEngine))
 {
-    m_log.SetLogWindow(m_with.LogWindow);
 }
 
 clsHTTP::~clsHTTP() = default;

@@ -2,41 +2,21 @@
 // The link test run: whether each promised link and image is really there, in both directions.
 #pragma once
 
-#include "log/clsStatusLog.h"
-#include "shell/modBrambury.h"
+#include "log/clsRun.h"
 
 #include <QString>
 #include <functional>
 #include <memory>
 
 class clsHTTPEngine;
-class clsRecordset;
-
-/// What a run asks of whoever started it: the main window, or the command line.
-class clsLinkTestParent
-{
-public:
-    virtual ~clsLinkTestParent() = default;
-    /// Makes the link being worked on visible and current, if the current view shows it.
-    virtual void HighLightLink(qint64 linkID, const QString& siteName = {}) = 0;
-    /// Progress of a run. @param done  links judged. @param total  links in the run.
-    virtual void RunProgress(qint64 done, qint64 total) = 0;
-};
 
 /// One session over every link queued for testing. Reports through the log, message boxes and the records.
 class clsHTTP
 {
 public:
-    /// What the run works with; not owned.
-    struct Collaborators
-    {
-        clsLinkTestParent* Parent = nullptr;
-        clsLogWindow* LogWindow = nullptr;
-        clsPlatform Platform;
-        clsDatabase* Database = nullptr;
-        /// Makes the page fetcher of the run; empty: the real clsHTTPEngine on the platform's HTTP control.
-        std::function<std::unique_ptr<clsHTTPEngine>()> MakeEngine;
-    };
+    using Collaborators = clsRun::Collaborators;
+    /// Makes the page fetcher of the run.
+    using MakeEngine = std::function<std::unique_ptr<clsHTTPEngine>()>;
 
     /// How a session ended, for callers that have an exit code to choose.
     enum class Ending
@@ -49,7 +29,8 @@ public:
         Failed,       ///< an error that was reported
     };
 
-    explicit clsHTTP(Collaborators collaborators);
+    /// @param makeEngine  empty: the real clsHTTPEngine on the platform's HTTP control.
+    explicit clsHTTP(Collaborators collaborators, MakeEngine makeEngine = {});
     ~clsHTTP();
     clsHTTP(const clsHTTP&) = delete;
     clsHTTP& operator=(const clsHTTP&) = delete;
@@ -70,7 +51,7 @@ public:
 private:
     struct Session;
     Collaborators m_with;
-    clsStatusLog m_log;
+    MakeEngine m_makeEngine;
     int m_port = 80; ///< of a new object; the sites' own ports do not reach the fetcher
     QString m_proxy;
     Ending m_ending = Ending::Done;

@@ -126,6 +126,9 @@ public:
     virtual void AppendField(const QString& table, const QString& field, int type, int size,
                              const QVariant& defaultValue) = 0;
 
+    /// Runs statements, divided by semicolons, that declare tables and indexes: all or none.
+    virtual void Declare(const QString& statements) = 0;
+
     /// Gives fields of many records of a table the same values, or deletes the records: all or none. A record that no
     /// longer exists is passed over. @param keys  numbers of the records, in any order.
     /// @return how many records were changed. @throws UnknownItem, TypeMismatch, RecordLocked, DiskFull, ...

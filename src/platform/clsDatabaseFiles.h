@@ -20,7 +20,8 @@ public:
     using RowCounts = QMap<QString, qint64>;
 
     virtual ~clsDatabaseFiles() = default;
-    /// Opens the file, which takes back what an interrupted change left, and reads every row of every table.
+    /// Opens the file, which takes back what an interrupted change left, and reads every row of every table. Another
+    /// program that is writing it is waited for.
     [[nodiscard]] virtual RowCounts Read(const QString& path, const QString& connect, const Progress& progress) = 0;
     /// The same, and the engine's own check of every page and index. @return what is wrong, nothing when it is sound.
     [[nodiscard]] virtual QStringList Check(const QString& path, const QString& connect, const Progress& progress) = 0;
@@ -32,13 +33,16 @@ public:
     virtual void Compact(const QString& source, const QString& destination, const QString& connect,
                          const QString& locale, const RowCounts& rows, const Progress& progress) = 0;
     /// Writes every row that can still be reached in a damaged file into `made`, proves that it is sound and on the
-    /// medium, and puts it in the place of `path`; until then that is only read.
+    /// medium, and puts it in the place of `path`; until then that is only read, and afterwards it is there as `kept`.
     /// @return what could not be saved, table by table; nothing when everything was.
     /// @throws clsError  PasswordWrong, DatabaseDamaged: there is nothing to begin with.
-    [[nodiscard]] virtual QStringList Salvage(const QString& path, const QString& made, const QString& connect,
-                                              const Progress& progress) = 0;
+    [[nodiscard]] virtual QStringList Salvage(const QString& path, const QString& made, const QString& kept,
+                                              const QString& connect, const Progress& progress) = 0;
     /// Copies beside `destination`, proves that the copy is sound and on the medium, and then puts it in the place of
-    /// `destination`: that is the old file or the whole new one, whatever fails.
-    virtual void Copy(const QString& source, const QString& destination, const QString& connect,
-                      const Progress& progress) = 0;
+    /// `destination`: that is the old file or the whole new one, whatever fails. @return the rows of the copy.
+    virtual RowCounts Copy(const QString& source, const QString& destination, const QString& connect,
+                           const Progress& progress) = 0;
+    /// Whether two files that nobody has open hold the same state. Only their beginnings are read: they differ after
+    /// every change.
+    [[nodiscard]] virtual bool SameState(const QString& one, const QString& other) const = 0;
 };

@@ -5,6 +5,7 @@
 #include <QByteArray>
 #include <QDateTime>
 #include <QString>
+#include <QStringList>
 #include <functional>
 #include <memory>
 
@@ -30,6 +31,8 @@ public:
     /// True for an existing file (not a folder).
     [[nodiscard]] virtual bool FileExists(const QString& path) const = 0;
     [[nodiscard]] virtual bool FolderExists(const QString& path) const = 0;
+    /// The names of the files in a folder, sorted; none when there is no such folder.
+    [[nodiscard]] virtual QStringList FileNames(const QString& folder) const = 0;
     /// Makes the folder and what is missing above it; one that exists is left alone.
     virtual void MakeFolder(const QString& path) = 0;
     /// Free bytes on the drive that holds `path`.
@@ -48,6 +51,8 @@ public:
     virtual void RenameFile(const QString& from, const QString& to) = 0;
     /// Renames within one drive over a `to` that may be there.
     virtual void ReplaceFile(const QString& from, const QString& to) = 0;
+    /// Gives a file a second name on the same drive; where the drive knows no such thing, the second name is a copy.
+    virtual void KeepAs(const QString& path, const QString& name) = 0;
     /// Deletes a file; one that is not there is no error.
     virtual void RemoveFile(const QString& path) = 0;
     /// Copies into `to` itself, and returns when the medium has all of it; whatever stops it, what was made is deleted.

@@ -11,7 +11,11 @@ class clsDialogs;
 class clsDisk;
 class clsEventLoop;
 class clsInstance;
+class clsKeyring;
+class clsLinkFiles;
+class clsMailProbe;
 class clsPrinter;
+class clsPrograms;
 class clsSettingsStore;
 class clsSound;
 class clsSpelling;
@@ -23,6 +27,7 @@ struct clsPlatform
 {
     clsDBEngine* DBEngine = nullptr;
     clsDatabaseFiles* DatabaseFiles = nullptr;
+    clsLinkFiles* LinkFiles = nullptr;
     clsSettingsStore* Settings = nullptr;
     clsEventLoop* EventLoop = nullptr;
     clsClock* Clock = nullptr;
@@ -32,8 +37,11 @@ struct clsPlatform
     clsPrinter* Printer = nullptr; ///< empty without a window
     clsSound* Sound = nullptr;
     clsBrowser* Browser = nullptr;
-    clsSpelling* Spelling = nullptr; ///< empty until messages can be edited
+    clsSpelling* Spelling = nullptr;
     clsDisk* Disk = nullptr;
     clsInstance* Instance = nullptr; ///< empty without a window
     frmResources* Resources = nullptr;
+    clsKeyring* Keyring = nullptr;
+    clsMailProbe* MailProbe = nullptr;
+    clsPrograms* Programs = nullptr;
 };

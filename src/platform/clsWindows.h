@@ -38,11 +38,15 @@ public:
     virtual void ShowError(ErrorIcon icon, const QString& message, const QString& details) = 0;
     /// The backup and restore window, modal. @return whether a backup or a restore was made.
     virtual bool ShowBackupRestore() = 0;
+    /// The preview of one message, modal. @param text  the whole of it, lines ended by CR LF.
+    /// @param attachment  "name, size" of the file that goes with it, for people; empty: none.
+    /// @return "1" it may be sent, "2" it is not to be sent, "3" the preview ends, "0" closed by its box.
+    virtual QString ShowPreview(const QString& caption, const QString& text, const QString& attachment) = 0;
     /// Where the help text is read from, when help is asked for.
     virtual void SetHelpFile(const QString& path) = 0;
     /// The help window, not modal and usable beside modal ones. @param topic  one of modHelpTopics.h; for a number that
     /// the help file does not have its first page is shown.
     virtual void ShowHelp(int topic) = 0;
-    /// The tip of the day, modal. @return false when this build has none yet.
-    virtual bool ShowTips() = 0;
+    /// The tip of the day, modal.
+    virtual void ShowTips() = 0;
 };

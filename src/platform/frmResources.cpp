@@ -26,6 +26,19 @@ void frmResources::UnregisterHTTPEngine(const clsHTTPEvents* engine)
         m_engine = nullptr;
 }
 
+void frmResources::RegisterMailEngine(clsSmtpEvents* smtpEvents, clsMimeEvents* mimeEvents)
+{
+    m_mailEngine = smtpEvents;
+    smtp->SetEvents(smtpEvents);
+    MimeControl->SetEvents(mimeEvents);
+}
+
+void frmResources::UnregisterMailEngine(const clsSmtpEvents* smtpEvents)
+{
+    if (m_mailEngine == smtpEvents)
+        RegisterMailEngine(nullptr, nullptr);
+}
+
 void frmResources::ServerActive(bool active)
 {
     if (m_engine)

@@ -3,12 +3,12 @@
 #pragma once
 
 #include "platform/clsHTTPControl.h"
+#include "platform/clsMimeControl.h"
 #include "platform/clsSmtpControl.h"
 
 #include <memory>
 
 /// Owns `HTTPControl`, `smtp` and `MimeControl`, and turns their events into calls on the engine registered last.
-/// `smtp` and `MimeControl` are empty until the program can send mail.
 class frmResources final : private clsHTTPEvents
 {
 public:
@@ -22,6 +22,9 @@ public:
     void RegisterHTTPEngine(clsHTTPEvents* engine);
     /// Takes `engine` off if it is the one that is registered.
     void UnregisterHTTPEngine(const clsHTTPEvents* engine);
+    /// The same for the engine that sends mail, by its two sides.
+    void RegisterMailEngine(clsSmtpEvents* smtpEvents, clsMimeEvents* mimeEvents);
+    void UnregisterMailEngine(const clsSmtpEvents* smtpEvents);
 
     const std::unique_ptr<clsHTTPControl> HTTPControl;
     const std::unique_ptr<clsSmtpControl> smtp;
@@ -34,4 +37,5 @@ private:
     void Error(int code) override;
 
     clsHTTPEvents* m_engine = nullptr;
+    const clsSmtpEvents* m_mailEngine = nullptr;
 };

@@ -17,14 +17,22 @@ enum Topic : int
     CustomizeLinkList = 105,
     Selection = 106,
     FieldTags = 107,
+    MailEditor = 108,
+    MailPreview = 109,
+    MailLogin = 110,
     SetForTest = 112,
     ImportWizard = 114,
     ExportLinks = 115,
     SiteReport = 116,
+    PrintPreview = 117,
+    AboutProgram = 118, ///< tips, version, system information, error reports
+    CommandLine = 119,
     BackupRestore = 120,
     FirstSteps = 202,
     TestingLinks = 301,
     ResultsLog = 302,
+    SendingMail = 303,
+    Scheduling = 304,
     Legend = 313,
 };
 } // namespace modHelpTopics

@@ -7,13 +7,16 @@
 #include "linktest/clsHTTPEngine.h"
 #include "platform/clsClock.h"
 #include "platform/clsDatabase.h"
+#include "platform/clsDisk.h"
 #include "platform/clsEventLoop.h"
+#include "platform/clsLinkFiles.h"
 #include "platform/frmResources.h"
 #include "shell/modBrambury.h"
 #include "shell/modCommonFunctions.h"
 #include "shell/modErrorHandler.h"
 #include "shell/modSocketErrors.h"
 
+#include <QDir>
 #include <QHash>
 #include <QScopeGuard>
 #include <QSet>
@@ -78,7 +81,14 @@ void clsHarvest::SetWish(Wish wish)
 {
     m_wish = std::move(wish);
     m_wish.url = m_wish.url.trimmed();
+    if (const QUrl url(m_wish.url); url.isLocalFile())
+        m_wish.url = url.toLocalFile();
     m_links.clear();
+}
+
+bool clsHarvest::NamesFile(const QString& url)
+{
+    return QDir::isAbsolutePath(url.trimmed()) || QUrl(url.trimmed()).isLocalFile();
 }
 
 QString clsHarvest::Problem() const
@@ -87,6 +97,8 @@ QString clsHarvest::Problem() const
         return u"You must select a site to continue."_s;
     if (m_wish.url.isEmpty())
         return u"You must enter the URL you wish to import before continuing."_s;
+    if (NamesFile(m_wish.url))
+        return m_with.Platform.Disk->FileExists(m_wish.url) ? QString() : u"There is no file "_s + m_wish.url + u'.';
     // Well formed is what could be requested.
     if (m_with.Platform.Resources->HTTPControl->HostOf(m_wish.url, HttpPort, {}).isEmpty())
         return u"The URL is improperly formatted.  (Example: http://www.example.com/links.html)"_s;
@@ -95,16 +107,17 @@ QString clsHarvest::Problem() const
 
 QString clsHarvest::Summary() const
 {
-    const QStringList lines{
+    QStringList lines{
         u"The Wizard is now ready to harvest links based on the following information provided:"_s,
         u" Links will be added to the \""_s + m_wish.site + u"\" site"_s,
         u" Links will be harvested from:"_s,
         u"      "_s + m_wish.url,
-        m_wish.FilterBaseURL ? u" Links containing the same base URL will be filtered out"_s
-                             : u" Links containing the same base URL will be included"_s,
-        m_wish.FilterDuplicates ? u" Links that are duplicated will be filtered out"_s
-                                : u" Links that are duplicated will be included"_s,
     };
+    if (!NamesFile(m_wish.url))
+        lines << (m_wish.FilterBaseURL ? u" Links containing the same base URL will be filtered out"_s
+                                       : u" Links containing the same base URL will be included"_s);
+    lines << (m_wish.FilterDuplicates ? u" Links that are duplicated will be filtered out"_s
+                                      : u" Links that are duplicated will be included"_s);
     return lines.join("\r\n"_L1);
 }
 
@@ -139,6 +152,8 @@ clsHarvest::Ending clsHarvest::Harvest()
     const auto site = FindSite();
     if (!site)
         return Ending::UnknownSite;
+    if (NamesFile(m_wish.url))
+        return HarvestFile();
     const auto fetcher = m_with.MakeEngine ? m_with.MakeEngine() : clsHTTPEngine::ForRun();
     const auto end = qScopeGuard([&] {
         fetcher->EndConnectToServer();
@@ -172,6 +187,23 @@ clsHarvest::Ending clsHarvest::Harvest()
         return Ending::NoLinks;
     }
     Take(page, WithoutPort(fetcher->Host()));
+    return MarkPartners() ? Ending::Done : Ending::Stopped;
+}
+
+clsHarvest::Ending clsHarvest::HarvestFile()
+{
+    const auto content = m_with.Platform.LinkFiles->Read(m_wish.url, [] { return State().StopFlag; });
+    if (!content)
+        return Ending::Stopped;
+    if (!content->problem.isEmpty()) {
+        Exclaim(u"The links of %1 could not be read.\r\n%2"_s.arg(m_wish.url, content->problem));
+        return Ending::PageFailed;
+    }
+    if (content->links.Count() == 0) {
+        Exclaim(u"No links were found in %1."_s.arg(m_wish.url));
+        return Ending::NoLinks;
+    }
+    Take(content->links, {});
     return MarkPartners() ? Ending::Done : Ending::Stopped;
 }
 
@@ -270,7 +302,9 @@ QString clsHarvest::ComparedForm(const QString& address)
 
 QString clsHarvest::CountText() const
 {
-    return u"%1 links were harvested from this web page."_s.arg(m_links.size());
+    return (NamesFile(m_wish.url) ? u"%1 links were harvested from this file."_s
+                                  : u"%1 links were harvested from this web page."_s)
+        .arg(m_links.size());
 }
 
 bool clsHarvest::Add(const std::vector<std::size_t>& chosen)

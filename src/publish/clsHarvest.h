@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The link harvest: the hyperlinks of one web page, filtered, marked where they are partners already, and added to a
-// site. What the wizard's pages and the command line do alike.
+// The link harvest: the hyperlinks of one web page, or the links of a file, filtered, marked where they are partners
+// already, and added to a site. What the wizard's pages and the command line do alike.
 #pragma once
 
 #include "platform/clsPlatform.h"
@@ -33,19 +33,19 @@ public:
     struct Wish
     {
         QString site; ///< SiteID of the site that gets the links
-        QString url;  ///< the page
+        QString url;  ///< the page; or a file, by its whole path or as "file:" address
         bool FilterDuplicates = true;
-        bool FilterBaseURL = true; ///< leave out links to the page's own host
+        bool FilterBaseURL = true; ///< leave out links to the page's own host; a file has none
     };
 
-    /// How a run ended; all but Done have told the user why, but for a stop while partners were compared.
+    /// How a run ended; all but Done have told the user why, but for a stop when nothing was waited for from the net.
     enum class Ending
     {
         Done,         ///< there is a list; it may be empty when the filters left nothing
-        NoLinks,      ///< the page has no hyperlinks
+        NoLinks,      ///< the page or file has no hyperlinks
         Stopped,      ///< the stop flag
         NoConnection, ///< not connected to the Internet
-        PageFailed,   ///< the page could not be fetched
+        PageFailed,   ///< the page could not be fetched, or the file not be understood
         UnknownSite,  ///< the site is not there any more
         Failed,       ///< an error that was reported
     };
@@ -63,8 +63,10 @@ public:
     clsHarvest(const clsHarvest&) = delete;
     clsHarvest& operator=(const clsHarvest&) = delete;
 
-    /// Drops the list of the last run.
+    /// Drops the list of the last run. A "file:" address becomes a path.
     void SetWish(Wish wish);
+    /// Whether what the user has given as address names a file of this machine.
+    static bool NamesFile(const QString& url);
     [[nodiscard]] const Wish& Wished() const { return m_wish; }
     /// Why there can be no run with this wish, as the message says it; empty when there can.
     [[nodiscard]] QString Problem() const;
@@ -89,6 +91,7 @@ public:
 
 private:
     Ending Harvest();
+    Ending HarvestFile();
     [[nodiscard]] std::unique_ptr<clsRecordset> FindSite() const;
     void Take(const clsPageList& page, const QString& host);
     /// @return false when it was stopped.

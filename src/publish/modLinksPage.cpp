@@ -8,7 +8,7 @@
 #include "platform/clsDatabase.h"
 #include "platform/clsDisk.h"
 #include "publish/clsPageTemplate.h"
-#include "publish/modIO.h"
+#include "publish/modLinkLists.h"
 #include "shell/modBrambury.h"
 #include "shell/modCommonFunctions.h"
 #include "shell/modErrorHandler.h"
@@ -21,6 +21,7 @@ using namespace Qt::Literals::StringLiterals;
 using modBrambury::Platform;
 using modCommonFunctions::MsgBox;
 using modCommonFunctions::TextOf;
+using modIO::IsWebAddress;
 using modIO::PageLink;
 using modIO::PageStyle;
 
@@ -29,30 +30,32 @@ namespace
 /// Records read at once.
 constexpr qint64 BatchSize = 500;
 
+/// Where a page's copy lies: a name of the program's own, so that no file of the user's is taken for a leftover.
+QString AsideOf(const QString& path)
+{
+    return path + u".brambury-old"_s;
+}
+
 /// The file that is to be replaced: a copy of it lies beside it until the new one is final, and takes its place again
-/// if that never happens.
+/// if that never happens. What a process that was killed meanwhile has left there serves nobody: the page itself is
+/// whole, the old one or the new one.
 class clsOldPage
 {
 public:
-    clsOldPage(clsDisk& disk, const QString& path) : m_disk(disk), m_path(path)
+    clsOldPage(clsDisk& disk, const QString& path)
+        : m_disk(disk), m_path(path), m_aside(AsideOf(path)), m_existed(disk.FileExists(path))
     {
-        if (!disk.FileExists(path))
-            return;
-        QString aside = path + u".old"_s;
-        for (int i = 2; disk.FileExists(aside) || disk.FolderExists(aside); ++i)
-            aside = u"%1.old%2"_s.arg(path).arg(i);
-        disk.CopyFile(path, aside);
-        m_aside = aside;
+        if (m_existed)
+            disk.CopyFile(path, m_aside);
     }
     ~clsOldPage()
     {
         ignoringErrors([this] {
-            if (m_replaced && !m_aside.isEmpty())
-                m_disk.ReplaceFile(m_aside, m_path);
-            else if (m_replaced)
+            if (m_replaced && m_existed)
+                return m_disk.ReplaceFile(m_aside, m_path);
+            if (m_replaced)
                 m_disk.RemoveFile(m_path);
-            else if (!m_aside.isEmpty())
-                m_disk.RemoveFile(m_aside);
+            m_disk.RemoveFile(m_aside);
         });
     }
     clsOldPage(const clsOldPage&) = delete;
@@ -69,7 +72,8 @@ public:
 private:
     clsDisk& m_disk;
     const QString m_path;
-    QString m_aside;         ///< empty: there was no file
+    const QString m_aside;
+    const bool m_existed;
     bool m_replaced = false; ///< by a page that is not final yet
 };
 
@@ -169,13 +173,6 @@ QByteArray ClassicPage(const QString& siteName, const std::vector<PageLink>& lin
 
 // --- the page from the template
 
-/// Only what a browser goes to: an address that a partner has thought up may be a script.
-bool IsWebAddress(const QString& address)
-{
-    const QUrl url(address.trimmed(), QUrl::TolerantMode);
-    return (url.scheme() == "http"_L1 || url.scheme() == "https"_L1) && !url.host().isEmpty();
-}
-
 /// The category's name in an address: letters and digits of ASCII, the rest as dashes; no two alike.
 QString AnchorOf(const QString& category, QSet<QString>& taken)
 {
@@ -205,15 +202,24 @@ clsPageValues ValuesOf(const PageLink& link)
             .lists = {}};
 }
 
-QByteArray TemplatePage(clsDatabase& database, const QString& siteName, PageStyle style,
-                        const std::vector<PageLink>& links)
+/// What a page says of the site that it belongs to.
+struct Owner
+{
+    QString title; ///< never empty
+    QString homePage;
+};
+
+Owner OwnerOf(clsDatabase& database, const QString& siteName)
 {
     const auto sites = database.OpenRecordset(u"tblSites"_s);
-    const bool known = modSites::Find(*sites, siteName);
-    const auto ofSite = [&](const QString& field) { return known ? TextOf(sites->Field(field)) : QString(); };
-    const QString title = ofSite(u"SiteName"_s);
-    const QString homePage = ofSite(u"HomePage"_s);
+    if (!modSites::Find(*sites, siteName))
+        return {siteName, {}};
+    const QString title = TextOf(sites->Field(u"SiteName"_s));
+    return {title.isEmpty() ? siteName : title, TextOf(sites->Field(u"HomePage"_s))};
+}
 
+QByteArray TemplatePage(const Owner& owner, PageStyle style, const std::vector<PageLink>& links)
+{
     std::vector<clsPageValues> all;
     std::vector<clsPageValues> categories;
     QSet<QString> anchors{u"top"_s};
@@ -237,30 +243,16 @@ QByteArray TemplatePage(clsDatabase& database, const QString& siteName, PageStyl
     for (clsPageValues& category : categories)
         category.texts[u"count"_s] = QString::number(category.lists[u"links"_s].size());
     const auto given = [style](PageStyle wanted) { return style == wanted ? u"yes"_s : QString(); };
-    const clsPageValues values{.texts = {{u"site"_s, title.isEmpty() ? siteName : title},
-                                         {u"site-home-page"_s, IsWebAddress(homePage) ? homePage.trimmed() : QString()},
-                                         {u"date"_s, Platform().Clock->Now().date().toString(Qt::ISODate)},
-                                         {u"count"_s, QString::number(count)},
-                                         {u"by-category"_s, given(PageStyle::ByCategory)},
-                                         {u"alphabetical"_s, given(PageStyle::Alphabetical)}},
-                               .lists = {{u"categories"_s, std::move(categories)}, {u"links"_s, std::move(all)}}};
+    const clsPageValues values{
+        .texts = {{u"site"_s, owner.title},
+                  {u"site-home-page"_s, IsWebAddress(owner.homePage) ? owner.homePage.trimmed() : QString()},
+                  {u"date"_s, Platform().Clock->Now().date().toString(Qt::ISODate)},
+                  {u"count"_s, QString::number(count)},
+                  {u"by-category"_s, given(PageStyle::ByCategory)},
+                  {u"alphabetical"_s, given(PageStyle::Alphabetical)}},
+        .lists = {{u"categories"_s, std::move(categories)}, {u"links"_s, std::move(all)}}};
     const QByteArray text = Platform().Disk->ReadFile(modBrambury::FolderPath(u"\\"_s + modIO::TemplateFile));
     return clsPageTemplate(modIO::TemplateFile, QString::fromUtf8(text)).Page(values);
-}
-
-// --- the table
-
-QByteArray CsvTable(const std::vector<PageLink>& links)
-{
-    QByteArray bytes;
-    modIO::clsTableWriter table(modIO::TableForm::Csv, {u"Category"_s, u"Title"_s, u"HomePage"_s, u"Description"_s},
-                                [&bytes](const QByteArray& piece) { bytes += piece; });
-    for (const PageLink& link : links) {
-        if (link.Active)
-            table.Row({link.Category, link.Title, link.HomePage, link.Description});
-    }
-    table.End();
-    return bytes;
 }
 
 QByteArray PageOf(clsDatabase& database, const QString& siteName, PageStyle style, const std::vector<PageLink>& links)
@@ -270,17 +262,27 @@ QByteArray PageOf(clsDatabase& database, const QString& siteName, PageStyle styl
         return ClassicPage(siteName, links);
     case PageStyle::ByCategory:
     case PageStyle::Alphabetical:
-        return TemplatePage(database, siteName, style, links);
+        return TemplatePage(OwnerOf(database, siteName), style, links);
     case PageStyle::Csv:
+    case PageStyle::Json:
+        return modLinkLists::Table(style, links);
+    case PageStyle::Opml:
+        return modLinkLists::Outline(OwnerOf(database, siteName).title + u" Links"_s, Platform().Clock->Now(), links);
+    case PageStyle::Bookmarks:
         break;
     }
-    return CsvTable(links);
+    return modLinkLists::Bookmarks(OwnerOf(database, siteName).title + u" Links"_s, links);
+}
+
+const modIO::PageStyleName& NameOf(PageStyle style)
+{
+    return modIO::PageStyles().at(static_cast<std::size_t>(style));
 }
 
 /// Tells that the file is there, and shows it if it is a page that the user wants to see.
 void Finish(PageStyle style, const QString& file)
 {
-    if (style == PageStyle::Csv) {
+    if (style >= PageStyle::Csv) {
         MsgBox(u"The file \"%1\" was created."_s.arg(file), clsDialogs::Buttons::OK, clsDialogs::Icon::Information);
         return;
     }
@@ -293,11 +295,19 @@ void Finish(PageStyle style, const QString& file)
 
 const std::vector<modIO::PageStyleName>& modIO::PageStyles()
 {
+    const QString pageTitle = u"Save HTML Document"_s;
+    const QString pages = u"HTML Documents|*.htm;*.html"_s;
+    const QString page = u"MyLinks.htm"_s;
     static const std::vector<PageStyleName> styles{
-        {PageStyle::Classic, u"classic"_s, u"Classic page"_s},
-        {PageStyle::ByCategory, u"modern"_s, u"Modern page, by category"_s},
-        {PageStyle::Alphabetical, u"alphabetical"_s, u"Modern page, alphabetical"_s},
-        {PageStyle::Csv, u"csv"_s, u"Table (CSV)"_s},
+        {PageStyle::Classic, u"classic"_s, u"Classic page"_s, pageTitle, pages, page},
+        {PageStyle::ByCategory, u"modern"_s, u"Modern page, by category"_s, pageTitle, pages, page},
+        {PageStyle::Alphabetical, u"alphabetical"_s, u"Modern page, alphabetical"_s, pageTitle, pages, page},
+        {PageStyle::Csv, u"csv"_s, u"Table (CSV)"_s, u"Save Table"_s, u"Tables (CSV)|*.csv"_s, u"MyLinks.csv"_s},
+        {PageStyle::Json, u"json"_s, u"List (JSON)"_s, u"Save List"_s, u"Lists (JSON)|*.json"_s, u"MyLinks.json"_s},
+        {PageStyle::Opml, u"opml"_s, u"Outline (OPML)"_s, u"Save Outline"_s, u"Outlines (OPML)|*.opml"_s,
+         u"MyLinks.opml"_s},
+        {PageStyle::Bookmarks, u"bookmarks"_s, u"Browser bookmarks (HTML)"_s, u"Save Bookmarks"_s,
+         u"Bookmarks (HTML)|*.html;*.htm"_s, u"MyBookmarks.html"_s},
     };
     return styles;
 }
@@ -323,15 +333,10 @@ bool modIO::WriteLinksPage(clsDatabase& database, const QString& siteName, const
 
 QString modIO::AskLinksPageFile(PageStyle style)
 {
-    if (style == PageStyle::Csv)
-        return Platform().Dialogs->SaveFile({.title = u"Save Table"_s,
-                                             .filter = u"Tables (CSV)|*.csv"_s,
-                                             .fileName = u"MyLinks.csv"_s,
-                                             .folder = {},
-                                             .confirmOverwrite = true});
-    return Platform().Dialogs->SaveFile({.title = u"Save HTML Document"_s,
-                                         .filter = u"HTML Documents|*.htm;*.html"_s,
-                                         .fileName = u"MyLinks.htm"_s,
+    const PageStyleName& name = NameOf(style);
+    return Platform().Dialogs->SaveFile({.title = name.title,
+                                         .filter = name.filter,
+                                         .fileName = name.fileName,
                                          .folder = {},
                                          .confirmOverwrite = true});
 }
@@ -352,6 +357,7 @@ std::optional<qint64> modIO::ExportLinks(clsDatabase& database, const QString& s
     const std::vector<PageLink> links = ReadLinks(*records);
     if (links.empty()) {
         Platform().Disk->RemoveFile(file);
+        Platform().Disk->RemoveFile(AsideOf(file));
         return std::nullopt;
     }
     std::vector<qint64> written;
@@ -366,6 +372,12 @@ std::optional<qint64> modIO::ExportLinks(clsDatabase& database, const QString& s
     transaction.Commit();
     old.Forget();
     return std::ssize(written);
+}
+
+bool modIO::IsWebAddress(const QString& address)
+{
+    const QUrl url(address.trimmed(), QUrl::TolerantMode);
+    return (url.scheme() == "http"_L1 || url.scheme() == "https"_L1) && !url.host().isEmpty();
 }
 
 QByteArray modIO::WriteCategoryIndex(const std::vector<PageLink>& links)

@@ -18,17 +18,25 @@ enum class PageStyle
     Classic,      ///< HTML 3.2, the same bytes for ever
     ByCategory,   ///< HTML 5 from the template that the user may change
     Alphabetical, ///< the same, without categories
-    Csv,          ///< a table for other programs (RFC 4180)
+    // For other programs:
+    Csv,       ///< a table (RFC 4180)
+    Json,      ///< an array with one object a link
+    Opml,      ///< an outline
+    Bookmarks, ///< for browsers
 };
 struct PageStyleName
 {
     PageStyle style;
     QString word;    ///< on the command line
     QString caption; ///< in the dialog
+    // of the save dialog:
+    QString title;
+    QString filter;
+    QString fileName;
 };
 /// The template's name in the program folder.
 inline const QString TemplateFile = QStringLiteral("LinksPage.html");
-/// All styles; the first one is the usual one.
+/// All styles in the order of the enumeration; the first one is the usual one.
 const std::vector<PageStyleName>& PageStyles();
 
 struct ExportOptions
@@ -61,6 +69,8 @@ struct PageLink
     QString Title;
     QString Description;
 };
+/// Only what a browser goes to: an address that a partner has thought up may be a script.
+bool IsWebAddress(const QString& address);
 /// The classic page's list of categories, of links of every status. @param links  by category.
 QByteArray WriteCategoryIndex(const std::vector<PageLink>& links);
 } // namespace modIO

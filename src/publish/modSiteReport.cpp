@@ -117,7 +117,7 @@ bool PrintLinks(clsDatabase& database, const QString& siteID, clsPrinter& printe
     const QStringList fields{u"Title"_s, u"HomePage"_s, u"LinkPage"_s, u"Email"_s};
 
     printer.SetFont(FontFamily, TablePoints, false);
-    printer.StartTable({{u"Title"_s, 24}, {u"Home Page URL"_s, 27}, {u"Link Page URL"_s, 29}, {u"Email"_s, 20}});
+    printer.StartTable({{u"Title"_s, 22}, {u"Home Page URL"_s, 27}, {u"Link Page URL"_s, 28}, {u"Email"_s, 23}});
     qint64 done = 0;
     for (qint64 first = 0; first < count; first += BatchSize) {
         for (const std::vector<QVariant>& row : links->Rows(first, BatchSize, fields)) {

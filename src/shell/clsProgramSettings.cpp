@@ -40,10 +40,14 @@ const std::vector<clsSettingEntry>& SettingsTable()
         {"Interface", "WindowTop", &S::WindowTop, "-1", true},
         {"Interface", "WindowLeft", &S::WindowLeft, "-1", true},
         {"Interface", "IconSize", &S::IconSize, "1", true},
+        {"Backup", "KeepDated", &S::KeepDated, "Yes", false},
         {"Network", "Timeout", &S::Timeout, "60", false, 1, 3600},
         {"Network", "SimultaneousDownloads", &S::SimultaneousDownloads, "32", false, 1, 64},
         {"Network", "PerHostConnections", &S::PerHostConnections, "4", false, 1, 16},
         {"Network", "CaFile", &S::CaFile, "", false},
+        {"Mail", "GapSeconds", &S::MailGap, "0", false, 0, 3600},
+        {"Mail", "PerHour", &S::MailPerHour, "0", false, 0, 32767},
+        {"Mail", "PerDay", &S::MailPerDay, "0", false, 0, 32767},
     };
     return table;
 }

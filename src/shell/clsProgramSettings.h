@@ -41,11 +41,17 @@ struct clsProgramSettings
     QString WindowTop;
     QString WindowLeft;
     qint16 IconSize = 1;
+    // Section "Backup": never written unless the user changes it.
+    QString KeepDated;
     // Section "Network": read at start, never written unless the user changes them.
     qint16 Timeout = 60;               ///< seconds, 1 to 3600
     qint16 SimultaneousDownloads = 32; ///< 1 to 64
     qint16 PerHostConnections = 4;     ///< 1 to 16
     QString CaFile;
+    // Section "Mail", likewise: for each mail server, where a site does not say otherwise.
+    qint16 MailGap = 0;     ///< least seconds from one message to the next, 0 to 3600
+    qint16 MailPerHour = 0; ///< most messages in an hour, 0 no limit
+    qint16 MailPerDay = 0;  ///< most messages in a day, 0 no limit
 };
 
 /// True for a flag that is on.

@@ -64,9 +64,8 @@ void Reset()
 
 void ShowSplash()
 {
-    const QVersionNumber version = QVersionNumber::fromString(QLatin1String(BRAMBURY_VERSION));
-    modBrambury::Platform().Windows->ShowSplash(u"%1.%2"_s.arg(version.majorVersion()).arg(version.minorVersion()),
-                                                u"%1"_s.arg(version.microVersion(), 3, 10, QLatin1Char('0')));
+    const modBrambury::ProgramVersion version = modBrambury::Version();
+    modBrambury::Platform().Windows->ShowSplash(version.Number, version.Build);
 }
 
 /// @return whether the program has started.
@@ -117,6 +116,13 @@ void OfferBackup()
     state.Platform.Windows->SetPointer(clsWindows::Pointer::Hourglass);
 }
 } // namespace
+
+modBrambury::ProgramVersion modBrambury::Version()
+{
+    const QVersionNumber version = QVersionNumber::fromString(QLatin1String(BRAMBURY_VERSION));
+    return {u"%1.%2"_s.arg(version.majorVersion()).arg(version.minorVersion()),
+            u"%1"_s.arg(version.microVersion(), 3, 10, QLatin1Char('0'))};
+}
 
 modBrambury::ProcessState& modBrambury::State()
 {
@@ -200,9 +206,9 @@ void modBrambury::LoadProgramSettings()
     });
 }
 
-void modBrambury::SaveProgramSettings()
+bool modBrambury::SaveProgramSettings()
 {
-    guarded(Module, "SaveProgramSettings", [] {
+    const Guarded saved = guarded(Module, "SaveProgramSettings", [] {
         clsSettingsStore& store = *Platform().Settings;
         for (const clsSettingEntry& entry : SettingsTable()) {
             if (!entry.saved)
@@ -212,6 +218,7 @@ void modBrambury::SaveProgramSettings()
         }
         store.Flush();
     });
+    return saved == Guarded::Done;
 }
 
 void modBrambury::CloseProcessDatabase()

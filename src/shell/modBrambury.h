@@ -61,6 +61,10 @@ struct ProcessState
     bool FileInUse = false;      ///< the last attempt to get at the database met somebody who needs it alone
     bool StopFlag = false;       ///< the Stop button was pressed; cleared by whoever starts a run
 
+    /// What a repair has to say; the window that the restart loads puts it into its results log. The entry routine
+    /// leaves it alone.
+    QStringList RepairReport;
+
     QString CurrentSite;                   ///< SiteID of the selected site
     TestSwitches Tests;                    ///< of the selected site
     QStringList StatusNames;               ///< index = status code
@@ -73,6 +77,14 @@ inline clsPlatform& Platform()
 {
     return State().Platform;
 }
+
+/// Which program this is, as people are told.
+struct ProgramVersion
+{
+    QString Number; ///< "1.0"
+    QString Build;  ///< three digits, "012"
+};
+ProgramVersion Version();
 
 /// What the process does when the event loop is left.
 enum class Next
@@ -99,8 +111,8 @@ void UnloadAllForms(bool bKeepMain);
 
 /// Fills every settings value from the store, in the table's order; a text that does not convert stops it there.
 void LoadProgramSettings();
-/// Writes every value but DataPath.
-void SaveProgramSettings();
+/// Writes every value but DataPath. @return whether the store has them.
+bool SaveProgramSettings();
 
 /// Closes database and workspace; harmless when nothing is open.
 void CloseProcessDatabase();

@@ -193,6 +193,13 @@ QString modCommonFunctions::LongDate(const QDateTime& time)
     return QLocale::c().toString(time, u"dddd, MMMM d, yyyy"_s);
 }
 
+QString modCommonFunctions::DurationText(std::chrono::seconds duration)
+{
+    const auto count = duration.count();
+    const QString minutes = u"%1:%2"_s.arg(count / 60 % 60).arg(count % 60, 2, 10, '0'_L1);
+    return count < 3600 ? minutes : u"%1:%2"_s.arg(count / 3600).arg(minutes.rightJustified(5, u'0'));
+}
+
 QString modCommonFunctions::MediumTime(const QDateTime& time)
 {
     return QLocale::c().toString(time, u"hh:mm AP"_s);

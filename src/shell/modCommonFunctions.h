@@ -7,6 +7,7 @@
 #include <QDateTime>
 #include <QString>
 #include <QVariant>
+#include <chrono>
 #include <functional>
 
 namespace modCommonFunctions
@@ -42,6 +43,8 @@ void ActivatePrevInstance();
 
 /// "Monday, January 5, 2026", in English whatever the locale.
 QString LongDate(const QDateTime& time);
+/// A stretch of time: "1:05", "2:01:05".
+QString DurationText(std::chrono::seconds duration);
 /// "03:07 PM", two-digit hour of twelve.
 QString MediumTime(const QDateTime& time);
 /// Dates as they are stored: local time, yyyy-MM-dd HH:mm:ss.

@@ -169,6 +169,14 @@ Guarded guarded(const char* module, const char* routine, const std::function<voi
     }
 }
 
+Guarded guardedAloud(const char* module, const char* routine, const std::function<void()>& body)
+{
+    modErrorHandler::ForgetHiddenErrors();
+    const Guarded ended = guarded(module, routine, body);
+    modErrorHandler::TellHiddenErrors();
+    return ended;
+}
+
 std::optional<clsError> failureOf(const std::function<void()>& body)
 {
     try {

@@ -49,6 +49,9 @@ enum class Guarded
 /// returns is carried out (Terminate calls AbortProgram).
 Guarded guarded(const char* module, const char* routine, const std::function<void()>& body);
 
+/// The same for what the user waits to see done: an error that Error.log alone would know of is told at the end.
+Guarded guardedAloud(const char* module, const char* routine, const std::function<void()>& body);
+
 /// For the few routines whose errors are of no interest: runs `body`, swallows a failure. @return whether it ran
 /// through.
 bool ignoringErrors(const std::function<void()>& body);

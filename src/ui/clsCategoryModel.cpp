@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ui/clsCategoryModel.h"
 
+#include "shell/clsHourglass.h"
 #include "shell/modErrorHandler.h"
 
 #include <algorithm>
@@ -37,7 +38,8 @@ void clsCategoryModel::Delete(const QList<int>& rows)
     std::vector<qint64> ids;
     for (const int row : rows)
         ids.push_back(m_categories.at(static_cast<std::size_t>(row)).ID);
-    guarded(Module, "Delete", [&] {
+    guardedAloud(Module, "Delete", [&] {
+        const clsHourglass hourglass;
         modCategories::Delete(m_database, ids);
         QList<int> fromBelow = rows;
         std::sort(fromBelow.begin(), fromBelow.end(), std::greater());
@@ -75,7 +77,8 @@ bool clsCategoryModel::setData(const QModelIndex& index, const QVariant& value, 
     if (!index.isValid() || index.column() != Category || role != Qt::EditRole || text.trimmed().isEmpty())
         return false;
     const auto place = static_cast<std::size_t>(index.row());
-    const Guarded written = guarded(Module, "setData", [&] {
+    const Guarded written = guardedAloud(Module, "setData", [&] {
+        const clsHourglass hourglass;
         if (IsNewRow(index.row())) {
             const qint64 id = modCategories::Add(m_database, m_siteID, text);
             beginInsertRows({}, index.row() + 1, index.row() + 1);

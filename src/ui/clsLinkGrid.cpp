@@ -94,6 +94,9 @@ clsLinkGrid::clsLinkGrid(QWidget* parent) : QTableView(parent), m_links(new clsL
 
     connect(this, &QTableView::doubleClicked, this, [this] { Q_EMIT LinkCommand(1); });
     connect(header, &QHeaderView::sectionClicked, this, &clsLinkGrid::SortWanted);
+    header->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(header, &QWidget::customContextMenuRequested, this,
+            [this, header](QPoint place) { Q_EMIT MenuWanted(header->viewport()->mapToGlobal(place)); });
     connect(header, &QHeaderView::sectionResized, this, [this](int /*column*/, int before, int now) {
         if (!m_fitsNow)
             m_fitting = false;

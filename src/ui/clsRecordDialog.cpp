@@ -12,6 +12,7 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QEvent>
+#include <QGridLayout>
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLabel>
@@ -54,7 +55,6 @@ clsRecordDialog::clsRecordDialog(clsRecordEditor& editor, Look look, QWidget* pa
     setObjectName(m_look.name);
     setWindowTitle(m_look.caption);
     m_tabs->setObjectName(u"SSTab1"_s);
-    m_tabOrder.push_back(m_tabs);
     auto* all = new QVBoxLayout(this);
     all->setContentsMargins(12, 12, 12, 12);
     all->addWidget(m_tabs, 1);
@@ -73,15 +73,9 @@ QWidget* clsRecordDialog::AddPage(const QString& caption)
     return page;
 }
 
-void clsRecordDialog::InTabOrder(QWidget* control, const QString& name)
-{
-    control->setObjectName(name);
-    m_tabOrder.push_back(control);
-}
-
 void clsRecordDialog::Bind(QWidget* control, const QString& name, const QString& field, std::function<void()> show)
 {
-    InTabOrder(control, name);
+    control->setObjectName(name);
     m_bindings.push_back({field, control});
     m_shows.push_back(std::move(show));
 }
@@ -198,14 +192,38 @@ QPushButton* clsRecordDialog::PageButton(const QString& caption, const QString& 
                                          const std::function<void()>& press)
 {
     auto* button = new QPushButton(caption);
-    InTabOrder(button, name);
+    button->setObjectName(name);
     connect(button, &QPushButton::clicked, this, press);
     return button;
 }
 
-QPushButton* clsRecordDialog::Preview(const QString& caption, const QString& name, const QLineEdit* address)
+void clsRecordDialog::AddRow(QGridLayout& grid, QWidget* control, const QString& caption)
 {
-    return PageButton(caption, name, [address] { modCommonFunctions::OpenWebBrowser(address->text()); });
+    const int row = grid.rowCount();
+    grid.addWidget(LabelFor(control, caption), row, 0);
+    grid.addWidget(control, row, 1, 1, -1);
+}
+
+void clsRecordDialog::AddAddressRow(QGridLayout& grid, QLineEdit* address, const QString& caption, int index,
+                                    const QString& preview)
+{
+    const int row = grid.rowCount();
+    grid.addWidget(LabelFor(address, caption), row, 0);
+    grid.addWidget(address, row, 1, 1, 3);
+    grid.addWidget(PageButton(preview, u"PreviewURL_%1"_s.arg(index),
+                              [address] { modCommonFunctions::OpenWebBrowser(address->text()); }),
+                   row, 4);
+}
+
+void clsRecordDialog::AddIPAddress(QGridLayout& grid, int row, int column, const QString& caption)
+{
+    auto* line = Line(u"txtIPAddress"_s, u"IPAddress"_s);
+    line->setMinimumWidth(line->fontMetrics().horizontalAdvance(u"255.255.255.255--"_s));
+    auto* optional = new QHBoxLayout;
+    optional->addWidget(line, 1);
+    optional->addWidget(new QLabel(u"(Optional)"_s));
+    grid.addWidget(LabelFor(line, caption), row, column);
+    grid.addLayout(optional, row, column + 1, 1, column == 0 ? 1 : -1);
 }
 
 void clsRecordDialog::Begin()
@@ -226,8 +244,6 @@ void clsRecordDialog::Begin()
     add(Apply, u"&Apply"_s, {});
     add(Help, u"&Help"_s, {});
     static_cast<QVBoxLayout*>(layout())->addLayout(row);
-    for (std::size_t i = 1; i < m_tabOrder.size(); ++i)
-        setTabOrder(m_tabOrder[i - 1], m_tabOrder[i]);
     m_bindings.front().control->setFocus();
     auto* help = new QShortcut(QKeySequence::HelpContents, this);
     connect(help, &QShortcut::activated, this, [this] { ButtonPressed(Help); });

@@ -11,6 +11,7 @@
 
 class QCheckBox;
 class QComboBox;
+class QGridLayout;
 class QLabel;
 class QLineEdit;
 class QPlainTextEdit;
@@ -71,11 +72,18 @@ protected:
     static QString WithMnemonic(const QString& caption, QString& taken);
     /// What the red labels mean.
     QLabel* Legend();
-    /// "Preview Home Page..." and its like. @param caption  with its mnemonic.
-    QPushButton* Preview(const QString& caption, const QString& name, const QLineEdit* address);
+    // Rows at the end of a grid of five columns.
+    /// A control that spans them all.
+    void AddRow(QGridLayout& grid, QWidget* control, const QString& caption);
+    /// An address with its button. @param index  of the button.  @param preview  its caption.
+    void AddAddressRow(QGridLayout& grid, QLineEdit* address, const QString& caption, int index,
+                       const QString& preview);
+    /// The field IPAddress, which nobody has to fill in: one column wide, in the last columns two.
+    void AddIPAddress(QGridLayout& grid, int row, int column, const QString& caption);
     /// A button of its own of a page.
     QPushButton* PageButton(const QString& caption, const QString& name, const std::function<void()>& press);
-    /// When the pages are built: adds the rest, sets the tab order to that of building, and shows the record.
+    /// When the pages are built: adds the rest, and shows the record. The Tab key goes through the controls in the
+    /// order in which they have come into the layouts.
     void Begin();
     /// Shows the record's values, and its name in the caption.
     void ShowRecord();
@@ -99,7 +107,6 @@ private:
         QWidget* control;
     };
     void Bind(QWidget* control, const QString& name, const QString& field, std::function<void()> show);
-    void InTabOrder(QWidget* control, const QString& name);
     /// What a control's change does.
     void Enter(const QString& field, const QVariant& value);
     void ButtonPressed(int index);
@@ -114,6 +121,5 @@ private:
     std::vector<Binding> m_bindings;
     std::vector<std::function<void()>> m_shows;
     std::vector<QLabel*> m_redLabels;
-    std::vector<QWidget*> m_tabOrder;
     bool m_showing = true; ///< the controls change by the program's hand: also while the window is being built
 };

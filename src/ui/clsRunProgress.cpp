@@ -3,6 +3,7 @@
 
 #include "platform/clsClock.h"
 #include "shell/modBrambury.h"
+#include "shell/modCommonFunctions.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -39,6 +40,7 @@ void clsRunProgress::Start()
     m_start = modBrambury::Platform().Clock->Monotonic();
     m_done = 0;
     m_total = 0;
+    m_wait.clear();
     Refresh();
     m_timer.start();
     show();
@@ -56,12 +58,18 @@ void clsRunProgress::Show(qint64 done, qint64 total)
     m_total = total;
 }
 
+void clsRunProgress::ShowWait(std::chrono::milliseconds left, const QString& why)
+{
+    using namespace std::chrono;
+    // A wait that has just begun is as long as it says.
+    m_wait = left > 0ms ? u"waiting %1 for %2"_s.arg(modCommonFunctions::DurationText(ceil<seconds>(left)), why)
+                        : QString();
+    Refresh();
+}
+
 QString clsRunProgress::Text(qint64 done, qint64 total, std::chrono::seconds elapsed)
 {
-    const auto count = elapsed.count();
-    QString time = u"%1:%2"_s.arg(count / 60 % 60).arg(count % 60, 2, 10, '0'_L1);
-    if (count >= 3600)
-        time = u"%1:%2"_s.arg(count / 3600).arg(time.rightJustified(5, u'0'));
+    const QString time = modCommonFunctions::DurationText(elapsed);
     return total > 0 ? u"%1 of %2, %3"_s.arg(done).arg(total).arg(time) : time;
 }
 
@@ -73,5 +81,6 @@ void clsRunProgress::Refresh()
     if (known)
         m_bar->setValue(static_cast<int>(1000 * m_done / m_total));
     const auto elapsed = modBrambury::Platform().Clock->Monotonic() - m_start;
-    m_label->setText(Text(m_done, m_total, std::chrono::duration_cast<std::chrono::seconds>(elapsed)));
+    const QString text = Text(m_done, m_total, std::chrono::duration_cast<std::chrono::seconds>(elapsed));
+    m_label->setText(m_wait.isEmpty() ? text : text + u", "_s + m_wait);
 }

@@ -19,6 +19,8 @@ public:
     void Start();
     void Stop();
     void Show(qint64 done, qint64 total);
+    /// The run waits of its own accord. @param left  zero: it goes on.
+    void ShowWait(std::chrono::milliseconds left, const QString& why);
     /// "12 of 40, 1:05"; without a total the time only.
     [[nodiscard]] static QString Text(qint64 done, qint64 total, std::chrono::seconds elapsed);
 
@@ -31,4 +33,5 @@ private:
     std::chrono::milliseconds m_start{0};
     qint64 m_done = 0;
     qint64 m_total = 0;
+    QString m_wait;
 };

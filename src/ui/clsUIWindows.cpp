@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ui/clsUIWindows.h"
 
+#include "platform/clsClock.h"
+#include "platform/clsDatabase.h"
 #include "platform/clsDisk.h"
 #include "platform/clsEventLoop.h"
+#include "platform/impl/modPlatformImpl.h"
 #include "platform/widgets/modWidgets.h"
 #include "shell/modBrambury.h"
 #include "shell/modCommonFunctions.h"
@@ -11,10 +14,13 @@
 #include "ui/frmErrorMessage.h"
 #include "ui/frmHelp.h"
 #include "ui/frmMain.h"
+#include "ui/frmPreview.h"
 #include "ui/frmSplash.h"
+#include "ui/frmTips.h"
 
 #include <QApplication>
 #include <QPointer>
+#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -125,13 +131,21 @@ bool clsUIWindows::ShowBackupRestore()
     return window.Completed();
 }
 
+QString clsUIWindows::ShowPreview(const QString& caption, const QString& text, const QString& attachment)
+{
+    frmPreview window(caption, text, attachment, DialogOwner());
+    window.exec();
+    return window.Reply();
+}
+
 void clsUIWindows::ShowHelp(int topic)
 {
     // One that was closed has forgotten everything, and the file may have come back meanwhile.
     if (!m_help || !m_help->isVisible()) {
         m_help.reset();
         ignoringErrors([this] {
-            m_help = std::make_unique<frmHelp>(clsHelpFile(modBrambury::Platform().Disk->ReadFile(m_helpFile)));
+            m_help = std::make_unique<frmHelp>(clsHelpFile(modBrambury::Platform().Disk->ReadFile(m_helpFile)),
+                                               modPlatformImpl::ShareFolder() + u"/pictures"_s);
         });
     }
     if (m_help)
@@ -142,9 +156,14 @@ void clsUIWindows::ShowHelp(int topic)
                                clsDialogs::Buttons::OK, clsDialogs::Icon::Exclamation);
 }
 
-bool clsUIWindows::ShowTips()
+void clsUIWindows::ShowTips()
 {
-    return false;
+    if (std::exchange(m_tipsShown, true))
+        return;
+    const modBrambury::ProcessState& state = modBrambury::State();
+    frmTips(*modBrambury::OpenDatabase().OpenRecordset(u"tblTips"_s), state.Platform.Clock->Now().date().toJulianDay(),
+            DialogOwner())
+        .exec();
 }
 
 void clsUIWindows::EndSession()

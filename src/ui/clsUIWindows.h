@@ -32,9 +32,13 @@ public:
     void SetPointer(Pointer pointer) override;
     void ShowError(ErrorIcon icon, const QString& message, const QString& details) override;
     bool ShowBackupRestore() override;
+    QString ShowPreview(const QString& caption, const QString& text, const QString& attachment) override;
     void SetHelpFile(const QString& path) override { m_helpFile = path; }
     void ShowHelp(int topic) override;
-    bool ShowTips() override;
+    /// Once in a process: a restart is no new day.
+    void ShowTips() override;
+    /// For windows that nobody sits before: no tip is shown from now on.
+    void HoldTips() { m_tipsShown = true; }
 
     /// The end of the session or of the process from outside: whatever waits returns, then the main window closes
     /// without a question.
@@ -53,4 +57,5 @@ private:
     std::unique_ptr<frmHelp> m_help;
     frmBackupRestore* m_backupRestore = nullptr; ///< while it is shown
     QString m_helpFile;
+    bool m_tipsShown = false;
 };

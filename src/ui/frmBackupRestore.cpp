@@ -2,6 +2,7 @@
 #include "ui/frmBackupRestore.h"
 
 #include "data/modDBFunctions.h"
+#include "data/modDatedBackups.h"
 #include "platform/clsDisk.h"
 #include "platform/clsWindows.h"
 #include "platform/modHelpTopics.h"
@@ -10,11 +11,13 @@
 #include "shell/modErrorHandler.h"
 
 #include <QButtonGroup>
+#include <QCheckBox>
 #include <QComboBox>
 #include <QDir>
 #include <QFont>
 #include <QFormLayout>
 #include <QHBoxLayout>
+#include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
@@ -24,6 +27,7 @@
 #include <QSignalBlocker>
 #include <QStorageInfo>
 #include <QStyle>
+#include <QTreeWidget>
 #include <QVBoxLayout>
 
 using namespace Qt::Literals::StringLiterals;
@@ -34,7 +38,7 @@ using modDBFunctions::Ending;
 namespace
 {
 constexpr char Module[] = "frmBackupRestore";
-constexpr QSize FirstSize(520, 460);
+constexpr QSize FirstSize(540, 520);
 
 void ShowHelp()
 {
@@ -68,6 +72,15 @@ QString NearestFolder(const QString& path)
     return folder;
 }
 
+/// The headings of the list of dated backups.
+const QStringList DatedColumns{u"Date"_s, u"Size"_s, u"Sites"_s, u"Links"_s};
+
+/// "37.0KB", without the number of bytes behind it.
+QString ShortSize(qint64 bytes)
+{
+    return modCommonFunctions::ByteSizeText(bytes).section(u" ("_s, 0, 0);
+}
+
 QLineEdit* PathBox(const QString& name)
 {
     auto* box = new QLineEdit;
@@ -77,9 +90,11 @@ QLineEdit* PathBox(const QString& name)
 } // namespace
 
 frmBackupRestore::frmBackupRestore(QWidget* parent)
-    : QDialog(parent), m_modes(new QButtonGroup(this)), m_drive1(new QComboBox), m_dir1(new QListWidget),
-      m_fromPath(PathBox(u"FromPath"_s)), m_toPath(PathBox(u"ToPath"_s)), m_lblBackup(new QLabel),
-      m_progress(new QProgressBar), m_buttonBR(new QPushButton), m_close(new QPushButton)
+    : QDialog(parent), m_modes(new QButtonGroup(this)), m_form(new QFormLayout), m_dated(new QTreeWidget),
+      m_keepDated(new QCheckBox(u"&Keep dated backups: the last ten, made when the program ends"_s)),
+      m_drive1(new QComboBox), m_dir1(new QListWidget), m_fromPath(PathBox(u"FromPath"_s)),
+      m_toPath(PathBox(u"ToPath"_s)), m_lblBackup(new QLabel), m_progress(new QProgressBar),
+      m_buttonBR(new QPushButton), m_close(new QPushButton)
 {
     setObjectName(u"frmBackupRestore"_s);
     setWindowTitle(u"Backup/Restore Database"_s);
@@ -98,6 +113,23 @@ frmBackupRestore::frmBackupRestore(QWidget* parent)
     modes->addStretch();
     connect(m_modes, &QButtonGroup::idClicked, this, &frmBackupRestore::SetMode);
 
+    m_dated->setObjectName(u"lstDated"_s);
+    m_dated->setRootIsDecorated(false);
+    m_dated->setHeaderLabels(DatedColumns);
+    m_dated->header()->setSectionResizeMode(QHeaderView::ResizeToContents);
+    m_dated->header()->setStretchLastSection(false);
+    connect(m_dated, &QTreeWidget::itemSelectionChanged, this, [this] {
+        // To choose a backup is to choose where it is restored from.
+        if (const auto chosen = m_dated->selectedItems(); !chosen.isEmpty()) {
+            ChosenPath().setText(chosen.first()->data(0, Qt::UserRole).toString());
+            ShowFolder(ChosenPath().text());
+        }
+    });
+    connect(m_dated, &QTreeWidget::itemActivated, this, [](QTreeWidgetItem* item) { item->setSelected(true); });
+    m_keepDated->setObjectName(u"chkKeepDated"_s);
+    m_keepDated->setChecked(modDatedBackups::AreKept());
+    connect(m_keepDated, &QCheckBox::toggled, this,
+            [](bool kept) { guarded(Module, "chkKeepDated_Click", [kept] { modDatedBackups::SetKept(kept); }); });
     m_drive1->setObjectName(u"Drive1"_s);
     m_drive1->addItems(Drives());
     connect(m_drive1, &QComboBox::textActivated, this, &frmBackupRestore::SetFolder);
@@ -112,13 +144,14 @@ frmBackupRestore::frmBackupRestore(QWidget* parent)
     m_progress->setObjectName(u"progress"_s);
     m_progress->setAccessibleName(u"Progress"_s);
 
-    auto* form = new QFormLayout;
-    form->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
-    form->addRow(u"&Drive:"_s, m_drive1);
-    form->addRow(u"F&olders:"_s, m_dir1);
-    form->addRow(u"&From:"_s, m_fromPath);
-    form->addRow(u"&To:"_s, m_toPath);
-    form->addRow(QString(), m_lblBackup);
+    m_form->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
+    m_form->addRow(u"D&ated:"_s, m_dated);
+    m_form->addRow(u"&Drive:"_s, m_drive1);
+    m_form->addRow(u"F&olders:"_s, m_dir1);
+    m_form->addRow(u"&From:"_s, m_fromPath);
+    m_form->addRow(u"&To:"_s, m_toPath);
+    m_form->addRow(QString(), m_lblBackup);
+    m_form->addRow(QString(), m_keepDated);
 
     auto* buttons = new QHBoxLayout;
     buttons->addWidget(m_progress, 1);
@@ -141,7 +174,7 @@ frmBackupRestore::frmBackupRestore(QWidget* parent)
     all->setContentsMargins(16, 16, 16, 16);
     all->setSpacing(12);
     all->addLayout(modes);
-    all->addLayout(form, 1);
+    all->addLayout(m_form, 1);
     all->addLayout(buttons);
     resize(FirstSize);
     SetWorking(false);
@@ -169,7 +202,22 @@ void frmBackupRestore::SetMode(int mode)
     ChosenPath().setReadOnly(false);
     ChosenPath().setFrame(true);
     ChosenPath().setText(folder);
+    ListDated();
     ShowFolder(folder);
+}
+
+void frmBackupRestore::ListDated()
+{
+    m_dated->clear();
+    for (const modDatedBackups::Backup& backup : modDatedBackups::All()) {
+        auto* item = new QTreeWidgetItem(
+            m_dated, {modCommonFunctions::LongDate(backup.made) + u"  "_s + modCommonFunctions::MediumTime(backup.made),
+                      ShortSize(backup.size), QString::number(backup.sites), QString::number(backup.links)});
+        item->setData(0, Qt::UserRole, backup.path);
+        for (int column = 1; column < DatedColumns.size(); ++column)
+            item->setTextAlignment(column, Qt::AlignRight | Qt::AlignVCenter);
+    }
+    m_form->setRowVisible(m_dated, m_mode == Restore && m_dated->topLevelItemCount() > 0);
 }
 
 void frmBackupRestore::SetFolder(const QString& folder)
@@ -181,6 +229,9 @@ void frmBackupRestore::SetFolder(const QString& folder)
 void frmBackupRestore::ShowFolder(const QString& folder)
 {
     const QString shown = NearestFolder(folder);
+    if (const auto chosen = m_dated->selectedItems();
+        !chosen.isEmpty() && chosen.first()->data(0, Qt::UserRole).toString() != folder)
+        m_dated->clearSelection();
     m_dir1->clear();
     const auto add = [this](const QString& name, const QString& path, QStyle::StandardPixmap picture) {
         auto* item = new QListWidgetItem(style()->standardIcon(picture), name, m_dir1);
@@ -197,14 +248,13 @@ void frmBackupRestore::ShowFolder(const QString& folder)
     const QSignalBlocker blocker(m_drive1);
     m_drive1->setCurrentIndex(m_drive1->findText(QDir::toNativeSeparators(QStorageInfo(shown).rootPath())));
     // A folder that is named by half is none.
-    const QString backup = QDir(folder).filePath(modBrambury::DatabaseFile);
+    const QString backup = modDBFunctions::BackupAt(folder);
     QString known = u"There is no backup in this folder."_s;
-    if (!folder.isEmpty() && Platform().Disk->FileExists(backup))
+    if (Platform().Disk->FileExists(backup))
         ignoringErrors([&] {
             const clsDisk::FileFacts facts = Platform().Disk->Facts(backup);
             known = u"Backup of %1  %2, %3"_s.arg(modCommonFunctions::LongDate(facts.changed),
-                                                  modCommonFunctions::MediumTime(facts.changed),
-                                                  modCommonFunctions::ByteSizeText(facts.size));
+                                                  modCommonFunctions::MediumTime(facts.changed), ShortSize(facts.size));
         });
     m_lblBackup->setText(known);
 }
@@ -219,9 +269,7 @@ void frmBackupRestore::Start()
     guarded(Module, "SSRibbon1_Click", [&] {
         const auto progress = [this](int percent) { return ShowProgress(percent); };
         ending = m_mode == Backup ? modDBFunctions::BackupDatabase(path, progress)
-                 : path.isEmpty()
-                     ? modDBFunctions::RestoreDatabase({}, progress)
-                     : modDBFunctions::RestoreDatabase(QDir(path).filePath(modBrambury::DatabaseFile), progress);
+                                  : modDBFunctions::RestoreDatabase(modDBFunctions::BackupAt(path), progress);
     });
     SetWorking(false);
     m_completed = ending == Ending::Done;
@@ -245,7 +293,8 @@ void frmBackupRestore::SetWorking(bool working)
     m_working = working;
     for (QAbstractButton* mode : m_modes->buttons())
         mode->setEnabled(!working);
-    for (QWidget* control : std::initializer_list<QWidget*>{m_drive1, m_dir1, m_fromPath, m_toPath, m_buttonBR})
+    for (QWidget* control :
+         std::initializer_list<QWidget*>{m_dated, m_drive1, m_dir1, m_fromPath, m_toPath, m_keepDated, m_buttonBR})
         control->setEnabled(!working);
     m_progress->setVisible(working);
     m_close->setText(working ? u"&Cancel"_s : u"&Close"_s);

@@ -5,12 +5,15 @@
 #include <QDialog>
 
 class QButtonGroup;
+class QCheckBox;
 class QComboBox;
+class QFormLayout;
 class QLabel;
 class QLineEdit;
 class QListWidget;
 class QProgressBar;
 class QPushButton;
+class QTreeWidget;
 
 /// Caption "Backup/Restore Database". Show it with exec(), then ask whether it has done its work.
 class frmBackupRestore final : public QDialog
@@ -36,12 +39,16 @@ private:
     /// Shows a folder in the lists, and in the path that the user chooses unless it is being typed.
     void SetFolder(const QString& folder);
     void ShowFolder(const QString& folder);
+    void ListDated();
     void Start();
     void SetWorking(bool working);
     bool ShowProgress(int percent);
     [[nodiscard]] QLineEdit& ChosenPath() const { return m_mode == Backup ? *m_toPath : *m_fromPath; }
 
     QButtonGroup* m_modes;
+    QFormLayout* m_form;
+    QTreeWidget* m_dated;
+    QCheckBox* m_keepDated;
     QComboBox* m_drive1;
     QListWidget* m_dir1;
     QLineEdit* m_fromPath;

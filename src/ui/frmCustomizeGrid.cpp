@@ -36,11 +36,10 @@ frmCustomizeGrid::frmCustomizeGrid(clsLinkGrid& grid, QWidget* parent)
         QString tip;
         QKeySequence key;
     };
-    // "&Default" has the first letter of "Down".
     const QList<MoveKey> moves{{u"&Insert >"_s, u"Show the field"_s, Qt::ALT | Qt::Key_Right},
                                {u"< &Remove"_s, u"Do not show the field"_s, Qt::ALT | Qt::Key_Left},
                                {u"&Up"_s, u"Further to the left in the list of links"_s, Qt::ALT | Qt::Key_Up},
-                               {u"Do&wn"_s, u"Further to the right in the list of links"_s, Qt::ALT | Qt::Key_Down}};
+                               {u"&Down"_s, u"Further to the right in the list of links"_s, Qt::ALT | Qt::Key_Down}};
     auto* moveButtons = new QVBoxLayout;
     moveButtons->addStretch();
     for (int i = 0; i < moves.size(); ++i) {

@@ -5,10 +5,12 @@
 #include "shell/modBrambury.h"
 #include "ui/modIcons.h"
 
+#include <QFile>
 #include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
+#include <QRegularExpression>
 #include <QShortcut>
 #include <QSplitter>
 #include <QTextBrowser>
@@ -17,41 +19,76 @@
 #include <QTreeWidget>
 #include <QVBoxLayout>
 #include <QWindow>
+#include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace
 {
 constexpr int PageRole = Qt::UserRole;
-constexpr QSize StartSize(880, 620);
+constexpr QSize StartSize(940, 660);
 constexpr int PictureSize = 18;
+constexpr int MostWindowWidth = 600; ///< of a window's picture: what a page has room for at the start
 
 QUrl AddressOf(int topic)
 {
     return QUrl(u"topic:%1"_s.arg(topic));
 }
 
-/// Shows pages by "topic:NUMBER", and the program's own pictures by "picture:NAME".
+/// Shows pages by "topic:NUMBER", the program's own pictures by "picture:NAME", and its windows by "window:NAME".
 class clsHelpBrowser final : public QTextBrowser
 {
 public:
-    explicit clsHelpBrowser(const clsHelpFile& help) : m_help(help) { setSearchPaths({}); }
+    clsHelpBrowser(const clsHelpFile& help, const QString& pictures) : m_help(help), m_pictures(pictures)
+    {
+        setSearchPaths({});
+    }
 
     QVariant loadResource(int type, const QUrl& address) override
     {
         if (type == QTextDocument::ImageResource && address.scheme() == "picture"_L1)
             return modIcons::Picture(address.path()).pixmap(QSize(PictureSize, PictureSize), devicePixelRatioF());
+        if (type == QTextDocument::ImageResource && address.scheme() == "window"_L1)
+            return WindowPicture(address.path());
         const clsHelpFile::Page* page = m_help.Find(address.path().toInt());
         if (type != QTextDocument::HtmlResource || !page)
             return {};
         // The text is written for one size; headings keep to it.
         return u"<html><head><style>h1 { font-size: x-large; } h2 { font-size: large; } "
                "td, th { padding: 3px 14px 3px 0; text-align: left; }</style></head><body>%1</body></html>"_s.arg(
-                   page->html);
+                   WithoutMissing(page->html));
     }
 
 private:
+    [[nodiscard]] QString FileOf(const QString& window) const { return m_pictures + u'/' + window + u"-light.png"_s; }
+
+    /// Leaves out the paragraphs of pictures that this installation has not been built with.
+    [[nodiscard]] QString WithoutMissing(QString html) const
+    {
+        static const QRegularExpression paragraph(u"<p><img src=\"window:([^\"]+)\"[^>]*></p>\n?"_s);
+        for (auto found = paragraph.match(html); found.hasMatch();) {
+            const bool there = QFile::exists(FileOf(found.captured(1)));
+            if (!there)
+                html.remove(found.capturedStart(), found.capturedLength());
+            found = paragraph.match(html, there ? found.capturedEnd() : found.capturedStart());
+        }
+        return html;
+    }
+
+    [[nodiscard]] QPixmap WindowPicture(const QString& window) const
+    {
+        const QImage picture(FileOf(window));
+        if (picture.isNull())
+            return {};
+        const qreal ratio = devicePixelRatioF();
+        const int width = qRound(std::min(picture.width(), MostWindowWidth) * ratio);
+        QPixmap shown = QPixmap::fromImage(picture.scaledToWidth(width, Qt::SmoothTransformation));
+        shown.setDevicePixelRatio(ratio);
+        return shown;
+    }
+
     const clsHelpFile& m_help;
+    QString m_pictures; ///< a folder
 };
 
 QToolButton* MakeStep(const QString& caption, const QString& name, Qt::ArrowType arrow, QKeySequence::StandardKey key)
@@ -70,7 +107,7 @@ QToolButton* MakeStep(const QString& caption, const QString& name, Qt::ArrowType
 }
 } // namespace
 
-frmHelp::frmHelp(clsHelpFile help) : QWidget(nullptr, Qt::Window), m_help(std::move(help))
+frmHelp::frmHelp(clsHelpFile help, const QString& pictures) : QWidget(nullptr, Qt::Window), m_help(std::move(help))
 {
     setObjectName(u"frmHelp"_s);
     setWindowTitle(modBrambury::ProgramTitle + u" Help"_s);
@@ -79,7 +116,7 @@ frmHelp::frmHelp(clsHelpFile help) : QWidget(nullptr, Qt::Window), m_help(std::m
 
     auto* halves = new QSplitter;
     halves->addWidget(BuildContents());
-    halves->addWidget(BuildPage());
+    halves->addWidget(BuildPage(pictures));
     halves->setStretchFactor(1, 1);
     halves->setChildrenCollapsible(false);
     halves->setSizes({StartSize.width() / 4, StartSize.width() * 3 / 4});
@@ -141,9 +178,9 @@ QWidget* frmHelp::BuildContents()
     return pane;
 }
 
-QWidget* frmHelp::BuildPage()
+QWidget* frmHelp::BuildPage(const QString& pictures)
 {
-    m_page = new clsHelpBrowser(m_help);
+    m_page = new clsHelpBrowser(m_help, pictures);
     m_page->setObjectName(u"Page"_s);
     m_page->setAccessibleName(u"Help page"_s);
     m_page->document()->setDocumentMargin(14);

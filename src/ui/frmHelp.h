@@ -19,7 +19,8 @@ class frmHelp final : public QWidget
     Q_OBJECT
 
 public:
-    explicit frmHelp(clsHelpFile help);
+    /// @param pictures  folder with the pictures of windows that pages show; what is not there is left out.
+    explicit frmHelp(clsHelpFile help, const QString& pictures = {});
 
     /// Shows the page of a topic (the first page where there is none) and brings the window to the front. The topic
     /// Search puts the cursor into the search box.
@@ -31,7 +32,7 @@ protected:
 
 private:
     QWidget* BuildContents();
-    QWidget* BuildPage();
+    QWidget* BuildPage(const QString& pictures);
     void FollowDialogs();
     void PageShown();
     void Filter();

@@ -113,7 +113,8 @@ QWizardPage* frmImportWizard::MakeSourcePage()
 {
     auto* page = new clsPage;
     auto* about = new QLabel(u"The wizard reads a web page, lists the links on it, and adds those that you choose to "
-                             "one of your sites."_s);
+                             "one of your sites.  It also reads files of this computer: bookmarks and saved pages, "
+                             "tables (CSV), outlines (OPML) and JSON."_s);
     about->setWordWrap(true);
 
     m_comboSiteList = new QComboBox;
@@ -128,14 +129,25 @@ QWizardPage* frmImportWizard::MakeSourcePage()
     preview->setToolTip(u"Open the page in your browser"_s);
     preview->setAutoDefault(false);
     preview->setEnabled(false);
-    connect(m_txtURL, &QLineEdit::textChanged, preview,
-            [preview](const QString& text) { preview->setEnabled(!text.trimmed().isEmpty()); });
+    auto* choose = new QPushButton(u"&Open File..."_s);
+    choose->setObjectName(u"OpenFile"_s);
+    choose->setToolTip(u"Choose a file with links instead of a web page"_s);
+    choose->setAutoDefault(false);
+    connect(choose, &QPushButton::clicked, this, &frmImportWizard::ChooseFile);
+    connect(m_txtURL, &QLineEdit::textChanged, preview, [this, preview](const QString& text) {
+        preview->setEnabled(!text.trimmed().isEmpty());
+        m_filterBaseURL->setEnabled(!clsHarvest::NamesFile(text)); // it has none
+    });
     connect(preview, &QPushButton::clicked, this, [this] {
         guarded(Module, "PreviewURL_Click", [this] { modCommonFunctions::OpenWebBrowser(m_txtURL->text().trimmed()); });
     });
-    auto* address = new QHBoxLayout;
-    address->addWidget(m_txtURL, 1);
-    address->addWidget(preview);
+    auto* buttons = new QHBoxLayout;
+    buttons->addWidget(preview);
+    buttons->addWidget(choose);
+    buttons->addStretch();
+    auto* address = new QVBoxLayout;
+    address->addWidget(m_txtURL);
+    address->addLayout(buttons);
 
     m_filterDuplicates = new QCheckBox(u"Filter out links that are &duplicated on the page"_s);
     m_filterDuplicates->setObjectName(u"FilterDuplicates"_s);
@@ -147,7 +159,7 @@ QWizardPage* frmImportWizard::MakeSourcePage()
     auto* form = new QFormLayout;
     form->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
     form->addRow(u"Add the links to this &site:"_s, m_comboSiteList);
-    auto* label = new QLabel(u"Harvest the links of this &web page:"_s);
+    auto* label = new QLabel(u"&Web page or file:"_s);
     label->setBuddy(m_txtURL);
     form->addRow(label, address);
     auto* all = new QVBoxLayout(page);
@@ -284,6 +296,18 @@ bool frmImportWizard::validateCurrentPage()
     else if (currentId() == Result)
         valid = m_harvest.Add(m_list->Chosen());
     return valid;
+}
+
+void frmImportWizard::ChooseFile()
+{
+    guarded(Module, "OpenFile_Click", [this] {
+        const QString all = u"*.htm;*.html;*.csv;*.txt;*.opml;*.xml;*.json"_s;
+        m_txtURL->setText(m_with.Platform.Dialogs->OpenFile({.title = u"Open a File with Links"_s,
+                                                             .filter = u"Files with Links|"_s + all + u"|All Files|*"_s,
+                                                             .fileName = {},
+                                                             .folder = {}}));
+        m_txtURL->setFocus();
+    });
 }
 
 void frmImportWizard::RunHarvest()

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The Link Harvest Wizard: the links of a web page become links of a site.
+// The Link Harvest Wizard: the links of a web page or of a file become links of a site.
 #pragma once
 
 #include "publish/clsHarvest.h"
@@ -51,6 +51,8 @@ private:
     void FillSites();
     /// @return whether the address can be harvested; the user has been told why not.
     bool TakeWish();
+    /// Lets the user choose a file instead of an address.
+    void ChooseFile();
     void RunHarvest();
     void ShowHelp();
 

@@ -7,6 +7,7 @@
 #include "shell/modBrambury.h"
 #include "shell/modCommonFunctions.h"
 #include "shell/modErrorHandler.h"
+#include "ui/frmMailHistory.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -55,7 +56,7 @@ frmLinks::frmLinks(clsLinkRecord& link, clsDatabase& database, QWidget* parent)
                       parent)
 {
     BuildGeneral(database);
-    BuildComments();
+    BuildComments(database);
     Begin();
 }
 
@@ -65,21 +66,12 @@ QWidget* frmLinks::Information(clsDatabase& database)
     auto* grid = new QGridLayout(information);
     grid->setColumnStretch(1, 2);
     grid->setColumnStretch(3, 1);
-    int row = 0;
-    const auto whole = [&](QWidget* control, const QString& caption) {
-        grid->addWidget(LabelFor(control, caption), row, 0);
-        grid->addWidget(control, row++, 1, 1, 4);
-    };
-    const auto address = [&](QLineEdit* line, const QString& caption, const QString& previewCaption, int index) {
-        grid->addWidget(LabelFor(line, caption), row, 0);
-        grid->addWidget(line, row, 1, 1, 3);
-        grid->addWidget(Preview(previewCaption, u"PreviewURL_%1"_s.arg(index), line), row++, 4);
-    };
-    whole(Line(u"txtTitle"_s, u"Title"_s), u"T&itle:"_s);
-    whole(Line(u"txtDescription"_s, u"Description"_s), u"&Description:"_s);
-    address(Line(u"txtHomePage"_s, u"HomePage"_s), u"Home Page &URL:"_s, u"Pre&view Home Page..."_s, 0);
-    address(Line(u"txtLinkPage"_s, u"LinkPage"_s), u"Lin&k Page URL:"_s, u"Previe&w Link Page..."_s, 1);
+    AddRow(*grid, Line(u"txtTitle"_s, u"Title"_s), u"T&itle:"_s);
+    AddRow(*grid, Line(u"txtDescription"_s, u"Description"_s), u"&Description:"_s);
+    AddAddressRow(*grid, Line(u"txtHomePage"_s, u"HomePage"_s), u"Home Page &URL:"_s, 0, u"Pre&view Home Page..."_s);
+    AddAddressRow(*grid, Line(u"txtLinkPage"_s, u"LinkPage"_s), u"Lin&k Page URL:"_s, 1, u"Previe&w Link Page..."_s);
 
+    int row = grid->rowCount();
     const auto left = [&](QWidget* control, const QString& caption) {
         grid->addWidget(LabelFor(control, caption), row, 0);
         grid->addWidget(control, row, 1);
@@ -91,13 +83,7 @@ QWidget* frmLinks::Information(clsDatabase& database)
     left(Line(u"txtImageFile"_s, u"ImageFile"_s), u"Image &File Name:"_s);
     right(Line(u"txtFullName"_s, u"FullName"_s), u"We&bmaster:"_s);
     left(Line(u"txtEmail"_s, u"Email"_s), u"&E-Mail Address:"_s);
-    auto* ipAddress = Line(u"txtIPAddress"_s, u"IPAddress"_s);
-    auto* optional = new QHBoxLayout;
-    ipAddress->setMinimumWidth(ipAddress->fontMetrics().horizontalAdvance(u"255.255.255.255--"_s));
-    optional->addWidget(ipAddress, 1);
-    optional->addWidget(new QLabel(u"(Optional)"_s));
-    grid->addWidget(LabelFor(ipAddress, u"IP Add&ress:"_s), row, 2);
-    grid->addLayout(optional, row++, 3, 1, 2);
+    AddIPAddress(*grid, row++, 2, u"IP Add&ress:"_s);
     QComboBox* category = List(u"comboCategory"_s, u"CategoryID"_s);
     FillCategories(*category, database);
     left(category, u"Link Cate&gory:"_s);
@@ -178,15 +164,23 @@ void frmLinks::BuildGeneral(clsDatabase& database)
     page->addWidget(Legend());
 }
 
-void frmLinks::BuildComments()
+void frmLinks::BuildComments(clsDatabase& database)
 {
     auto* page = new QVBoxLayout(AddPage(u"Comments/Instructions"_s));
     QPlainTextEdit* comments = TextBox(u"txtComments"_s, u"Comments"_s, CommentsLines);
     comments->setAccessibleName(u"Comments/Instructions"_s);
     page->addWidget(comments, 1);
-    page->addWidget(
-        PageButton(u"&Insert Date/Time Stamp"_s, u"DateTimeStamp"_s, [this, comments] { Stamp(*comments); }), 0,
-        Qt::AlignLeft);
+    auto* buttons = new QHBoxLayout;
+    buttons->addWidget(
+        PageButton(u"&Insert Date/Time Stamp"_s, u"DateTimeStamp"_s, [this, comments] { Stamp(*comments); }));
+    buttons->addStretch();
+    QPushButton* history = PageButton(u"&Mail History..."_s, u"MailHistory"_s, [this, &database] {
+        frmMailHistory(database, Editor().Value(u"ID"_s).toLongLong(), Editor().Text(u"Title"_s), this).exec();
+    });
+    // A link that is not stored yet has none.
+    Shows([this, history] { history->setEnabled(Editor().Value(u"ID"_s).toLongLong() > 0); });
+    buttons->addWidget(history);
+    page->addLayout(buttons);
 }
 
 void frmLinks::Stamp(QPlainTextEdit& comments)

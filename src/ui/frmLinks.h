@@ -17,7 +17,7 @@ public:
 
 private:
     void BuildGeneral(clsDatabase& database);
-    void BuildComments();
+    void BuildComments(clsDatabase& database);
     [[nodiscard]] QWidget* Information(clsDatabase& database);
     [[nodiscard]] QWidget* Results();
     void Stamp(QPlainTextEdit& comments);

@@ -4,6 +4,8 @@
 
 #include "data/clsDeletedLinks.h"
 #include "data/modDBFunctions.h"
+#include "data/modDatedBackups.h"
+#include "mail/clsMailLogins.h"
 #include "platform/clsClock.h"
 #include "platform/clsConnection.h"
 #include "platform/clsDatabase.h"
@@ -11,11 +13,14 @@
 #include "platform/clsSettingsStore.h"
 #include "platform/clsSpelling.h"
 #include "platform/clsWindows.h"
+#include "platform/modHelpTopics.h"
+#include "shell/modBrambury.h"
 #include "shell/modCommonFunctions.h"
 #include "shell/modErrorHandler.h"
 #include "ui/clsLinkGrid.h"
 #include "ui/clsPanes.h"
 #include "ui/clsResultsBox.h"
+#include "ui/clsRunProgress.h"
 #include "ui/frmMainInside.h"
 #include "ui/modIcons.h"
 #include "ui/modMenus.h"
@@ -82,7 +87,9 @@ void SetHelpAndLexicons()
 }
 } // namespace
 
-frmMain::frmMain(QWidget* parent) : QMainWindow(parent), m_deletedLinks(std::make_unique<clsDeletedLinks>())
+frmMain::frmMain(QWidget* parent)
+    : QMainWindow(parent), m_mailLogins(std::make_unique<clsMailLogins>()),
+      m_deletedLinks(std::make_unique<clsDeletedLinks>())
 {
     setObjectName(u"frmMain"_s);
     setWindowTitle(modBrambury::ProgramTitle);
@@ -112,20 +119,24 @@ void frmMain::Load()
     };
     RestoreSettings();
     // Without its database the program can do nothing at all.
-    if (!State().Terminating && !modDBFunctions::OpenProcessDatabase() && !State().Terminating) {
+    if (!State().Terminating && !modDBFunctions::OpenProcessDatabase(true) && !State().Terminating) {
         modErrorHandler::TellHiddenErrors();
         modBrambury::AbortProgram();
     }
     step("Form_Load", [] { SetHelpAndLexicons(); });
     step("Form_Load", [this] { TickTips(); });
     step("OpenLists", [this] { OpenLists(); });
-    step("FillSiteList", [this] { FillSiteList(); });
+    step("FillSiteList", [this] {
+        if (m_sites) // why they could not be opened has been told
+            FillSiteList();
+    });
     step("RestoreLayout", [this] { m_gridLinkList->RestoreLayout(*Platform().Settings); });
     step("Form_Load", [this] {
         UpdateSort();
         m_gridLinkList->setFocus();
         ShowInState();
     });
+    step("TellRepair", [this] { TellRepair(); });
     step("FirstStart", [this] { FirstStart(); });
 }
 
@@ -192,8 +203,11 @@ bool frmMain::IsNormal() const
 bool frmMain::event(QEvent* event)
 {
     const bool done = QMainWindow::event(event);
-    // The frame comes some time after the window, and says so in one of these ways or another.
     const QEvent::Type type = event->type();
+    // Who comes back may have been at work in another copy of the program.
+    if (type == QEvent::WindowActivate)
+        QTimer::singleShot(0, this, &frmMain::FollowOtherPrograms);
+    // The frame comes some time after the window, and says so in one of these ways or another.
     if ((type == QEvent::Move || type == QEvent::Resize || type == QEvent::WindowActivate) && isVisible() && IsNormal())
         m_frame = geometry().topLeft() - pos();
     return done;
@@ -203,9 +217,13 @@ void frmMain::FirstStart()
 {
     clsProgramSettings& settings = State().Settings;
     Platform().EventLoop->Yield();
+    const bool first = settings.LastEntry.isEmpty();
     settings.LastEntry = Platform().Clock->Now().toString(u"yyyy-MM-dd"_s);
+    if (first)
+        Platform().Windows->ShowHelp(modHelpTopics::FirstSteps);
     if (IsOn(settings.ShowTips))
-        Platform().Windows->ShowTips();
+        guarded(Module, "ShowTips", [] { Platform().Windows->ShowTips(); });
+    TickTips();
     FillCategoryList();
 }
 
@@ -220,6 +238,28 @@ bool frmMain::MayHangUp() const
     const modBrambury::ProcessState& state = State();
     return !state.Terminating && !state.Restarting && !state.SessionEnding && !state.DatabaseWork && state.Dialled &&
            Platform().Connection->Connected();
+}
+
+void frmMain::KeepDatedBackup()
+{
+    // A restart is no end, and a session that ends does not wait.
+    if (State().Terminating || State().Restarting || State().SessionEnding)
+        return;
+    const clsClock& clock = *Platform().Clock;
+    const auto start = clock.Monotonic();
+    bool shown = false;
+    guarded(Module, "KeepDatedBackup", [&] {
+        modDatedBackups::KeepAtEnd([&](int percent) {
+            // Of a small file nobody is to see anything.
+            if (!shown && clock.Monotonic() - start > 300ms) {
+                shown = true;
+                m_gridLinkList->SetEmptyState(u"Keeping a dated backup..."_s, u"The program then ends by itself."_s);
+                m_progress->Start();
+            }
+            m_progress->Show(percent, 100);
+            return true;
+        });
+    });
 }
 
 void frmMain::closeEvent(QCloseEvent* event)
@@ -253,5 +293,6 @@ void frmMain::closeEvent(QCloseEvent* event)
     m_unloaded = true;
     m_closePending = false;
     modBrambury::EndProgram(State().Terminating);
+    KeepDatedBackup();
     Q_EMIT Closed();
 }

@@ -4,7 +4,7 @@
 
 #include "data/modDBFunctions.h"
 #include "data/modDataModel.h"
-#include "linktest/clsHTTP.h"
+#include "log/clsRun.h"
 #include "platform/clsDialogs.h"
 
 #include <QMainWindow>
@@ -28,13 +28,14 @@ class clsButtonRow;
 class clsDeletedLinks;
 class clsLinkGrid;
 class clsLogo;
+class clsMailLogins;
 class clsPanes;
 class clsQueryDef;
 class clsRecordset;
 class clsResultsBox;
 class clsRunProgress;
 
-class frmMain final : public QMainWindow, public clsLinkTestParent
+class frmMain final : public QMainWindow, public clsRunParent
 {
     Q_OBJECT
 
@@ -62,6 +63,7 @@ public:
 
     void HighLightLink(qint64 linkID, const QString& siteName = {}) override;
     void RunProgress(qint64 done, qint64 total) override;
+    void RunWaits(std::chrono::milliseconds left, const QString& why) override;
 
 Q_SIGNALS:
     /// A close request has been carried out; the window can be deleted once the event loop is left.
@@ -94,10 +96,14 @@ private:
     void FirstStart();
     void CloseIfPending();
     [[nodiscard]] bool MayHangUp() const;
+    void KeepDatedBackup();
 
     // Lists (frmMainLists.cpp)
     void OpenLists();
     void SelectSiteNode(const QString& siteID);
+    /// Shows the sites that another program has added, renamed or deleted since the list was filled, if any. A selected
+    /// site that has another name now stays selected.
+    void FollowOtherPrograms();
     /// Null when the list has no such site.
     [[nodiscard]] QTreeWidgetItem* SiteNode(const QString& siteID) const;
     void SiteNodeChosen();
@@ -130,7 +136,8 @@ private:
     void ToggleTips();
     void SetForTest();
     void SetMultipleTests();
-    void TestLinks();
+    /// A link test or mail run, from the button that is pressed to the list that is filled anew.
+    void RunSession(const char* routine, const std::function<void(const clsRun::Collaborators&)>& session);
     void StopRun();
     void SetBusy(bool busy);
     [[nodiscard]] bool HasSite() const;
@@ -140,8 +147,17 @@ private:
     /// Compact or repair, then the restart. @param caption  of the restart's box.
     void RewriteDatabase(const QString& caption,
                          const std::function<modDBFunctions::Ending(const modDBFunctions::Progress&)>& rewrite);
+    /// What the last repair has to say goes into the results log.
+    void TellRepair();
     /// The rows that could not be read while the file was closed.
     void ReadAnew();
+
+    // Mail (frmMainMail.cpp)
+    void SendMail(bool preview);
+    void SetEmail();
+    void EditTemplates();
+    /// What is wrong with the queued messages goes into the results log.
+    void CheckMail();
 
     // Commands on records (frmMainRecords.cpp)
     /// Brings the site list up to date and selects a site; another one when it is missing.
@@ -158,7 +174,6 @@ private:
     void EditLink(qint64 linkID);
     void DeleteLinks();
     void UndoDelete();
-    void SetEmail();
     void ChangeStatus();
     void ImportLinks();
     void EditCategories();
@@ -196,6 +211,7 @@ private:
     QAction* m_stop = nullptr;
 
     std::unique_ptr<clsRecordset> m_sites;    ///< tblSites
+    std::unique_ptr<clsMailLogins> m_mailLogins; ///< remembers the passwords asked for
     std::unique_ptr<clsQueryDef> m_linkQuery; ///< qryLinkList
     std::unique_ptr<clsDeletedLinks> m_deletedLinks;
     int m_view = -1;                          ///< the current status view

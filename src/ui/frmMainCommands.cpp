@@ -3,6 +3,7 @@
 #include "ui/frmMain.h"
 
 #include "data/modDataModel.h"
+#include "linktest/clsHTTP.h"
 #include "linktest/modTestQueue.h"
 #include "log/clsStatusLog.h"
 #include "platform/clsDatabase.h"
@@ -11,16 +12,17 @@
 #include "platform/clsWindows.h"
 #include "platform/modHelpTopics.h"
 #include "publish/modLinksPage.h"
+#include "shell/clsHourglass.h"
+#include "shell/modBrambury.h"
 #include "shell/modCommonFunctions.h"
 #include "shell/modErrorHandler.h"
-#include "shell/modLater.h"
 #include "ui/clsButtonRow.h"
-#include "ui/clsHourglass.h"
 #include "ui/clsLinkGrid.h"
 #include "ui/clsLinks.h"
 #include "ui/clsLogo.h"
 #include "ui/clsResultsBox.h"
 #include "ui/clsRunProgress.h"
+#include "ui/frmAbout.h"
 #include "ui/frmExportOption.h"
 #include "ui/frmMainInside.h"
 #include "ui/frmSetTest.h"
@@ -42,7 +44,6 @@ using namespace Qt::Literals::StringLiterals;
 using modBrambury::Platform;
 using modBrambury::State;
 using modCommonFunctions::MsgBox;
-using modLater::TellLater;
 using modMenus::EntryOf;
 
 namespace
@@ -74,7 +75,7 @@ void frmMain::Command(const char* routine, const std::function<void()>& body)
     if (m_busy || m_unloaded || m_inside > 0)
         return;
     const clsInside inside(*this);
-    guarded(Module, routine, body);
+    guardedAloud(Module, routine, body);
 }
 
 bool frmMain::HasSite() const
@@ -110,11 +111,11 @@ void frmMain::ServicesMenuElement(int index)
         }
         switch (index) {
         case 0:
-            return TellLater(u"Previewing e-mail"_s);
+            return SendMail(true);
         case 1:
-            return TellLater(u"Sending e-mail"_s);
+            return SendMail(false);
         case 2:
-            return TestLinks();
+            return RunSession("TestLinks", [](const clsRun::Collaborators& with) { clsHTTP(with).CheckLinks(); });
         case 4:
             return ImportLinks();
         case 5:
@@ -156,6 +157,7 @@ void frmMain::SitesMenuElement(int index)
             return;
         }
     });
+    QTimer::singleShot(0, this, &frmMain::FollowOtherPrograms);
 }
 
 void frmMain::LinkMenuElement(int index)
@@ -210,18 +212,12 @@ void frmMain::ToolsMenuElement(int index)
             modBrambury::OpenDatabase();
         switch (index) {
         case 0:
-            return TellLater(u"Editing e-mail templates"_s);
+            return EditTemplates();
         case 2:
             return BackupRestore();
         case 3:
-            return RewriteDatabase(u"Repair Completed"_s, [this](const modDBFunctions::Progress& progress) {
-                QStringList report;
-                const auto ending = modDBFunctions::Repairdatabase(progress, report);
-                clsStatusLog log(nullptr);
-                log.SetLogWindow(ResultsLog());
-                for (const QString& line : std::as_const(report))
-                    log.LogItem(line);
-                return ending;
+            return RewriteDatabase(u"Repair Completed"_s, [](const modDBFunctions::Progress& progress) {
+                return modDBFunctions::Repairdatabase(progress, State().RepairReport);
             });
         case 4:
             return RewriteDatabase(u"Compact Completed"_s, &modDBFunctions::Compactdatabase);
@@ -229,6 +225,8 @@ void frmMain::ToolsMenuElement(int index)
             return EditCategories();
         case 8:
             return SetOptions();
+        case 10:
+            return CheckMail();
         default:
             return;
         }
@@ -250,7 +248,7 @@ void frmMain::HelpMenuElement(int index)
         case 7:
             return modCommonFunctions::OpenWebBrowser(UpdatePage());
         case 11:
-            return TellLater(u"The About box"_s);
+            return static_cast<void>(frmAbout(this).exec());
         default:
             return;
         }
@@ -319,7 +317,7 @@ void frmMain::SetMultipleTests()
     FillLinkGrid();
 }
 
-void frmMain::TestLinks()
+void frmMain::RunSession(const char* routine, const std::function<void(const clsRun::Collaborators&)>& session)
 {
     // One run at a time, whichever copy of the program has started it.
     const auto run = Platform().Disk->Lock(State().Settings.DataPath + u"Bramdat.run"_s, clsDisk::Share::Exclusive);
@@ -331,15 +329,12 @@ void frmMain::TestLinks()
     State().StopFlag = false;
     modErrorHandler::ForgetHiddenErrors();
     SetBusy(true);
-    guarded(Module, "TestLinks", [this] {
-        clsHTTP session({this, m_txtResults, Platform(), State().Database.get(), {}});
-        session.CheckLinks();
-    });
+    guarded(Module, routine, [&] { session({this, m_txtResults, Platform(), State().Database.get()}); });
     SetBusy(false);
     // After an end that was forced upon the run nothing touches the database any more.
     if (State().Terminating)
         return;
-    guarded(Module, "TestLinks", [this] { FillLinkGrid(); });
+    guarded(Module, routine, [this] { FillLinkGrid(); });
     modErrorHandler::TellHiddenErrors();
 }
 
@@ -366,8 +361,17 @@ void frmMain::RewriteDatabase(const QString& caption,
         SetBusy(false);
     if (ending == modDBFunctions::Ending::Done)
         return modBrambury::RestartProgram(caption);
+    TellRepair();
     ReadAnew();
     modErrorHandler::TellHiddenErrors();
+}
+
+void frmMain::TellRepair()
+{
+    clsStatusLog log(nullptr);
+    log.SetLogWindow(ResultsLog());
+    for (const QString& line : std::exchange(State().RepairReport, {}))
+        log.LogItem(line);
 }
 
 void frmMain::ReadAnew()
@@ -385,6 +389,11 @@ void frmMain::StopRun()
 void frmMain::RunProgress(qint64 done, qint64 total)
 {
     m_progress->Show(done, total);
+}
+
+void frmMain::RunWaits(std::chrono::milliseconds left, const QString& why)
+{
+    m_progress->ShowWait(left, why);
 }
 
 void frmMain::SetBusy(bool busy)

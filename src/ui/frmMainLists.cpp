@@ -3,9 +3,11 @@
 #include "ui/frmMain.h"
 
 #include "data/clsDAO.h"
+#include "data/clsDeletedLinks.h"
 #include "data/modDataModel.h"
 #include "data/modSites.h"
 #include "platform/clsDatabase.h"
+#include "shell/modBrambury.h"
 #include "shell/modCommonFunctions.h"
 #include "shell/modErrorHandler.h"
 #include "ui/clsLinkGrid.h"
@@ -37,6 +39,8 @@ namespace
 constexpr char Module[] = "frmMain";
 /// Where a node of the site list keeps the site's key.
 constexpr int SiteRole = Qt::UserRole;
+/// The same for the number of its record, by which it is known when another program renames it.
+constexpr int RecordRole = Qt::UserRole + 1;
 /// The tab of the first status; the one before it shows all.
 constexpr int FirstStatusTab = 1;
 /// Entry of the sort menu for the category, whose sort code is another one.
@@ -71,13 +75,15 @@ QString MissingSiteText(const QString& site)
 
 void frmMain::OpenLists()
 {
-    clsDatabase& database = *State().Database;
+    clsDatabase& database = modBrambury::OpenDatabase();
     m_sites = database.OpenRecordset(u"tblSites"_s);
     m_linkQuery = database.QueryDef(u"qryLinkList"_s);
 }
 
 void frmMain::FillSiteList()
 {
+    if (!m_sites)
+        OpenLists(); // they could not be read at the start
     {
         const QSignalBlocker quiet(m_siteList);
         m_siteList->clear();
@@ -86,6 +92,7 @@ void frmMain::FillSiteList()
             const QString site = modCommonFunctions::TextOf(m_sites->Field(u"SiteID"_s));
             auto* node = new QTreeWidgetItem(m_siteList, {site});
             node->setData(0, SiteRole, site);
+            node->setData(0, RecordRole, m_sites->Bookmark());
             node->setFlags(node->flags() | Qt::ItemIsEditable);
             node->setToolTip(0, modTips::Plain(site));
             node->setIcon(0, modIcons::Icon(u"site"_s));
@@ -99,6 +106,33 @@ void frmMain::FillSiteList()
     setWindowTitle(modBrambury::ProgramTitle);
     FillCategoryList();
     FillLinkGrid();
+}
+
+void frmMain::FollowOtherPrograms()
+{
+    if (m_busy || m_inside > 0 || m_unloaded || !m_sites || !State().Database || m_siteList->findChild<QLineEdit*>())
+        return;
+    const clsInside inside(*this);
+    ignoringErrors([this] {
+        m_sites->Requery();
+        const auto stored = m_sites->Rows(0, m_sites->RecordCount(), {u"SiteID"_s});
+        bool same = std::ssize(stored) == m_siteList->topLevelItemCount();
+        for (int i = 0; same && i < m_siteList->topLevelItemCount(); ++i) {
+            const auto& row = stored[static_cast<std::size_t>(i)];
+            same = !row.empty() && modCommonFunctions::TextOf(row[0]) == SiteOf(*m_siteList->topLevelItem(i));
+        }
+        if (same)
+            return;
+        const QString before = State().CurrentSite;
+        const QTreeWidgetItem* node = SiteNode(before);
+        const clsBookmark record = node ? node->data(0, RecordRole).toLongLong() : 0;
+        if (node && !modSites::Find(*m_sites, before) && m_sites->PositionOf(record) >= 0) {
+            m_sites->MoveTo(record);
+            State().Settings.Site = modCommonFunctions::TextOf(m_sites->Field(u"SiteID"_s));
+            m_deletedLinks->SiteRenamed(before, State().Settings.Site);
+        }
+        FillSiteList();
+    });
 }
 
 void frmMain::SelectSiteNode(const QString& siteID)
@@ -133,11 +167,15 @@ void frmMain::SiteNodeChosen()
     Command("SiteList_NodeClick", [&] {
         if (site != State().CurrentSite && !LoadSite(site))
             SelectSiteNode(State().CurrentSite);
+        // Not from here: the list is in the middle of its click.
+        QTimer::singleShot(0, this, &frmMain::FollowOtherPrograms);
     });
 }
 
 bool frmMain::LoadSite(const QString& siteID)
 {
+    if (!m_sites)
+        OpenLists();
     if (!modSites::Find(*m_sites, siteID)) {
         MsgBox(MissingSiteText(siteID), clsDialogs::Buttons::OK, clsDialogs::Icon::Exclamation);
         return false;

@@ -7,9 +7,10 @@
 #include "data/modLinks.h"
 #include "data/modSites.h"
 #include "platform/clsDatabase.h"
+#include "shell/clsHourglass.h"
+#include "shell/modBrambury.h"
 #include "shell/modCommonFunctions.h"
 #include "shell/modErrorHandler.h"
-#include "ui/clsHourglass.h"
 #include "ui/clsLinkGrid.h"
 #include "ui/clsLinks.h"
 #include "ui/clsSelectionDialog.h"
@@ -156,8 +157,12 @@ void frmMain::EditLink(qint64 linkID)
         });
     });
     connect(&links, &clsLinks::LinkShown, this, show);
-    links.LinkProperties(linkID, Bounds());
-    if (saved.empty() || State().Terminating)
+    const bool shown = links.LinkProperties(linkID, Bounds()) != 0 || linkID == clsLinks::NewLink;
+    if (State().Terminating)
+        return;
+    if (!shown)
+        return FillLinkGrid(); // another program may have deleted it
+    if (saved.empty())
         return;
     // Links that have left the view stay until here, so that they can be edited further.
     const auto inView = m_linkQuery->OpenRecordset();
@@ -191,24 +196,6 @@ void frmMain::UndoDelete()
         if (!restored.empty())
             m_gridLinkList->MakeCurrent(restored.front());
     });
-}
-
-void frmMain::SetEmail()
-{
-    const std::vector<modBrambury::MessageType>& types = State().MessageTypes;
-    clsSelectionDialog dialog;
-    dialog.Caption = u"Select E-mail"_s;
-    for (const modBrambury::MessageType& type : types)
-        dialog.arraySelections << type.Title;
-    dialog.GetSelection(this);
-    // By its place: two types may have the same title.
-    if (dialog.Selected() < 0)
-        return;
-    const clsHourglass hourglass;
-    modLinks::SetFields(
-        *State().Database, m_gridLinkList->ChosenLinks(),
-        {{u"Message"_s, types.at(static_cast<std::size_t>(dialog.Selected())).ID}, {u"EmailQueue"_s, 1}});
-    m_gridLinkList->Links().RefreshAll();
 }
 
 void frmMain::ChangeStatus()

@@ -7,6 +7,7 @@
 #include "platform/clsSound.h"
 #include "platform/clsWindows.h"
 #include "platform/modHelpTopics.h"
+#include "shell/clsHourglass.h"
 #include "shell/modCommonFunctions.h"
 #include "shell/modErrorHandler.h"
 #include "ui/modIcons.h"
@@ -352,11 +353,27 @@ bool frmOptions::Save()
         m_offers.front()->setFocus();
         return false;
     }
+    // They are kept in two places, which take them both or neither. The database goes first: it may be locked.
+    const auto write = [this](const std::vector<modBrambury::MessageType>& all) {
+        const Guarded written = guardedAloud(Module, "SaveMessageTypes", [&] {
+            const clsHourglass hourglass;
+            modMessageTypes::Write(m_database, all);
+        });
+        return written == Guarded::Done;
+    };
+    if (!write(types))
+        return false;
+    const clsProgramSettings before = State().Settings;
     for (const auto& takeBack : m_takeBacks)
         takeBack(State().Settings);
-    modBrambury::SaveProgramSettings();
-    if (guarded(Module, "SaveMessageTypes", [&] { modMessageTypes::Write(m_database, types); }) != Guarded::Done)
+    bool stored = false;
+    guardedAloud(Module, "SaveSettings", [&] { stored = modBrambury::SaveProgramSettings(); });
+    if (!stored) {
+        State().Settings = before;
+        write(State().MessageTypes);
         return false;
+    }
+    modBrambury::LoadMessageTypes();
     ShowTypes();
     m_changed = false;
     return true;

@@ -11,6 +11,7 @@
 #include "shell/modErrorHandler.h"
 #include "ui/clsElidedLabel.h"
 #include "ui/clsPrintProgress.h"
+#include "ui/modPrintJob.h"
 
 #include <QCheckBox>
 #include <QHBoxLayout>
@@ -27,17 +28,8 @@ namespace
 {
 const QString Section = u"Print"_s;
 const QString PreviewKey = u"Preview"_s;
+const QString FileName = u"Site Report.pdf"_s;
 constexpr int SiteWidth = 280;
-
-/// While it lives, the printer writes into a file.
-class clsIntoFile
-{
-public:
-    explicit clsIntoFile(const QString& path) { Platform().Printer->SetOutputFile(path); }
-    ~clsIntoFile() { Platform().Printer->SetOutputFile({}); }
-    clsIntoFile(const clsIntoFile&) = delete;
-    clsIntoFile& operator=(const clsIntoFile&) = delete;
-};
 } // namespace
 
 frmSiteReport::frmSiteReport(QWidget* parent) : QDialog(parent), m_chkPreview(new QCheckBox(u"Show pre&view first"_s))
@@ -103,7 +95,7 @@ void frmSiteReport::Print(const QStringList& siteIDs)
 {
     const bool preview = m_chkPreview->isChecked();
     Platform().Settings->SaveSetting(Section, PreviewKey, preview ? u"Yes"_s : u"No"_s);
-    const Job job = [this, &siteIDs] {
+    const modPrintJob::Job job = [this, &siteIDs] {
         bool printed = false;
         guarded("modSiteReport", "Print", [&] {
             clsPrintProgress window(this);
@@ -116,25 +108,7 @@ void frmSiteReport::Print(const QStringList& siteIDs)
     const clsPrinter::Choice choice = preview ? Platform().Printer->Preview(job) : clsPrinter::Choice::Print;
     if (choice == clsPrinter::Choice::Close)
         return;
-    if (choice == clsPrinter::Choice::SavePdf ? SavePdf(job) : PrintOnPaper(job))
+    if (choice == clsPrinter::Choice::SavePdf ? modPrintJob::IntoPdf(job, FileName)
+                                              : modPrintJob::OnPaper(job, u"the report"_s, FileName))
         accept();
-}
-
-bool frmSiteReport::PrintOnPaper(const Job& job)
-{
-    if (Platform().Printer->Available())
-        return Platform().Printer->AskPrinter() && job();
-    return modCommonFunctions::MsgBox(
-               u"There is no printer on this computer.\r\nDo you want to save the report as a PDF file instead?"_s,
-               clsDialogs::Buttons::YesNo, clsDialogs::Icon::Question) == clsDialogs::Answer::Yes &&
-           SavePdf(job);
-}
-
-bool frmSiteReport::SavePdf(const Job& job)
-{
-    const clsIntoFile file(Platform().Dialogs->SaveFile({.title = u"Save To"_s,
-                                                         .filter = u"PDF File (*.pdf)|*.pdf"_s,
-                                                         .fileName = u"Site Report.pdf"_s,
-                                                         .folder = modBrambury::ProgramFolder()}));
-    return job();
 }

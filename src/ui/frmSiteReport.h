@@ -3,7 +3,6 @@
 #pragma once
 
 #include <QDialog>
-#include <functional>
 
 class QCheckBox;
 
@@ -22,13 +21,8 @@ private:
         PrintAll = 1,
         Cancel = 2
     };
-    /// Prints one document. @return whether it did.
-    using Job = std::function<bool()>;
-
     void ButtonPressed(int index);
     void Print(const QStringList& siteIDs);
-    [[nodiscard]] static bool PrintOnPaper(const Job& job);
-    [[nodiscard]] static bool SavePdf(const Job& job);
 
     QCheckBox* m_chkPreview;
 };

@@ -5,7 +5,10 @@
 #include "mail/clsMailTemplate.h"
 #include "platform/modHelpTopics.h"
 #include "shell/modBrambury.h"
+#include "shell/modErrorHandler.h"
 #include "ui/clsPortBox.h"
+#include "ui/frmMailLogin.h"
+#include "ui/modTemplateList.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -34,19 +37,6 @@ QLabel* Explanation(const QString& text)
     label->setWordWrap(true);
     return label;
 }
-
-/// An empty entry, then the templates of a message type by name. @param type  1-based.
-void FillTemplates(QComboBox& list, clsMailTemplate& templates, int type)
-{
-    list.addItem(QString());
-    if (!templates.BuildNewQuery(static_cast<qint16>(type)))
-        return;
-    const clsRecordset& records = *templates.Templates();
-    for (const auto& row : records.Rows(0, records.RecordCount(), {u"Template"_s, u"MessageID"_s})) {
-        if (row.size() == 2)
-            list.addItem(row[0].toString(), row[1]);
-    }
-}
 } // namespace
 
 frmSites::frmSites(clsSiteRecord& site, clsDatabase& database, QWidget* parent)
@@ -68,28 +58,13 @@ void frmSites::BuildGeneral()
     auto* grid = new QGridLayout(information);
     grid->setColumnStretch(1, 2);
     grid->setColumnStretch(3, 1);
-    int row = 0;
-    const auto whole = [&](QWidget* control, const QString& caption) {
-        grid->addWidget(LabelFor(control, caption), row, 0);
-        grid->addWidget(control, row++, 1, 1, 4);
-    };
-    const auto address = [&](QLineEdit* line, const QString& caption, const QString& previewCaption, int index) {
-        grid->addWidget(LabelFor(line, caption), row, 0);
-        grid->addWidget(line, row, 1, 1, 3);
-        grid->addWidget(Preview(previewCaption, u"PreviewURL_%1"_s.arg(index), line), row++, 4);
-    };
-    whole(Line(u"txtSiteName"_s, u"SiteName"_s), u"&Site Title:"_s);
-    whole(Line(u"txtSiteDescription"_s, u"SiteDescription"_s), u"Site &Description:"_s);
-    address(Line(u"txtHomePage"_s, u"HomePage"_s), u"Home Page &URL:"_s, u"Previe&w Home Page..."_s, 0);
-    address(Line(u"txtLinkPage"_s, u"LinkPage"_s), u"Lin&k Page URL:"_s, u"Preview &Link Page..."_s, 1);
+    AddRow(*grid, Line(u"txtSiteName"_s, u"SiteName"_s), u"&Site Title:"_s);
+    AddRow(*grid, Line(u"txtSiteDescription"_s, u"SiteDescription"_s), u"Site &Description:"_s);
+    AddAddressRow(*grid, Line(u"txtHomePage"_s, u"HomePage"_s), u"Home Page &URL:"_s, 0, u"Previe&w Home Page..."_s);
+    AddAddressRow(*grid, Line(u"txtLinkPage"_s, u"LinkPage"_s), u"Lin&k Page URL:"_s, 1, u"Preview Link Page..."_s);
 
-    auto* ipAddress = Line(u"txtIPAddress"_s, u"IPAddress"_s);
-    auto* optional = new QHBoxLayout;
-    ipAddress->setMinimumWidth(ipAddress->fontMetrics().horizontalAdvance(u"255.255.255.255--"_s));
-    optional->addWidget(ipAddress, 1);
-    optional->addWidget(new QLabel(u"(Optional)"_s));
-    grid->addWidget(LabelFor(ipAddress, u"&IP Address:"_s), row, 0);
-    grid->addLayout(optional, row, 1);
+    int row = grid->rowCount();
+    AddIPAddress(*grid, row, 0, u"&IP Address:"_s);
     auto* imageFile = Line(u"txtImageFile"_s, u"ImageFile"_s);
     grid->addWidget(LabelFor(imageFile, u"Image &File Name:"_s), row, 2);
     grid->addWidget(imageFile, row++, 3, 1, 2);
@@ -100,8 +75,9 @@ void frmSites::BuildGeneral()
     auto* email = Line(u"txtEmail"_s, u"Email"_s);
     grid->addWidget(LabelFor(email, u"&E-Mail Address:"_s), row, 2);
     grid->addWidget(email, row++, 3, 1, 2);
-    whole(Line(u"txtSender"_s, u"Sender"_s), u"E-&Mail Sender:"_s);
+    AddRow(*grid, Line(u"txtSender"_s, u"Sender"_s), u"E-&Mail Sender:"_s);
 
+    row = grid->rowCount();
     auto* signature = TextBox(u"txtSignatureBlock"_s, u"SignatureBlock"_s, SignatureLines);
     grid->addWidget(LabelFor(signature, u"E-mail Si&gnature:"_s), row, 0, Qt::AlignTop);
     grid->addWidget(signature, row, 1, 1, 4);
@@ -113,6 +89,7 @@ void frmSites::BuildGeneral()
     server->addWidget(host, 1);
     server->addWidget(LabelFor(mailPort, u"Por&t:"_s));
     server->addWidget(mailPort);
+    server->addWidget(PageButton(u"&Log-in..."_s, u"buttonLogin"_s, [this] { EditLogin(); }));
     grid->addWidget(LabelFor(host, u"E-mail Ser&ver (SMTP):"_s), row, 0);
     grid->addLayout(server, row, 1, 1, 4);
 
@@ -130,18 +107,26 @@ void frmSites::BuildGeneral()
     page->addWidget(Legend());
 }
 
+void frmSites::EditLogin()
+{
+    guarded("frmSites", "buttonLogin_Click", [this] {
+        if (frmMailLogin(m_site, this).exec() == Accepted)
+            ShowRecord();
+    });
+}
+
 void frmSites::BuildTemplates(clsDatabase& database)
 {
     auto* page = new QVBoxLayout(AddPage(u"E-Mail Assignments"_s));
     auto* assignments = new QGroupBox(u"E-Mail Template Assignments"_s);
     auto* grid = new QGridLayout(assignments);
     grid->setColumnStretch(1, 1);
-    clsMailTemplate templates(database);
+    const clsMailTemplate templates(database);
     QString letters = ButtonLetters;
     int type = 0;
     for (const modBrambury::MessageType& messageType : modBrambury::State().MessageTypes) {
         QComboBox* list = List(u"cbMailTemplate_%1"_s.arg(type), clsSiteRecord::TemplateField(type));
-        FillTemplates(*list, templates, type + 1);
+        modTemplateList::Fill(*list, templates, static_cast<qint16>(type + 1), true);
         QLabel* label = LabelFor(list, WithMnemonic(messageType.Title, letters));
         label->setObjectName(u"Label2_%1"_s.arg(type));
         grid->addWidget(label, type, 0);

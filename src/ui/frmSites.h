@@ -20,6 +20,7 @@ private:
     void BuildTemplates(clsDatabase& database);
     void BuildRules();
     void BuildHTML();
+    void EditLogin();
 
     clsSiteRecord& m_site;
 };

@@ -12,7 +12,8 @@ namespace modIcons
 /// A command's or state's icon, crisp at any size and readable on light and dark. Names are those of the files in
 /// resources/icons without ".svg": preview, send, test, stop, templates, options, help, site, site-new, site-edit,
 /// site-copy, site-delete, link-new, link-edit, link-delete, set-email, set-test, change-status, set-multiple, legend,
-/// save, print, clear, open, play, brambury.
+/// save, print, clear, open, play, brambury, template-new, template-delete, save-as, undo, spelling, attach,
+/// attach-remove, field-tag.
 QIcon Icon(const QString& name);
 /// Pictures that carry meaning in the grid; never from the theme, so that the legend is true: status-offer,
 /// status-pending, status-active, status-broken, status-inactive, status-declined, ball-green, ball-yellow, ball-red,

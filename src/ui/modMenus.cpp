@@ -90,6 +90,8 @@ const Entry ToolsEntries[] = {
     {6, u"Modifiy &Link Categories"},
     {7},
     {8, u"&Set Program Options...", "options"},
+    {9},
+    {10, u"Check E-mail &Queue"},
 };
 const Entry HelpEntries[] = {
     {0, u"&Contents", "help", Qt::Key_F1},

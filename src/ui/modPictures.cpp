@@ -11,6 +11,8 @@
 #include "platform/clsDisk.h"
 #include "platform/clsError.h"
 #include "platform/clsEventLoop.h"
+#include "platform/clsKeyring.h"
+#include "platform/clsMailServer.h"
 #include "platform/impl/clsPlatformParts.h"
 #include "platform/impl/modPlatformImpl.h"
 #include "platform/modHelpTopics.h"
@@ -18,26 +20,37 @@
 #include "shell/modErrorHandler.h"
 #include "ui/clsLinkGrid.h"
 #include "ui/clsPanes.h"
+#include "ui/clsSpellCheck.h"
 #include "ui/clsWindowParts.h"
+#include "ui/frmAbout.h"
 #include "ui/frmBackupRestore.h"
 #include "ui/frmCategories.h"
 #include "ui/frmCustomizeGrid.h"
 #include "ui/frmErrorMessage.h"
 #include "ui/frmExportOption.h"
+#include "ui/frmFieldTags.h"
 #include "ui/frmHelp.h"
 #include "ui/frmImportWizard.h"
 #include "ui/frmLinks.h"
+#include "ui/frmMailLogin.h"
 #include "ui/frmMain.h"
+#include "ui/frmMailEditor.h"
 #include "ui/frmOptions.h"
+#include "ui/frmPreview.h"
 #include "ui/frmSelectionDialog.h"
 #include "ui/frmSetTest.h"
 #include "ui/frmSiteReport.h"
 #include "ui/frmSites.h"
+#include "ui/frmSpelling.h"
 #include "ui/frmSplash.h"
+#include "ui/frmSystemInformation.h"
+#include "ui/frmTips.h"
 
 #include <QApplication>
 #include <QDir>
+#include <QFontDatabase>
 #include <QLineEdit>
+#include <QPlainTextEdit>
 #include <QProcess>
 #include <QPushButton>
 #include <QScopeGuard>
@@ -65,6 +78,7 @@ public:
     }
     QString SaveFile(const FileRequest& request) override { return OpenFile(request); }
     QString InputBox(const QString&, const QString&, const QString&) override { return {}; }
+    QString PasswordBox(const QString&, const QString&) override { return {}; }
     QString OpenFile(const FileRequest&) override
     {
         throw clsError(clsError::DialogCancelled, u"Cancel was selected."_s, u"clsDialogs"_s);
@@ -104,11 +118,13 @@ QPalette DarkPalette()
 class clsCamera
 {
 public:
-    explicit clsCamera(const QString& folder) : m_folder(folder)
+    clsCamera(const QString& folder, bool lightOnly) : m_folder(folder)
     {
         const int scale = qRound(qApp->devicePixelRatio());
         m_suffix = scale == 1 ? QString() : u"@%1x"_s.arg(scale);
-        m_themes = {{u"light"_s, QApplication::palette()}, {u"dark"_s, DarkPalette()}};
+        m_themes = {{u"light"_s, QApplication::palette()}};
+        if (!lightOnly)
+            m_themes.append({u"dark"_s, DarkPalette()});
     }
     ~clsCamera() { QApplication::setPalette(m_themes.first().palette); }
     clsCamera(const clsCamera&) = delete;
@@ -138,6 +154,7 @@ bool OfMain(const clsPlatformParts& parts, const std::function<void(frmMain&)>& 
 {
     clsWrittenDialogs dialogs;
     clsWindowParts with(parts, &dialogs);
+    with.Windows.HoldTips();
     bool taken = false;
     if (modBrambury::Main() && with.Windows.AnyLoaded())
         taken = guarded("modWindow", "RenderPictures", [&] { take(*with.Windows.Main()); }) == Guarded::Done;
@@ -182,6 +199,64 @@ void TakePages(clsCamera& camera, QDialog& editor, const QStringList& names)
     }
 }
 
+/// A mail server that is there without any.
+class clsDrawnMailServer final : public clsMailProbe
+{
+public:
+    [[nodiscard]] clsMailServerReport Probe(const QString&, int, const clsMailLogin&, int, const QString&,
+                                            const std::function<bool()>&) override
+    {
+        clsMailServerReport report;
+        report.connected = report.encrypted = report.offersStartTLS = report.triedLogin = true;
+        report.methods = QStringList{u"PLAIN"_s, u"LOGIN"_s, u"XOAUTH2"_s};
+        constexpr qint64 size = 35'882'577;
+        report.sizeLimit = size;
+        report.certificate = u"mail.example.com, issued by Example Authority, valid until 2027-05-01"_s;
+        report.failure = u"535 5.7.8 Error: authentication failed"_s;
+        report.dialogue = QStringList{u"< 220 mail.example.com ESMTP"_s,
+                                      u"> EHLO desk.example.com"_s,
+                                      u"< 250-mail.example.com"_s,
+                                      u"< 250-SIZE 35882577"_s,
+                                      u"< 250 AUTH PLAIN LOGIN XOAUTH2"_s,
+                                      u"> AUTH PLAIN"_s,
+                                      u"> (credentials)"_s,
+                                      u"< 535 5.7.8 Error: authentication failed"_s};
+        return report;
+    }
+};
+
+class clsDrawnKeyring final : public clsKeyring
+{
+public:
+    QString Unavailable() override { return {}; }
+    std::optional<QByteArray> Read(const QString&) override { return std::nullopt; }
+    void Write(const QString&, const QByteArray&) override {}
+    void Remove(const QString&) override {}
+};
+
+/// Every page of the window for a log-in, after a test.
+void TakeMailLogin(clsCamera& camera, clsSiteRecord& site)
+{
+    clsPlatform& platform = modBrambury::Platform();
+    clsDrawnMailServer server;
+    clsDrawnKeyring keyring;
+    clsMailProbe* const probeBefore = std::exchange(platform.MailProbe, &server);
+    clsKeyring* const keyringBefore = std::exchange(platform.Keyring, &keyring);
+    const auto restore = qScopeGuard([&] {
+        platform.MailProbe = probeBefore;
+        platform.Keyring = keyringBefore;
+    });
+    site.SetValue(u"MailSecurity"_s, u"starttls"_s);
+    site.SetValue(u"MailPort"_s, 587);
+    frmMailLogin login(site);
+    login.show();
+    platform.EventLoop->Yield(); // it looks for the keyring
+    login.findChild<QLineEdit*>(u"txtUser"_s)->setText(u"webmaster@example.com"_s);
+    login.findChild<QLineEdit*>(u"txtPassword"_s)->setText(u"app password"_s);
+    login.findChild<QPushButton*>(u"buttonTest"_s)->click();
+    TakePages(camera, login, {u"login"_s, u"login-advanced"_s, u"login-test"_s});
+}
+
 /// The editors of the selected site and of its first link with failed tests.
 void TakeEditors(clsCamera& camera)
 {
@@ -191,6 +266,7 @@ void TakeEditors(clsCamera& camera)
     if (site.Open(state.CurrentSite))
         TakePages(camera, *std::make_unique<frmSites>(site, database),
                   {u"site"_s, u"site-templates"_s, u"site-rules"_s, u"site-html"_s});
+    TakeMailLogin(camera, site);
     const modDataModel::StatusBounds all = modDataModel::BoundsOf(modDataModel::ViewAll, false);
     const auto failed = database.OpenRecordset(u"SELECT ID FROM tblLinkList WHERE Results >= 4 ORDER BY ID"_s);
     clsLinkRecord link(database, state.CurrentSite, state.Tests.MyLinkAtRecipSite);
@@ -215,6 +291,39 @@ void TakeSmallDialogs(clsCamera& camera, clsLinkGrid& grid)
     camera.Take(customize, u"customize"_s);
     frmBackupRestore backupRestore;
     camera.Take(backupRestore, u"backup"_s);
+    frmTips tips(*state.Database->OpenRecordset(u"tblTips"_s), 0);
+    camera.Take(tips, u"tips"_s);
+    frmAbout about;
+    camera.Take(about, u"about"_s);
+    frmSystemInformation information;
+    camera.Take(information, u"system"_s);
+}
+
+/// The windows in which messages are written and looked at.
+void TakeMail(clsCamera& camera)
+{
+    clsDatabase& database = *modBrambury::State().Database;
+    const auto templates = database.OpenRecordset(u"tblMailMessages"_s);
+    frmMailEditor editor(database);
+    editor.Open(templates->Field(u"MessageID"_s).toLongLong());
+    auto* body = editor.findChild<QPlainTextEdit*>(u"tBody"_s);
+    body->insertPlainText(u"We beleive that our visitors share many intrests.\n\n"_s);
+    camera.Take(editor, u"templates"_s);
+    editor.resize(editor.minimumSizeHint());
+    camera.Take(editor, u"templates-small"_s);
+    editor.hide();
+    frmFieldTags tags(database);
+    camera.Take(tags, u"tags"_s);
+    clsSpellCheck check(database);
+    check.Watch(*body);
+    frmSpelling spelling(check, nullptr);
+    if (spelling.Begin())
+        camera.Take(spelling, u"spelling"_s);
+    frmPreview preview(u"Preview E-mail [Rosewood Nursery]"_s,
+                       templates->Field(u"Subject"_s).toString() + u" [rose@rosewood.example]\r\n\r\n\r\n"_s +
+                           templates->Field(u"Body"_s).toString(),
+                       u"terms.pdf, 31.4KB (32,154 bytes)"_s);
+    camera.Take(preview, u"mail-preview"_s);
 }
 
 /// A page that is there without any server: the home pages of the sample's partners, and some more.
@@ -281,6 +390,10 @@ void TakeWizard(clsCamera& camera)
                             }});
     wizard.findChild<QLineEdit*>(u"txtURL"_s)->setText(u"http://www.example.com/garden/links.html"_s);
     camera.Take(wizard, u"wizard"_s);
+    const QString page = wizard.findChild<QLineEdit*>(u"txtURL"_s)->text();
+    wizard.findChild<QLineEdit*>(u"txtURL"_s)->setText(u"/home/rose/Documents/bookmarks.html"_s);
+    camera.Take(wizard, u"wizard-file"_s);
+    wizard.findChild<QLineEdit*>(u"txtURL"_s)->setText(page);
     wizard.next();
     camera.Take(wizard, u"wizard-summary"_s);
     wizard.next();
@@ -314,11 +427,15 @@ int AgainAtDoubleScale(const QString& home, const QString& folder)
 }
 } // namespace
 
-int modWindow::RenderPictures(clsPlatformParts& parts, const QString& folder)
+int modWindow::RenderPictures(clsPlatformParts& parts, const QString& folder, bool lightOnly)
 {
+    if (QFontDatabase::families().isEmpty()) {
+        std::fprintf(stderr, "Without fonts there are no pictures: install some.\n");
+        return CouldNotRun;
+    }
     if (!QDir().mkpath(folder))
         return CouldNotRun;
-    clsCamera camera(folder);
+    clsCamera camera(folder, lightOnly);
     const bool all = OfMain(parts, [&](frmMain& window) {
         window.resize(MainSize);
         window.findChild<clsPanes*>()->SetPositions(clsPanes::FirstLeft, clsPanes::FirstTop);
@@ -332,9 +449,11 @@ int modWindow::RenderPictures(clsPlatformParts& parts, const QString& folder)
         camera.Take(setTest, u"settest"_s);
         TakeEditors(camera);
         TakeSmallDialogs(camera, *grid);
+        TakeMail(camera);
         TakeWizard(camera);
         frmHelp help(
-            clsHelpFile(modBrambury::Platform().Disk->ReadFile(modPlatformImpl::ShareFolder() + u"/Bramdat.hlp"_s)));
+            clsHelpFile(modBrambury::Platform().Disk->ReadFile(modPlatformImpl::ShareFolder() + u"/Bramdat.hlp"_s)),
+            modPlatformImpl::ShareFolder() + u"/pictures"_s);
         help.ShowTopic(modHelpTopics::MainWindow);
         camera.Take(help, u"help"_s);
         help.ShowTopic(modHelpTopics::Legend);
@@ -356,5 +475,5 @@ int modWindow::RenderPictures(clsPlatformParts& parts, const QString& folder)
     });
     if (!emptyToo)
         return CouldNotRun;
-    return qApp->devicePixelRatio() == 1 ? AgainAtDoubleScale(parts.Home(), folder) : 0;
+    return lightOnly || qApp->devicePixelRatio() != 1 ? 0 : AgainAtDoubleScale(parts.Home(), folder);
 }

@@ -23,12 +23,6 @@ public:
 private:
     const int m_size;
 };
-
-/// Blanks that must not break are kept, unlike in toPlainText().
-QString LinesOf(const QPlainTextEdit& box)
-{
-    return box.document()->toRawText().replace(QChar::ParagraphSeparator, u'\n');
-}
 } // namespace
 
 void modTextBoxes::LimitSize(QLineEdit& line, int size)
@@ -52,11 +46,17 @@ void modTextBoxes::SetText(QPlainTextEdit& box, const QString& stored)
 {
     QString text = stored;
     text.replace("\r\n"_L1, "\n"_L1).replace(u'\r', u'\n');
-    if (LinesOf(box) != text)
+    if (Lines(box) != text)
         box.setPlainText(text);
 }
 
 QString modTextBoxes::StoredText(const QPlainTextEdit& box)
 {
-    return LinesOf(box).replace(u'\n', "\r\n"_L1);
+    return Lines(box).replace(u'\n', "\r\n"_L1);
+}
+
+QString modTextBoxes::Lines(const QPlainTextEdit& box)
+{
+    // Blanks that must not break are kept, unlike in toPlainText(). Shift and Enter make the second kind of line end.
+    return box.document()->toRawText().replace(QChar::ParagraphSeparator, u'\n').replace(QChar::LineSeparator, u'\n');
 }

@@ -18,4 +18,6 @@ void SetLines(QPlainTextEdit& box, int lines);
 /// Fields keep lines that end in CR LF. A box that shows the text already is left as it is.
 void SetText(QPlainTextEdit& box, const QString& stored);
 QString StoredText(const QPlainTextEdit& box);
+/// The text of a box with line feeds, letter for letter where the box has them.
+QString Lines(const QPlainTextEdit& box);
 } // namespace modTextBoxes

@@ -11,7 +11,8 @@ namespace modWindow
 /// Opens the main window and runs until the program ends. A QApplication must exist.
 /// @return the process's exit code.
 int RunWindow(clsPlatformParts& parts);
-/// Renders every window offscreen into PNG files in `folder`, light and dark, 1x and 2x, from the given installation.
+/// Renders every window offscreen into PNG files in `folder`, from the given installation: light and dark, 1x and 2x, or
+/// `lightOnly` in single size, as the help shows them.
 /// @return the process's exit code.
-int RenderPictures(clsPlatformParts& parts, const QString& folder);
+int RenderPictures(clsPlatformParts& parts, const QString& folder, bool lightOnly);
 } // namespace modWindow

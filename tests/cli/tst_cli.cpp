@@ -510,6 +510,64 @@ END LINK TEST SESSION - WHEN
             QCOMPARE(ask(yes, RetryCancel), Answer::Cancel);
         }
     }
+
+    /// The system's own tools are stood in for: no test may touch the jobs of whoever runs it.
+    void ScheduleInCrontabOrTimer()
+    {
+        const QString tools = m_user.path() + u"/tools/"_s;
+        QVERIFY(QDir().mkpath(tools));
+        const auto tool = [&](const QString& name, const QByteArray& script) {
+            WriteFile(tools + name, "#!/bin/sh\nPATH=/bin:/usr/bin\ncd " + tools.toUtf8() + "\n" + script);
+            QFile::setPermissions(tools + name, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        };
+        const auto schedule = [&](const char* words) {
+            return Here(Words("schedule") + Words(words), {u"PATH="_s + tools}).code;
+        };
+        const auto jobs = [&] { return QString::fromUtf8(ReadFile(tools + u"table"_s)).split(u'\n', Qt::SkipEmptyParts); };
+
+        QCOMPARE(schedule("daily"), 3); // neither tool is there
+        const QByteArray crontab = "if [ $1 = -l ]; then cat table; else cat > table; fi\n";
+        tool(u"crontab"_s, crontab);
+        WriteFile(tools + u"table"_s, "1 2 * * * mine\n");
+        QCOMPARE(schedule("daily"), 0);
+        QCOMPARE(schedule("weekly --at 6:05"), 0);
+        QCOMPARE(jobs().size(), 2);
+        QCOMPARE(jobs().first(), u"1 2 * * * mine"_s);
+        QVERIFY2(jobs().last().startsWith(u"5 6 * * 1 '"_s) && jobs().last().contains(u"'schedule' 'run' # "_s),
+                 qPrintable(jobs().last()));
+        // A table that cannot be read is not written over.
+        tool(u"crontab"_s, "if [ $1 = -l ]; then echo 'cannot open' >&2; exit 1; else cat > table; fi\n");
+        QCOMPARE(schedule("off"), 3);
+        QCOMPARE(jobs().size(), 2);
+        tool(u"crontab"_s, crontab);
+
+        // With a systemd the job moves there.
+        tool(u"systemctl"_s, "echo \"$*\" >> said\n");
+        QCOMPARE(schedule("weekly --at 6:05"), 0);
+        QCOMPARE(jobs(), QStringList{u"1 2 * * * mine"_s});
+        const QDir units(m_user.path() + u"/.config/systemd/user"_s);
+        const QStringList made = units.entryList(QDir::Files, QDir::Name);
+        QCOMPARE(made.size(), 2);
+        QVERIFY(ReadFile(units.filePath(made[1])).contains("OnCalendar=Mon *-*-* 06:05:00\n"));
+        QVERIFY(ReadFile(units.filePath(made[0])).contains("\" \"schedule\" \"run\"\n"));
+        QVERIFY(ReadFile(tools + u"said"_s).endsWith("--user enable --now " + made[1].toUtf8() + '\n'));
+        QCOMPARE(schedule("off"), 0);
+        QVERIFY(units.entryList(QDir::Files).isEmpty());
+    }
+
+    void ScheduledRunTellsChanges()
+    {
+        AddSite(u"Shop"_s);
+        AddLink(u"Shop"_s, u"Gone"_s, {{u"LinkPage"_s, u"http://127.0.0.1:1/a.html"_s}, {u"Results"_s, 1}});
+        AddLink(u"Shop"_s, u"Declined"_s, {{u"Status"_s, 5}, {u"Results"_s, 1}});
+        const QString file = m_installation->Folder() + u"/Changes.log"_s;
+        QCOMPARE(Here("schedule run").code, 1);
+        const QByteArray changes = ReadFile(file);
+        QCOMPARE(changes.count("Fails now: Gone (Shop)  1: "), 1);
+        QVERIFY(!changes.contains("Declined"));
+        QVERIFY(Here("schedule run").out.endsWith(u"Nothing has changed since the last run.\n"_s));
+        QCOMPARE(ReadFile(file), changes);
+    }
 };
 
 QTEST_GUILESS_MAIN(tst_cli)

@@ -45,6 +45,7 @@ private:
     {
         QProcess process;
         process.setStandardInputFile(QProcess::nullDevice());
+        process.setWorkingDirectory(m_installation->Folder());
         process.start(QStringLiteral(BRAMBURY_BINARY_DIR) + u"/bin/brambury"_s,
                       QStringList{u"--home"_s, m_installation->Folder()} + words);
         if (!process.waitForFinished(LimitMs) || process.exitStatus() != QProcess::NormalExit)
@@ -95,6 +96,7 @@ private Q_SLOTS:
     void Sites();
     void Links();
     void Categories();
+    void Templates();
     void Refusals_data();
     void Refusals();
     void ExportComesBackUnharmed();
@@ -185,6 +187,25 @@ void tstRecordsCli::Categories()
     QCOMPARE(Column({u"categories"_s}, u"ID"_s), QStringList{QString::number(m_category)});
 }
 
+void tstRecordsCli::Templates()
+{
+    const QString body = File("\xEF\xBB\xBFone\ntwo\r\n");
+    QCOMPARE(Out({u"template"_s, u"new"_s, u" Thanks "_s, u"type=3"_s, u"Subject=A=B"_s, u"--body-file"_s, body}),
+             u"9\n"_s);
+    QCOMPARE(Column({u"template"_s, u"show"_s, u"THANKS"_s}, u"Body"_s), QStringList{u"one\r\ntwo\r\n"_s});
+    QCOMPARE(Out({u"template"_s, u"set"_s, u"9"_s, u"AttachedFile=/a/b.txt"_s}), QString());
+    QCOMPARE(Out({u"template"_s, u"copy"_s, u"Thanks"_s, u"Other"_s}), u"10\n"_s);
+    const Outcome kept = Run({u"template"_s, u"copy"_s, u"1"_s, u"other"_s});
+    QCOMPARE(kept.err, u"This template name already exists.\nDo you want to replace it?\n-> No\n"_s);
+    QCOMPARE(kept.code, 2);
+    QCOMPARE(Column({u"template"_s, u"show"_s, u"10"_s}, u"AttachedFile"_s), QStringList{u"/a/b.txt"_s});
+    QCOMPARE(Run({u"--yes"_s, u"template"_s, u"copy"_s, u"1"_s, u"other"_s}).out, u"10\n"_s);
+    QCOMPARE(Column({u"template"_s, u"show"_s, u"other"_s}, u"Type"_s), QStringList{u"1"_s});
+    QCOMPARE(Run({u"template"_s, u"delete"_s, u"Thanks"_s}).code, 2);
+    QCOMPARE(Run({u"--yes"_s, u"template"_s, u"delete"_s, u"Thanks"_s}).code, 0);
+    QCOMPARE(Column({u"templates"_s}, u"MessageID"_s).count(u"9"_s), 0);
+}
+
 void tstRecordsCli::Refusals_data()
 {
     const testTable<QStringList, QByteArray, QString> row;
@@ -225,6 +246,18 @@ void tstRecordsCli::Refusals_data()
     row("no such category", QStringList{u"category"_s, u"delete"_s, u"Gone"_s} + site, {},
         u"The site Shop has no category Gone.\n"_s);
     row("a category without a name", QStringList{u"category"_s, u"add"_s, u" "_s} + site, {}, u"A category *\n"_s);
+
+    const QStringList newTemplate{u"template"_s, u"new"_s, u"N"_s};
+    row("a template without a type", newTemplate, {}, u"*Type=NUMBER.\n"_s);
+    row("a type that is none", newTemplate + QStringList{u"Type=9"_s}, {}, u"Type is the number *\"9\" is not.\n"_s);
+    row("a body in another code", newTemplate + QStringList{u"Type=1"_s, u"--body-file"_s, u"FILE"_s}, "a\xE4",
+        u"*no text in UTF-8.\n"_s);
+    row("a template of many", {u"template"_s, u"show"_s, u"default"_s}, {}, u"*by its number, 1, 2, *8.\n"_s);
+    row("another name", {u"template"_s, u"set"_s, u"1"_s, u"Template=x"_s}, {}, u"A template keeps its name*"_s);
+    row("the default", {u"--yes"_s, u"template"_s, u"delete"_s, u"Default "_s}, {},
+        u"You cannot delete the Default template.\n"_s);
+    row("the default by number", {u"--yes"_s, u"template"_s, u"delete"_s, u"3"_s}, {},
+        u"You cannot delete the Default template.\n"_s);
 
     const QString nothing = u"\nNothing has been imported.\n"_s;
     row("no file", {u"links"_s, u"import"_s, u"gone.csv"_s, u"--site"_s, u"Shop"_s}, {},
@@ -316,6 +349,7 @@ void tstRecordsCli::HarvestTellsHowItEnded_data()
     row("no such number", u"/p.html"_s, {u"--add"_s, u"1,3"_s}, 2, list, 2);
     row("no number", u"/p.html"_s, {u"--add"_s, u"1,x"_s}, 2, {}, 2);
     row("no address", u"p.html"_s, none, 2, {}, 2);
+    row("a file of this folder", u"links.csv"_s, {u"--add"_s, u"2"_s}, 0, list, 3);
     row("no page", u"/gone.html"_s, none, 3, {}, 2);
     row("no links", u"/none.html"_s, none, 1, {}, 2);
     row("no link left", u"/own.html"_s, {u"--add"_s, u"all"_s}, 1, {}, 2);
@@ -329,6 +363,7 @@ void tstRecordsCli::HarvestTellsHowItEnded()
                                                "<a href=/own>B</a>"));
     server.Answer("/own.html", serverReply::Page("<a href=/own>B</a>"));
     server.Answer("/none.html", serverReply::Page("none"));
+    QVERIFY(!File("URL\nhttp://f.example/\nhttp://a.example/\n").isEmpty());
     const QString url = path.startsWith(u'/') ? server.Url(path) : path;
     const Outcome outcome = Run(QStringList{u"harvest"_s, u"Shop"_s, url} + options);
     QCOMPARE(outcome.code, code);

@@ -11,6 +11,7 @@
 #include "support/fakes.h"
 #include "support/installation.h"
 
+#include <QFile>
 #include <QTest>
 
 using namespace Qt::Literals::StringLiterals;
@@ -245,7 +246,7 @@ private Q_SLOTS:
         QVERIFY(!site.MayLeave() && site.FieldAtFault().isEmpty());
     }
 
-    void lockedFile()
+    void fileThatCannotBeWritten()
     {
         clsSiteRecord site(Db());
         QVERIFY(site.Open(u"Zoo"_s));
@@ -256,6 +257,12 @@ private Q_SLOTS:
         QVERIFY(site.Save() == Saved::Failed && site.Changed());
         QVERIFY(!m_windows.lastDetails.isEmpty());
         m_other->CommitTrans();
+        // A folder that takes no journal: this is neither the end of the program nor passed over in silence.
+        const QString journal = m_installation->DatabasePath() + u"-journal"_s;
+        QVERIFY(QFile::link(u"/nowhere/journal"_s, journal));
+        m_dialogs.Expect(u"This did not go well:*"_s);
+        QVERIFY(site.Save() == Saved::Failed && site.Text(u"FullName"_s) == u"Ann"_s && !State().Terminating);
+        QVERIFY(QFile::remove(journal));
         QVERIFY(site.Save() == Saved::Yes);
         QVERIFY(site.Open(u"Zoo"_s) && site.Text(u"FullName"_s) == u"Ann"_s);
     }

@@ -2,19 +2,24 @@
 // Backup, restore, compact, repair and rescue on a real file: what is asked and told, and what is on the disk
 // afterwards.
 #include "data/modDBFunctions.h"
+#include "data/modDatedBackups.h"
 #include "platform/clsDatabase.h"
+#include "platform/impl/clsSqlConnection.h"
 #include "support/faults.h"
+#include "support/files.h"
 #include "support/program.h"
 #include "support/table.h"
 
 #include <QDir>
 #include <QFile>
 #include <QTest>
+#include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
 using Answer = clsDialogs::Answer;
 using modBrambury::State;
 using modDBFunctions::Ending;
+using namespace std::chrono_literals;
 
 namespace
 {
@@ -32,18 +37,22 @@ bool Exists(const QString& path)
     return QFile::exists(path);
 }
 
-void WriteAll(const QString& path, const QByteArray& content)
+/// Answers failures by doing something about them, and everything else with Yes.
+struct helpingDialogs : fakeDialogs
 {
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(content) != content.size())
-        qFatal("%s cannot be written", qPrintable(path));
-}
-
-QByteArray ReadAll(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
+    QStringList texts;
+    std::function<void()> help;
+    Answer MsgBox(const QString& text, Buttons buttons, Icon, const QString&) override
+    {
+        texts << text;
+        if (buttons != Buttons::RetryCancel)
+            return buttons == Buttons::OK ? Answer::OK : Answer::Yes;
+        if (!help)
+            return Answer::Cancel;
+        std::exchange(help, {})();
+        return Answer::Retry;
+    }
+};
 } // namespace
 
 class tst_safety : public QObject
@@ -175,16 +184,7 @@ private Q_SLOTS:
         QByteArray content = ReadAll(backup);
         WriteAll(backup, content.replace(20 * 1024, 2048, QByteArray(2048, 'x')));
         AddLink();
-        // The text of damage is the engine's; the number is what counts.
-        struct anyText : fakeDialogs
-        {
-            QStringList texts;
-            Answer MsgBox(const QString& text, Buttons buttons, Icon, const QString&) override
-            {
-                texts << text;
-                return buttons == Buttons::YesNo ? Answer::Yes : Answer::Cancel;
-            }
-        } any;
+        helpingDialogs any; // the text of damage is the engine's; the number is what counts
         State().Platform.Dialogs = &any;
         QCOMPARE(Restore(BackupFolder()), Ending::Failed);
         QVERIFY2(any.texts.last().endsWith(u"\r\nNumber: 3049"_s), qPrintable(any.texts.last()));
@@ -281,9 +281,13 @@ private Q_SLOTS:
         QStringList report;
         QCOMPARE(modDBFunctions::Repairdatabase({}, report), Ending::Done);
         QVERIFY2(Links() > 470 && Links() <= 501, qPrintable(QString::number(Links())));
-        QVERIFY(!report.isEmpty() || Links() == 501);
         QVERIFY(!isDamaged());
-        QCOMPARE(Leftovers(), QStringList());
+        const QString kept = u"Bramdat-2026-01-05-150709-damaged.mdb"_s;
+        QCOMPARE(Leftovers(), QStringList{kept});
+        QCOMPARE(ReadAll(Beside(kept)), content);
+        QCOMPARE(report.size(), 2);
+        QCOMPARE(report[0], u"The damaged database is kept as "_s + Beside(kept));
+        QVERIFY2(report[1].startsWith(u"tblLinkList: "_s), qPrintable(report[1]));
 
         // Nothing to begin with: the file stays as it is.
         modBrambury::CloseProcessDatabase();
@@ -294,7 +298,114 @@ private Q_SLOTS:
         QVERIFY2(m_program->windows.lastDetails.contains(u"please restore the newest backup"_s),
                  qPrintable(m_program->windows.lastDetails));
         QCOMPARE(ReadAll(DatabasePath()), foreign);
-        QCOMPARE(Leftovers(), QStringList());
+        QCOMPARE(Leftovers(), QStringList{kept});
+    }
+
+    /// A start with a window on a file that cannot be opened leads out by itself: nobody gets at its menus.
+    void StartMendsWhatCannotBeOpened()
+    {
+        modBrambury::CloseProcessDatabase();
+        modDatedBackups::KeepAtEnd({});
+        QByteArray content = ReadAll(DatabasePath());
+        WriteAll(DatabasePath(), content.replace(500, 8, QByteArray(8, '\0'))); // the first page
+        helpingDialogs any;
+        State().Platform.Dialogs = &any;
+        QVERIFY(modDBFunctions::OpenProcessDatabase(true));
+        State().Platform.Dialogs = &Dialogs();
+        QCOMPARE(any.texts.size(), 2);
+        QVERIFY(any.texts[0].startsWith(u"The database cannot be opened.  "_s) &&
+                any.texts[0].endsWith(u"Do you wish to save every record that can still be read?  The damaged file is "
+                                      "kept."_s));
+        QVERIFY2(any.texts[1].startsWith(u"The database cannot be repaired; please restore the newest backup, that of "
+                                         "Monday, January 5, 2026  03:07 PM: "_s) &&
+                     any.texts[1].contains(u"holds 1 site(s) and 1 link(s)."_s),
+                 qPrintable(any.texts[1]));
+        QCOMPARE(Links(), 1);
+        QCOMPARE(Leftovers(), QStringList{u"Bramdat-2026-01-05-150709-damaged.mdb"_s});
+        QCOMPARE(ReadAll(Beside(Leftovers().first())), content);
+    }
+
+    /// The end keeps a state that is not kept yet, the last ten of them, and a failure costs none.
+    void DatedBackups()
+    {
+        const auto end = [] {
+            modBrambury::CloseProcessDatabase();
+            modDatedBackups::KeepAtEnd({});
+            return modDatedBackups::All();
+        };
+        const auto change = [this] {
+            m_program->clock.Advance(24h);
+            QVERIFY(modDBFunctions::OpenProcessDatabase());
+            AddLink();
+        };
+        for (int i = 1; i <= 12; ++i) {
+            const auto all = end();
+            QCOMPARE(int(all.size()), std::min(i, 10));
+            QCOMPARE(all.front().made, m_program->clock.now);
+            QCOMPARE(all.front().links, i);
+            QCOMPARE(all.front().sites, 1);
+            QCOMPARE(all.back().links, std::max(1, i - 9));
+            QCOMPARE(int(end().size()), int(all.size())); // nothing has changed
+            change();
+        }
+        const auto all = modDatedBackups::All();
+        const QString folder = modDatedBackups::Folder();
+        WriteAll(folder + u"/Bramdat-2026.mdb"_s, "somebody else's");
+        {
+            const fullDisk limit(20 * 1024);
+            Dialogs().Expect(u"The dated backup could not be made.  The older ones are all kept.\r\n\r\n"
+                             "Writing %1/Bramdat.tmp.new: File too large"_s.arg(folder));
+            QCOMPARE(int(end().size()), 10);
+        }
+        QCOMPARE(QDir(folder).entryList(QDir::Files).size(), 11);
+        {
+            const auto other = m_program->disk->Lock(Beside(u"Bramdat.use"_s), clsDisk::Share::Shared);
+            QCOMPARE(end().front().path, all.front().path); // the other copy will do it
+        }
+        modDatedBackups::SetKept(false);
+        QCOMPARE(end().front().path, all.front().path);
+
+        helpingDialogs yes;
+        State().Platform.Dialogs = &yes;
+        QCOMPARE(modDBFunctions::RestoreDatabase(all[3].path, {}), Ending::Done);
+        State().Platform.Dialogs = &Dialogs();
+        QCOMPARE(Links(), all[3].links);
+        modDatedBackups::SetKept(true);
+        QCOMPARE(int(end().size()), 10); // a state that is kept needs no second file
+    }
+
+    /// What is in the way is told with Retry; when it is gone, the same work goes on.
+    void RetryWhenTheCauseIsGone_data()
+    {
+        const testTable<QString, int> row; // what is in the way
+        row("no folder", u"no folder"_s, clsError::PathNotFound);
+        row("a place that cannot be written", u"no place"_s, clsError::PermissionDenied);
+        row("another program at work", u"lock"_s, clsError::RecordLocked);
+    }
+    void RetryWhenTheCauseIsGone()
+    {
+        const auto [cause, number] = testRow<QString, int>();
+        const QString folder = m_elsewhere.filePath(u"caf\u00e9 \U0001F600 of %1"_s.arg(number)); // blanks and all
+        helpingDialogs dialogs;
+        State().Platform.Dialogs = &dialogs;
+        const QString place = folder + u"/Bramdat.mdb.new"_s; // where the copy is made
+        std::shared_ptr<clsSqlConnection> other;
+        if (cause == u"no folder"_s) {
+            dialogs.help = [&] { QDir().mkpath(folder); };
+        } else if (cause == u"no place"_s) {
+            QDir().mkpath(place);
+            dialogs.help = [&] { QDir().rmdir(place); };
+        } else {
+            QDir().mkpath(folder);
+            other = clsSqlConnection::Open(DatabasePath(), u"SandDune"_s);
+            other->Run(u"BEGIN EXCLUSIVE"_s);
+            dialogs.help = [&] { other->Close(); };
+        }
+        QCOMPARE(Backup(folder), Ending::Done);
+        State().Platform.Dialogs = &Dialogs();
+        QVERIFY2(dialogs.texts.first().endsWith(u"\r\nNumber: %1"_s.arg(number)), qPrintable(dialogs.texts.first()));
+        QCOMPARE(dialogs.texts.size(), 2);
+        QVERIFY(Exists(folder + u"/Bramdat.mdb"_s));
     }
 
     /// Stop, in the middle of any of them: the database is as it was, open, under its own name.

@@ -11,7 +11,7 @@
 #include <QVariantMap>
 
 /// Hears a run as the main window would.
-class recordingParent : public clsLinkTestParent
+class recordingParent : public clsRunParent
 {
 public:
     QStringList highlighted;
@@ -100,8 +100,8 @@ public:
         clsHTTP test({.Parent = &parent,
                       .LogWindow = &log,
                       .Platform = modBrambury::Platform(),
-                      .Database = &Database(),
-                      .MakeEngine = makeEngine});
+                      .Database = &Database()},
+                     makeEngine);
         test.CheckLinks();
         ending = test.LastEnding();
         failed = test.FailedLinks();

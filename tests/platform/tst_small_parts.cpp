@@ -142,6 +142,13 @@ private Q_SLOTS:
         m_disk->RenameFile(Path(u"copy"_s), Path(u"moved"_s));
         QVERIFY(!m_disk->FileExists(Path(u"copy"_s)));
         QCOMPARE(m_disk->ReadFile(Path(u"moved"_s)), "3");
+        // What is replaced through a link stays where it is, for whom it was for.
+        QVERIFY(QFile::link(Path(u"moved"_s), Path(u"link"_s)));
+        QFile::setPermissions(Path(u"moved"_s), QFile::ReadOwner | QFile::WriteOwner);
+        m_disk->ReplaceContent(Path(u"link"_s), "4");
+        QVERIFY(QFileInfo(Path(u"link"_s)).isSymLink());
+        QCOMPARE(m_disk->ReadFile(Path(u"moved"_s)), "4");
+        QVERIFY(!(QFile::permissions(Path(u"moved"_s)) & QFile::ReadOther));
     }
 
     void FileErrors()

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The link harvest from a real web server into a real database.
+// The link harvest from a real web server, and from files, into a real database.
 #include "linktest/clsHTTP.h"
+#include "platform/clsLinkFiles.h"
 #include "publish/clsHarvest.h"
+#include "publish/modLinksPage.h"
 #include "shell/modSocketErrors.h"
 #include "support/faults.h"
 #include "support/program.h"
@@ -14,6 +16,7 @@
 using namespace Qt::Literals::StringLiterals;
 using Ending = clsHarvest::Ending;
 using modBrambury::State;
+using modIO::PageStyle;
 
 class tst_harvest : public QObject
 {
@@ -29,6 +32,15 @@ private:
     Ending Run(const QString& path, bool filterDuplicates = true, bool filterBaseURL = true)
     {
         m_harvest->SetWish({u"shop"_s, u"http://127.0.0.1"_s + path, filterDuplicates, filterBaseURL});
+        State().StopFlag = false;
+        return m_harvest->Run();
+    }
+    [[nodiscard]] QString File() const { return m_program->installation.Folder() + u"/some links"_s; }
+    Ending RunFile(const QByteArray& content)
+    {
+        m_program->disk->WriteFile(File(), content);
+        m_program->connection.connected = false; // nothing is asked of the net
+        m_harvest->SetWish({u"Shop"_s, File(), false, true});
         State().StopFlag = false;
         return m_harvest->Run();
     }
@@ -183,6 +195,132 @@ private Q_SLOTS:
             QVERIFY(form(other) != u"x.example"_s && form(other) != form(u"http://x.example/b"_s));
         QCOMPARE(form(u"http://b\u00fccher.example/"_s), form(u"http://xn--bcher-kva.example/"_s));
         QCOMPARE(form(u"javascript:void(0)"_s), QString());
+    }
+
+    void WhatIsExportedIsHarvestedAgain_data()
+    {
+        const testTable<PageStyle> row;
+        for (const modIO::PageStyleName& style : modIO::PageStyles())
+            row(style.word.toLatin1().constData(), style.style);
+    }
+    void WhatIsExportedIsHarvestedAgain()
+    {
+        const auto [style] = testRow<PageStyle>();
+        m_program->disk->CopyFile(QStringLiteral(BRAMBURY_SOURCE_DIR "/resources/page/LinksPage.html"),
+                                  m_program->installation.Folder() + u"/LinksPage.html"_s);
+        clsTestInstallation::AddSite(Database(), u"Own"_s, {{u"HomePage"_s, u""_s}});
+        const qint64 category = clsTestInstallation::AddCategory(Database(), u"Own"_s, u"<A> & \"B\""_s);
+        const auto add = [&](const QString& title, const QString& home) {
+            clsTestInstallation::AddLink(Database(), u"Own"_s, title,
+                                         {{u"HomePage"_s, home},
+                                          {u"CategoryID"_s, home.startsWith(u"https"_s) ? category : QVariant()},
+                                          {u"Description"_s, u"5 < 6,\r\n\"so\" & on]]>"_s}});
+        };
+        // The classic page writes titles as they are, and XML may hold neither of the last two letters.
+        const QString title = style == PageStyle::Classic ? u"\u20ac \U0001F600 'z'"_s : u"<b>&amp;</b> \u20ac \"z\""_s;
+        add(style == PageStyle::Opml ? title + u"\u0001\uffff"_s : title, u"http://one.example/?a=1&b=%20,'2'"_s);
+        add(u"Two  and\r\nlines"_s, u"https://two.example"_s);
+        add(u"No page"_s, u""_s);
+        add(u"Script"_s, u"javascript:alert(1)"_s);
+        modIO::ExportLinks(Database(), u"Own"_s, {.style = style}, File());
+        QCOMPARE(RunFile(m_program->disk->ReadFile(File())), Ending::Done);
+        QString listed = Listed();
+        // Where a click would run it, what is no web address is no link.
+        const bool asItIs = style == PageStyle::Classic || style == PageStyle::Csv || style == PageStyle::Json;
+        QCOMPARE(listed.contains(u" javascript:alert(1)[Script]"_s), asItIs);
+        listed.remove(u" javascript:alert(1)[Script]"_s);
+        QStringList expected{u"https://two.example[Two and lines]"_s,
+                             u"http://one.example/?a=1&b=%20,'2'["_s + title + u']'};
+        if (style == PageStyle::Alphabetical)
+            std::reverse(expected.begin(), expected.end());
+        QCOMPARE(listed, expected.join(u' '));
+    }
+
+    void ReadsFilesOfOthers_data()
+    {
+        const testTable<QByteArray, QString> row;
+        row("bookmarks of a browser",
+            "<!DOCTYPE NETSCAPE-Bookmark-file-1><META HTTP-EQUIV=Content-Type CONTENT='text/html; charset=UTF-8'>"
+            "<DL><p><DT><H3>Bar</H3><DL><p><DT><A HREF=\"http://a.example/\" ICON=\"data:image/png;base64,AA==\">"
+            "\xc3\x84 &amp; B</A><DD>note <DT><H3>In</H3><DL><p><DT><A HREF=\"http://b.example/\">b</A></DL><p></DL><p>"
+            "<HR><DT><A HREF=\"place:sort=8\">Recent</A></DL>",
+            u"http://a.example/[Ä & B] http://b.example/[b] place:sort=8[Recent]"_s);
+        row("what is relative leads nowhere",
+            "\xef\xbb\xbf <a href=#top>up</a><a href=x>x</a><a href='http://a.example/'>a", u"http://a.example/[a]"_s);
+        row("unless it says where it was", "<base href=http://b.example/d/><a href=x>x", u"http://b.example/d/x[x]"_s);
+        row("outline of feeds",
+            "<?xml version='1.0'?><opml><body><outline text='Folder'><outline title='A' xmlUrl='http://a.example/feed' "
+            "htmlUrl='http://a.example/'/><outline text='B &amp; C' url=' http://b.example/ '/>"
+            "<outline xmlUrl='http://f.example'/></outline></body></opml>",
+            u"http://a.example/[A] http://b.example/[B & C]"_s);
+        const QString wide = u"\ufeff<opml><outline text='\u20ac' url='http://a.example/'/></opml>"_s;
+        row("two bytes a letter", QByteArray(reinterpret_cast<const char*>(wide.utf16()), wide.size() * 2),
+            u"http://a.example/[€]"_s);
+        row("table of a spreadsheet",
+            "Name,E-Mail,Home Page,Url\nA,a@x,http://a.example/,http://no.example/\n,,,\nB,,http://b.example/,\n",
+            u"http://a.example/[A] http://b.example/[B]"_s);
+        row("bare addresses", "http://a.example/\n\nhttps://b.example/\n", u"http://a.example/ https://b.example/"_s);
+        row("JSON of a browser",
+            R"({"roots":{"bar":{"children":[{"name":"A","url":"http://a.example/"},{"children":[)"
+            R"({"title":"B","uri":"http://b.example/","id":7}]}]}}})",
+            u"http://a.example/[A] http://b.example/[B]"_s);
+    }
+    void ReadsFilesOfOthers()
+    {
+        const auto [content, expected] = testRow<QByteArray, QString>();
+        QCOMPARE(RunFile(content), Ending::Done);
+        QCOMPARE(Listed(), expected);
+    }
+
+    void RefusesFilesWithAReason_data()
+    {
+        const testTable<QByteArray, QString> row;
+        row("unfinished outline", "<opml><body>\n<outline text='a' url='http://a.example/'>",
+            u"Line 2: Premature end of document."_s);
+        QByteArray bomb = "<!DOCTYPE opml [<!ENTITY a0 'aaaaaaaaaaaaaaaaaaaa'>";
+        for (int i = 1; i < 12; ++i)
+            bomb += "<!ENTITY a" + QByteArray::number(i) + " '" +
+                    ("&a" + QByteArray::number(i - 1) + ';').repeated(20) + "'>";
+        row("entities that burst", bomb + "]><opml><outline text='&a11;' url='http://a.example/'/></opml>",
+            u"Line 1: Entity expands to more characters than the entity expansion limit."_s);
+        row("attributes without end", "<opml " + QByteArray("a='' ").repeated(500'000) + "/>",
+            u"It has a tag with too many attributes."_s);
+        row("tags without end", QByteArray("<a>").repeated(1'600'000), u"It has too many tags."_s);
+        row("broken JSON", "[{\"url\":\"http://a.example/\"},\n{\"url\":", u"Line 2: unterminated object"_s);
+        row("lists in lists", QByteArray(2'000'000, '['), u"It has too many parts."_s);
+        row("no addresses", "Name,Phone\nA,1\n",
+            u"It is neither a web page nor an outline, and none of its columns is called HomePage, URL or Address."_s);
+        row("no text", QByteArray("\x7f\xff\xfe\n"), u"Line 1: The text is not encoded in UTF-8."_s);
+        row("columns without end", QByteArray(5'000'000, ','), u"Line 1: It has more than 1000 values."_s);
+        row("too many links", "URL\n" + QByteArray("http://a.example/\n").repeated(200'001),
+            u"It holds more than 200000 links."_s);
+        row("too large", QByteArray(clsLinkFiles::MostBytes + 1, ' '), u"It is larger than 16 MB."_s);
+    }
+    void RefusesFilesWithAReason()
+    {
+        const auto [content, reason] = testRow<QByteArray, QString>();
+        m_program->dialogs.Expect(u"The links of %1 could not be read.\r\n%2"_s.arg(File(), reason));
+        QCOMPARE(RunFile(content), Ending::PageFailed);
+        QVERIFY(m_harvest->Links().empty() && m_program->dialogs.expected.isEmpty());
+    }
+
+    void AFileTakesTheAddressesPlace()
+    {
+        const auto problem = [&](const QString& url) {
+            m_harvest->SetWish({u"Shop"_s, url, true, true});
+            return m_harvest->Problem();
+        };
+        QCOMPARE(problem(File()), u"There is no file "_s + File() + u'.');
+        QCOMPARE(RunFile("URL\nhttp://a.example/\n"), Ending::Done);
+        QCOMPARE(m_harvest->CountText(), u"1 links were harvested from this file."_s);
+        QCOMPARE(problem(u" file://"_s + File().replace(u' ', u"%20"_s)), QString());
+        QVERIFY(m_harvest->Summary().contains(u"\r\n      %1\r\n Links that are duplicated"_s.arg(File())));
+        m_program->dialogs.Expect(u"No links were found in %1."_s.arg(File()));
+        QCOMPARE(RunFile(""), Ending::NoLinks);
+        // Stop is heard while a file is taken apart.
+        QTimer::singleShot(0, this, [] { State().StopFlag = true; });
+        QCOMPARE(RunFile("<p>" + QByteArray("<a href=http://a.example/>a</a>").repeated(50'000)), Ending::Stopped);
+        QVERIFY(m_program->dialogs.expected.isEmpty());
     }
 
     /// Many links and many partners, each looked at once.

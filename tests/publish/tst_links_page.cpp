@@ -101,6 +101,7 @@ private Q_SLOTS:
     void ClassicPageByteForByte()
     {
         m_program->disk->WriteFile(File(), QByteArray(100'000, 'o'));
+        m_program->disk->WriteFile(File() + u".brambury-old"_s, "left behind by an export that was killed");
         QCOMPARE(Export(PageStyle::Classic), 4);
         const QList<QByteArray> lines = Content().split('\n');
         // Written by hand, with plain line feeds.

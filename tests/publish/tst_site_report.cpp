@@ -146,6 +146,35 @@ private Q_SLOTS:
         }
     }
 
+    void commandLine()
+    {
+        const Report report;
+        for (const QString& site : {u"Shop"_s, u"Other"_s})
+            clsTestInstallation::AddSite(report.Database(), site, {{u"SiteName"_s, u"The "_s + site}});
+        clsTestInstallation::AddLink(report.Database(), u"Shop"_s, u"Amber"_s);
+        const auto run = [&](const QStringList& words) {
+            QProcess process;
+            process.setStandardInputFile(QProcess::nullDevice());
+            process.start(QStringLiteral(BRAMBURY_BINARY_DIR "/bin/brambury"),
+                          QStringList{u"--home"_s, report.program.installation.Folder(), u"report"_s} + words);
+            return process.waitForFinished() && process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+        };
+        QCOMPARE(run({u"Nowhere"_s, report.path}), 2);
+        QCOMPARE(run({u"--all"_s, u"Shop"_s, report.path}), 2);
+        QCOMPARE(run({u"Shop"_s, report.program.installation.Folder()}), 2);
+        QVERIFY(report.File().isNull());
+        QCOMPARE(run({u"shop"_s, report.path}), 0);
+        QCOMPARE(report.Pages().size(), 1);
+        QCOMPARE(report.Pages().at(0).value(1), u"Site Title: The Shop"_s);
+        QVERIFY(report.Pages().at(0).contains(u"Amber"_s));
+        QCOMPARE(run({u"--all"_s, report.path}), 2); // nobody has said yes
+        QCOMPARE(report.Pages().size(), 1);
+        QCOMPARE(run({u"--all"_s, report.path, u"--yes"_s}), 0);
+        QCOMPARE(report.Pages().size(), 2);
+        QCOMPARE(report.Pages().at(1).value(1), u"Site Title: The Other"_s);
+        QCOMPARE(run({u"Shop"_s, report.program.installation.Folder() + u"/no/report.pdf"_s}), 3);
+    }
+
     /// Whatever ends the report early, the file stays as it was, and the next report is whole.
     void oldFileSurvives()
     {

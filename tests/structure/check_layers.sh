@@ -65,7 +65,7 @@ while read -r file; do
             *) of_module "$header" QtCore || complain "$file" "includes $header: only Qt Core here" ;;
             esac
             ;;
-        '<curl/'* | '<sqlite3'* | '<sqlcipher/'* | '<gumbo'* | '<csv.h'* | '<canberra'*)
+        '<curl/'* | '<sqlite3'* | '<sqlcipher/'* | '<gumbo'* | '<csv.h'* | '<canberra'* | '<qt6keychain/'*)
             [ "$folder" = platform/impl ] || complain "$file" "includes $header, which platform/impl alone may know"
             ;;
         '<CLI/'*)

@@ -8,6 +8,7 @@
 //   kill   the process dies: half of a write has been done, anything else has not
 //   full   from this call on there is no space: half of the first write is done, files cannot grow or be created
 //   io     this call alone fails with an input/output error
+//   gone   from this call on the medium is not there: every call fails, and no file can be opened
 //   locked no file can be opened for writing, as on a medium mounted read-only (NUMBER is not looked at)
 #include <cerrno>
 #include <climits>
@@ -34,6 +35,7 @@ enum class Kind
     Kill,
     Full,
     Io,
+    Gone,
     Locked
 };
 enum class Call
@@ -87,6 +89,9 @@ bool Fails(Call call)
     case Kind::Io:
         errno = EIO;
         return s_calls == s_at;
+    case Kind::Gone:
+        errno = ENXIO;
+        return s_calls >= s_at;
     default:
         return false;
     }
@@ -119,6 +124,10 @@ int Open(const char* path, int flags, mode_t mode)
             errno = EROFS;
             return -1;
         }
+        if (s_kind == Kind::Gone && s_calls >= s_at) {
+            errno = ENXIO;
+            return -1;
+        }
         const bool creates = (flags & O_CREAT) != 0 && ::access(path, F_OK) != 0;
         if (creates && Fails(Call::Grow))
             return -1;
@@ -140,6 +149,7 @@ __attribute__((constructor)) void Begin()
     s_kind = kind == "kill"     ? Kind::Kill
              : kind == "full"   ? Kind::Full
              : kind == "io"     ? Kind::Io
+             : kind == "gone"   ? Kind::Gone
              : kind == "locked" ? Kind::Locked
                                 : Kind::Count;
     ::unsetenv("LD_PRELOAD");

@@ -4,8 +4,8 @@
 
 #include "platform/clsDisk.h"
 #include "platform/impl/modPlatformImpl.h"
+#include "support/files.h"
 
-#include <QFile>
 #include <QProcessEnvironment>
 #include <algorithm>
 #include <chrono>
@@ -77,6 +77,45 @@ int suiteProgram::Calls() const
     return file.open(QIODevice::ReadOnly) ? file.readAll().toInt() : -1;
 }
 
+fileContent ContentOf(const QString& path)
+{
+    fileContent content;
+    if (!QFile::exists(path)) {
+        content.complaint = "none";
+        return content;
+    }
+    sqlite3* handle = nullptr;
+    sqlite3_open_v2(path.toUtf8().constData(), &handle, SQLITE_OPEN_READWRITE, nullptr);
+    sqlite3_key(handle, "SandDune", 8);
+    const auto rows = [handle](const QByteArray& sql) {
+        QByteArrayList result;
+        sqlite3_stmt* statement = nullptr;
+        int code = sqlite3_prepare_v2(handle, sql.constData(), -1, &statement, nullptr);
+        while (code == SQLITE_OK && (code = sqlite3_step(statement)) == SQLITE_ROW) {
+            QByteArray row;
+            for (int i = 0; i < sqlite3_column_count(statement); ++i)
+                row += QByteArray(reinterpret_cast<const char*>(sqlite3_column_text(statement, i))) + '\x1f';
+            result << row;
+            code = SQLITE_OK;
+        }
+        if (code != SQLITE_DONE)
+            result << "error " + QByteArray::number(code);
+        sqlite3_finalize(statement);
+        return result;
+    };
+    content.complaint = rows("PRAGMA integrity_check").join();
+    if (content.complaint == "ok\x1f") {
+        content.complaint.clear();
+        for (QByteArray table : rows("SELECT name FROM sqlite_master WHERE type = 'table' ORDER BY name")) {
+            table.chop(1);
+            content.tables[table] = rows("SELECT * FROM \"" + table + "\" NOT INDEXED ORDER BY 1");
+        }
+        content.tables["user_version"] = rows("PRAGMA user_version");
+    }
+    sqlite3_close(handle);
+    return content;
+}
+
 suiteQueue::suiteQueue(int links)
 {
     QByteArray ownPage;
@@ -114,10 +153,7 @@ suiteQueue::suiteQueue(int links)
             return serverReply::Page(withLink).After(std::chrono::milliseconds(15 + 10 * (partner % 5)));
         }
     });
-    QFile file(DatabasePath());
-    if (!file.open(QIODevice::ReadOnly))
-        qFatal("no database was made");
-    m_untouched = file.readAll();
+    m_untouched = ReadAll(DatabasePath());
 }
 
 void suiteQueue::Restore()
@@ -126,9 +162,7 @@ void suiteQueue::Restore()
         QFile::remove(m_installation.DataPath() + name);
     for (const auto& name : {u"Error.log"_s, u"$$$http.tmp"_s, u"Brambury.ini"_s})
         QFile::remove(Home() + u'/' + name);
-    QFile file(DatabasePath());
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(m_untouched) != m_untouched.size())
-        qFatal("the database could not be restored");
+    WriteAll(DatabasePath(), m_untouched);
 }
 
 suiteQueue::Links suiteQueue::Read() const
@@ -206,24 +240,6 @@ QString suiteQueue::Losses(const Links& before, const Links& after) const
             losses += u"link %1 was judged before one that stands earlier in the queue\n"_s.arg(it.key());
     }
     return losses;
-}
-
-QString suiteQueue::Integrity(const QString& database)
-{
-    sqlite3* handle = nullptr;
-    QString answer = u"cannot be opened"_s;
-    if (sqlite3_open_v2(database.toUtf8().constData(), &handle, SQLITE_OPEN_READWRITE, nullptr) == SQLITE_OK &&
-        sqlite3_key(handle, "SandDune", 8) == SQLITE_OK) {
-        sqlite3_stmt* statement = nullptr;
-        if (sqlite3_prepare_v2(handle, "PRAGMA integrity_check", -1, &statement, nullptr) == SQLITE_OK &&
-            sqlite3_step(statement) == SQLITE_ROW)
-            answer = QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(statement, 0)));
-        else
-            answer = QString::fromUtf8(sqlite3_errmsg(handle));
-        sqlite3_finalize(statement);
-    }
-    sqlite3_close(handle);
-    return answer;
 }
 
 QString suiteQueue::HeldLocks() const

@@ -50,6 +50,15 @@ private:
     QProcess m_process;
 };
 
+/// What a database file holds, read with the library's own tools.
+struct fileContent
+{
+    QByteArray complaint;                    ///< what the check of its pages says; empty when it is sound
+    QMap<QByteArray, QByteArrayList> tables; ///< every field of every row by table; of a sound file only
+    bool operator==(const fileContent&) const = default;
+};
+fileContent ContentOf(const QString& path);
+
 /// An installation with one site and queued partners on a scripted server: two of four pass, one has no link, one hangs
 /// up. All of it is asked for on one server at the loopback address.
 class suiteQueue
@@ -81,8 +90,6 @@ public:
     /// What a run that began with `before` and was cut short anywhere may not have left behind; empty: nothing is lost.
     /// A link is untouched and queued, or judged; those judged are the first ones of the queue.
     [[nodiscard]] QString Losses(const Links& before, const Links& after) const;
-    /// What integrity_check says, "ok" when the file is sound. Read with the library's own tools.
-    [[nodiscard]] static QString Integrity(const QString& database);
     /// Empty when the locks beside the database are free.
     [[nodiscard]] QString HeldLocks() const;
 

@@ -50,8 +50,8 @@ private:
         const int judged = suiteQueue::Queued(before) - suiteQueue::Queued(after);
         if (const int begun = Begun(log); judged > begun)
             losses += u"%1 links were begun and %2 verdicts kept\n"_s.arg(begun).arg(judged);
-        if (const QString integrity = suiteQueue::Integrity(queue.DatabasePath()); integrity != u"ok"_s)
-            losses += u"integrity: "_s + integrity + u'\n';
+        if (const QByteArray complaint = ContentOf(queue.DatabasePath()).complaint; !complaint.isEmpty())
+            losses += u"integrity: "_s + QString::fromUtf8(complaint) + u'\n';
         if (const QString locks = queue.HeldLocks(); !locks.isEmpty())
             losses += u"still locked: "_s + locks + u'\n';
         return losses;
@@ -122,37 +122,6 @@ private Q_SLOTS:
         QVERIFY2(kills >= rounds / 2 && halfway >= rounds / 4,
                  qPrintable(u"%1 kills, %2 halfway"_s.arg(kills).arg(halfway)));
         suiteReport::Report(u"kill"_s, u"%1 kills (%2 in the middle of a run), 0 losses"_s.arg(kills).arg(halfway));
-    }
-
-    void KilledQueueChangeIsWholeOrNot()
-    {
-        suiteQueue queue(30);
-        const QStringList change{u"queue"_s, u"test"_s, u"--remove"_s, u"--status"_s, u"active,broken"_s};
-        const suiteQueue::Links before = queue.Read();
-        suiteProgram whole(queue.Home());
-        whole.SetFault(u"count"_s, 0);
-        const programRun counted = whole.Run(change);
-        QVERIFY2(counted.code == 0, counted.Story().constData());
-        const int calls = whole.Calls();
-        const suiteQueue::Links changed = queue.Read();
-        QVERIFY(suiteQueue::Queued(changed) == 20);
-
-        // A sample at even distances; whole, every call.
-        const int step = suiteReport::Long() ? 1 : std::max(1, calls / 5);
-        int kills = 0;
-        for (int call = 1; call <= calls; call += step) {
-            queue.Restore();
-            suiteProgram program(queue.Home());
-            program.SetFault(u"kill"_s, call);
-            const programRun run = program.Run(change);
-            QVERIFY2(run.killed, run.Story().constData());
-            ++kills;
-            const suiteQueue::Links after = queue.Read();
-            QVERIFY2(after == before || after == changed, qPrintable(u"half a change at call %1"_s.arg(call)));
-            QCOMPARE(suiteQueue::Integrity(queue.DatabasePath()), u"ok"_s);
-            QCOMPARE(queue.HeldLocks(), QString());
-        }
-        suiteReport::Report(u"kill (queue)"_s, u"%1 kills, 0 half changes"_s.arg(kills), u"none: evenly spread"_s);
     }
 };
 

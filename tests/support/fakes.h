@@ -42,7 +42,12 @@ public:
             all.emplace_back(it.key(), it.value());
         return all;
     }
-    void Flush() override {}
+    bool full = false; ///< nothing more can be stored
+    void Flush() override
+    {
+        if (full)
+            throw clsError(clsError::DiskFull, QStringLiteral("The disk is full."), QStringLiteral("Settings"));
+    }
 };
 
 /// A clock that stands until it is moved; Monotonic moves with it.
@@ -66,7 +71,7 @@ class fakeDialogs : public clsDialogs
 public:
     struct Expected
     {
-        QString text;
+        QString text; ///< "...*": how it begins
         Answer answer = Answer::OK;
         QString caption; ///< empty: not looked at
     };
@@ -87,7 +92,8 @@ public:
             return Answer::Cancel;
         }
         const Expected next = expected.takeFirst();
-        if (next.text != text || (!next.caption.isEmpty() && next.caption != caption))
+        const bool same = next.text.endsWith(u'*') ? text.startsWith(next.text.chopped(1)) : text == next.text;
+        if (!same || (!next.caption.isEmpty() && next.caption != caption))
             QTest::qFail(
                 qPrintable(
                     QStringLiteral("box: [%1] %2\nexpected: [%3] %4").arg(caption, text, next.caption, next.text)),
@@ -103,6 +109,12 @@ public:
         shown.append(title + QStringLiteral(": ") + prompt);
         offered.append(text);
         return inputs.isEmpty() ? QString() : inputs.takeFirst();
+    }
+    QStringList passwords; ///< answers to password boxes; none left: cancelled
+    QString PasswordBox(const QString& prompt, const QString& title) override
+    {
+        shown.append(title + QStringLiteral(": ") + prompt);
+        return passwords.isEmpty() ? QString() : passwords.takeFirst();
     }
 
 private:
@@ -159,13 +171,17 @@ public:
         calls << QStringLiteral("backup");
         return onBackup ? onBackup() : true;
     }
+    QStringList previewReplies; ///< none left: the preview is cancelled
+    QString ShowPreview(const QString& caption, const QString& text, const QString& attachment) override
+    {
+        calls << QStringLiteral("preview ") + caption;
+        lastMessage = text;
+        lastDetails = attachment;
+        return previewReplies.isEmpty() ? QStringLiteral("3") : previewReplies.takeFirst();
+    }
     void SetHelpFile(const QString&) override {}
     void ShowHelp(int topic) override { calls << QStringLiteral("help %1").arg(topic); }
-    bool ShowTips() override
-    {
-        calls << QStringLiteral("tips");
-        return true;
-    }
+    void ShowTips() override { calls << QStringLiteral("tips"); }
     QString lastMessage;
     QString lastDetails;
 };

@@ -5,6 +5,7 @@
 
 #include "platform/clsDatabaseFiles.h"
 #include "platform/clsDisk.h"
+#include "platform/clsLinkFiles.h"
 #include "platform/frmResources.h"
 #include "platform/impl/modPlatformImpl.h"
 #include "shell/modBrambury.h"
@@ -21,6 +22,7 @@ public:
         state = {};
         state.Platform = {.DBEngine = engine.get(),
                           .DatabaseFiles = databaseFiles.get(),
+                          .LinkFiles = linkFiles.get(),
                           .Settings = &settings,
                           .EventLoop = eventLoop.get(),
                           .Clock = &clock,
@@ -56,5 +58,7 @@ public:
     const std::unique_ptr<clsDisk> disk = modPlatformImpl::MakeDisk();
     const std::unique_ptr<clsEventLoop> eventLoop = modPlatformImpl::MakeEventLoop();
     const std::unique_ptr<clsDatabaseFiles> databaseFiles = modPlatformImpl::MakeDatabaseFiles(*eventLoop, *disk);
-    frmResources resources{modPlatformImpl::MakeHTTPControl(*disk), nullptr, nullptr};
+    const std::unique_ptr<clsLinkFiles> linkFiles = modPlatformImpl::MakeLinkFiles(*eventLoop, *disk);
+    frmResources resources{modPlatformImpl::MakeHTTPControl(*disk), modPlatformImpl::MakeSmtpControl(*eventLoop),
+                           modPlatformImpl::MakeMimeControl()};
 };

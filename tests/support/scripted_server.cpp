@@ -1,44 +1,39 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/scripted_server.h"
 
+#include "support/scripted_steps.h"
+
 #include <QSslCertificate>
 #include <QSslConfiguration>
 #include <QSslKey>
 #include <QSslServer>
 #include <QTcpServer>
-#include <QTcpSocket>
-#include <QTimer>
 #include <QtEndian>
 #include <algorithm>
-#include <sys/socket.h>
 #include <zlib.h>
 
 using namespace Qt::Literals::StringLiterals;
 
 /// One accepted connection; deletes itself with its socket.
-class scriptedConnection : public QObject
+class scriptedConnection : public scriptedSteps
 {
 public:
     scriptedConnection(QTcpSocket* socket, std::shared_ptr<scriptedServer::Shared> shared)
-        : QObject(socket), m_socket(socket), m_shared(std::move(shared))
+        : scriptedSteps(socket), m_shared(std::move(shared))
     {
+        serverReply greeting;
         {
             const QMutexLocker lock(&m_shared->mutex);
             m_number = ++m_shared->connections;
             ++m_shared->open;
-            m_steps = m_shared->greeting.m_steps;
+            greeting = m_shared->greeting;
         }
-        m_wait.setSingleShot(true);
-        m_wait.setTimerType(Qt::PreciseTimer);
-        m_wait.callOnTimeout(this, [this] { Go(); });
         connect(socket, &QTcpSocket::readyRead, this, [this] {
             m_input += m_socket->readAll();
-            if (!m_busy)
+            if (!Busy())
                 NextRequest();
         });
-        connect(socket, &QTcpSocket::bytesWritten, this, [this] { Feed(); });
-        connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
-        Go();
+        Run(greeting);
     }
     ~scriptedConnection() override
     {
@@ -64,48 +59,22 @@ private:
             if (line.toLower().startsWith("host:"))
                 request.host = line.mid(5).trimmed();
         }
+        serverReply reply;
         scriptedServer::Handler others;
         {
             const QMutexLocker lock(&m_shared->mutex);
             m_shared->requests.append(request);
             m_answering = true;
             m_shared->peak = qMax(m_shared->peak, ++m_shared->answering);
-            m_steps = m_shared->answers.value(request.target).m_steps;
+            reply = m_shared->answers.value(request.target);
             if (!m_shared->answers.contains(request.target))
                 others = m_shared->others;
         }
-        if (others)
-            m_steps = others(request).m_steps;
-        Go();
+        Run(others ? others(request) : reply);
     }
 
-    void Go()
+    void StepsDone() override
     {
-        m_busy = true;
-        while (!m_steps.isEmpty()) {
-            const serverReply::Step step = m_steps.takeFirst();
-            switch (step.kind) {
-            case serverReply::Kind::Send:
-                m_socket->write(step.bytes);
-                break;
-            case serverReply::Kind::Pause:
-                return m_wait.start(step.wait);
-            case serverReply::Kind::Endless:
-                m_endless = step.bytes;
-                return Feed();
-            case serverReply::Kind::Silent:
-                return;
-            case serverReply::Kind::Close:
-                return m_socket->disconnectFromHost();
-            case serverReply::Kind::Reset: {
-                m_socket->flush();
-                const linger now{1, 0};
-                setsockopt(static_cast<int>(m_socket->socketDescriptor()), SOL_SOCKET, SO_LINGER, &now, sizeof now);
-                return m_socket->abort();
-            }
-            }
-        }
-        m_busy = false;
         if (std::exchange(m_answering, false)) {
             const QMutexLocker lock(&m_shared->mutex);
             --m_shared->answering;
@@ -113,21 +82,9 @@ private:
         NextRequest();
     }
 
-    void Feed()
-    {
-        while (!m_endless.isEmpty() && m_socket->state() == QAbstractSocket::ConnectedState &&
-               m_socket->bytesToWrite() < 1 << 18)
-            m_socket->write(m_endless);
-    }
-
-    QTcpSocket* m_socket;
     std::shared_ptr<scriptedServer::Shared> m_shared;
-    QList<serverReply::Step> m_steps;
-    QTimer m_wait;
     QByteArray m_input;
-    QByteArray m_endless;
     int m_number = 0;
-    bool m_busy = false;
     bool m_answering = false;
 };
 

@@ -63,7 +63,7 @@ public:
     serverReply& Reset() { return Add({Kind::Reset, {}}); }
 
 private:
-    friend class scriptedConnection;
+    friend class scriptedSteps;
     enum class Kind
     {
         Send,

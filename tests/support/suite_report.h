@@ -9,6 +9,7 @@
 #include <QString>
 #include <QStringList>
 #include <QTextStream>
+#include <algorithm>
 #include <cstdio>
 
 namespace suiteReport
@@ -52,12 +53,38 @@ inline void WriteRow(const QString& suite, const QString& seeds, const QString& 
                        << rows.join(u'\n') << "\n";
 }
 
+/// Puts a part into docs/data-safety.md, in the place of the old one with its heading.
+inline void WritePart(const QString& heading, const QString& text)
+{
+    const QString path = QStringLiteral(BRAMBURY_SOURCE_DIR "/docs/data-safety.md");
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        qFatal("%s cannot be read", qPrintable(path));
+    QStringList parts = QString::fromUtf8(file.readAll()).trimmed().split(QStringLiteral("\n\n## "));
+    file.close();
+    const qsizetype place =
+        std::find_if(parts.cbegin(), parts.cend(), [&](const QString& part) { return part.startsWith(heading); }) -
+        parts.cbegin();
+    if (place == parts.size())
+        parts.append(QString());
+    parts[place] = heading + QStringLiteral("\n\n") + text.trimmed();
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) ||
+        file.write(parts.join(QStringLiteral("\n\n## ")).toUtf8() + '\n') < 0)
+        qFatal("%s cannot be written", qPrintable(path));
+}
+
+/// Whether this run is one whose counts are written down: whole, and of the whole program.
+inline bool Counts()
+{
+    return Long() && QCoreApplication::arguments().size() == 1; // not when only some functions were asked for
+}
+
 /// One line for whoever watches; after a long run the table in docs as well.
 inline void Report(const QString& suite, const QString& counts, const QString& seeds = QString::number(Seed()))
 {
     std::printf("%s: %s\n", qPrintable(suite), qPrintable(counts));
     std::fflush(stdout);
-    if (Long() && QCoreApplication::arguments().size() == 1) // not when only some functions were asked for
+    if (Counts())
         WriteRow(suite, seeds, counts);
 }
 } // namespace suiteReport

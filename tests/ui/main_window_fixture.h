@@ -5,6 +5,7 @@
 #include "platform/clsBrowser.h"
 #include "platform/clsDatabaseFiles.h"
 #include "platform/clsDisk.h"
+#include "platform/clsLinkFiles.h"
 #include "platform/clsPrinter.h"
 #include "platform/frmResources.h"
 #include "platform/impl/modPlatformImpl.h"
@@ -62,6 +63,7 @@ public:
         modBrambury::State() = {};
         modBrambury::State().Platform = {.DBEngine = engine.get(),
                                          .DatabaseFiles = databaseFiles.get(),
+                                         .LinkFiles = linkFiles.get(),
                                          .Settings = &settings,
                                          .EventLoop = eventLoop.get(),
                                          .Clock = clock.get(),
@@ -75,6 +77,9 @@ public:
                                          .Resources = &resources};
         modBrambury::SetProgramFolder(installation.Folder());
         Set(QStringLiteral("General"), QStringLiteral("AutoBackup"), QStringLiteral("No"));
+        // Neither the guide of a first start nor a tip stands in the way.
+        Set(QStringLiteral("General"), QStringLiteral("LastEntry"), QStringLiteral("2026-01-01"));
+        windows.HoldTips();
         opened = installation.Open();
     }
     ~clsTestWindow()
@@ -161,5 +166,7 @@ public:
     const std::unique_ptr<clsDisk> disk = modPlatformImpl::MakeDisk();
     const std::unique_ptr<clsEventLoop> eventLoop = modPlatformImpl::MakeEventLoop();
     const std::unique_ptr<clsDatabaseFiles> databaseFiles = modPlatformImpl::MakeDatabaseFiles(*eventLoop, *disk);
-    frmResources resources{modPlatformImpl::MakeHTTPControl(*disk), nullptr, nullptr};
+    const std::unique_ptr<clsLinkFiles> linkFiles = modPlatformImpl::MakeLinkFiles(*eventLoop, *disk);
+    frmResources resources{modPlatformImpl::MakeHTTPControl(*disk), modPlatformImpl::MakeSmtpControl(*eventLoop),
+                           modPlatformImpl::MakeMimeControl()};
 };

@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Tools: backup, restore, compact and repair as the user meets them, and the restart that follows.
 #include "main_window_fixture.h"
-#include "ui/frmBackupRestore.h"
+#include "shell/modCommonFunctions.h"
+#include "support/dialogs.h"
 
-#include <QApplication>
 #include <QDir>
 #include <QLineEdit>
+#include <QFileInfo>
 #include <QListWidget>
-#include <QPushButton>
-#include <QTest>
-#include <QTimer>
+#include <QTreeWidget>
+#include <QWindow>
 #include <malloc.h>
 
 using namespace Qt::Literals::StringLiterals;
@@ -32,25 +32,6 @@ class tst_backup_restore : public QObject
 {
     Q_OBJECT
 
-private:
-    /// Does `work` in the dialog that opens next.
-    void Then(const std::function<void(QDialog&)>& work)
-    {
-        auto* timer = new QTimer(this);
-        connect(timer, &QTimer::timeout, this, [timer, work] {
-            if (auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget())) {
-                timer->stop();
-                timer->deleteLater();
-                work(*dialog);
-            }
-        });
-        timer->start(5);
-    }
-    template <class Control> static Control& In(QDialog& dialog, const QString& name)
-    {
-        return *dialog.findChild<Control*>(name);
-    }
-
 private Q_SLOTS:
     void BackupThenRestart()
     {
@@ -59,10 +40,10 @@ private Q_SLOTS:
         program.Open();
         const QString folder = program.installation.Folder();
         bool looked = false;
-        Then([&](QDialog& dialog) {
-            auto& to = In<QLineEdit>(dialog, u"ToPath"_s);
-            auto& from = In<QLineEdit>(dialog, u"FromPath"_s);
-            auto& folders = In<QListWidget>(dialog, u"Dir1"_s);
+        inNextDialog([&](QDialog& dialog) {
+            auto& to = controlOf<QLineEdit>(dialog, u"ToPath"_s);
+            auto& from = controlOf<QLineEdit>(dialog, u"FromPath"_s);
+            auto& folders = controlOf<QListWidget>(dialog, u"Dir1"_s);
             QCOMPARE(to.text(), folder + u"/Backup"_s);
             QCOMPARE(from.text(), program.installation.DataPath());
             QVERIFY(from.isReadOnly() && !to.isReadOnly());
@@ -75,14 +56,14 @@ private Q_SLOTS:
             QCOMPARE(to.text(), folder + u"/Data"_s);
             program.dialogs.Expect(
                 u"You cannot backup from the same directory.  Please select another destination path."_s);
-            auto& start = In<QPushButton>(dialog, u"buttonBR"_s);
+            auto& start = controlOf<QPushButton>(dialog, u"buttonBR"_s);
             start.click();
             // The other mode takes the chosen folder along.
-            In<QPushButton>(dialog, u"SSRibbon1_1"_s).click();
+            controlOf<QPushButton>(dialog, u"SSRibbon1_1"_s).click();
             QVERIFY(to.isReadOnly() && !from.isReadOnly());
             QCOMPARE(to.text(), program.installation.DataPath());
             QCOMPARE(from.text(), folder + u"/Data"_s);
-            In<QPushButton>(dialog, u"SSRibbon1_0"_s).click();
+            controlOf<QPushButton>(dialog, u"SSRibbon1_0"_s).click();
             to.setText(folder + u"/Backup"_s);
             program.dialogs.Expect(u"Backup complete."_s);
             program.dialogs.Expect(Restarts, {}, u"Backup/Restore Completed"_s);
@@ -110,12 +91,56 @@ private Q_SLOTS:
                                "Do you wish to backup at this time?"_s,
                                Answer::Yes);
         program.dialogs.Expect(u"Backup complete."_s);
-        Then([](QDialog& dialog) { In<QPushButton>(dialog, u"buttonBR"_s).click(); });
+        inNextDialog([](QDialog& dialog) { controlOf<QPushButton>(dialog, u"buttonBR"_s).click(); });
         program.Window().close();
         QTRY_COMPARE(program.closed, 1);
         QCOMPARE(modBrambury::NextStep(), modBrambury::Next::End);
         QVERIFY(program.dialogs.expected.isEmpty() && !modBrambury::State().Database);
         QVERIFY(!program.Setting(u"General"_s, u"LastBackup"_s).isEmpty());
+    }
+
+    /// The mistake of last week undone: what an end has kept is chosen from the list, by keys alone.
+    void DatedBackupFromTheList()
+    {
+        clsTestWindow program;
+        program.Fill();
+        program.Open();
+        program.Close();
+        const QDir dated(program.installation.Folder() + u"/Backup/Dated"_s);
+        QCOMPARE(dated.entryList(QDir::Files).size(), 1);
+        const QString kept = dated.filePath(dated.entryList(QDir::Files).constFirst());
+        clsTestInstallation::AddLink(*program.opened, u"Shop"_s, u"Mistake"_s);
+        program.Open();
+        QCOMPARE(program.Counter(), u"[ 5 link(s) in current view ]"_s);
+        const auto changed = [](const QString& path) {
+            const QDateTime time = QFileInfo(path).lastModified();
+            return modCommonFunctions::LongDate(time) + u"  "_s + modCommonFunctions::MediumTime(time);
+        };
+        program.dialogs.Expect(u"Replace current database %1\r\nwith last backup %2"_s.arg(
+                                   changed(program.installation.DatabasePath()), changed(kept)),
+                               Answer::Yes, u"Restore Database"_s);
+        program.dialogs.Expect(u"Restore complete."_s);
+        program.dialogs.Expect(Restarts, {}, u"Backup/Restore Completed"_s);
+        inNextDialog([&](QDialog& dialog) {
+            auto& list = controlOf<QTreeWidget>(dialog, u"lstDated"_s);
+            QVERIFY(QTest::qWaitForWindowActive(&dialog) && !list.isVisible());
+            QTest::keyClick(dialog.windowHandle(), Qt::Key_R, Qt::AltModifier);
+            QTRY_VERIFY(list.isVisible());
+            QTest::keyClick(dialog.windowHandle(), Qt::Key_A, Qt::AltModifier);
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+            QCOMPARE(list.selectedItems().size(), 1);
+            QCOMPARE(list.selectedItems()[0]->text(2) + u'/' + list.selectedItems()[0]->text(3), u"1/6"_s);
+            QCOMPARE(controlOf<QLineEdit>(dialog, u"FromPath"_s).text(), kept);
+            QTest::keyClick(dialog.windowHandle(), Qt::Key_K, Qt::AltModifier);
+            QTRY_COMPARE(program.Setting(u"Backup"_s, u"KeepDated"_s), u"No"_s);
+            QTest::keyClick(dialog.windowHandle(), Qt::Key_S, Qt::AltModifier);
+            QTRY_VERIFY(!dialog.isVisible());
+        });
+        program.Trigger(u"ToolsMenuElement_2"_s);
+        QVERIFY(program.dialogs.expected.isEmpty());
+        program.windows.Discard();
+        program.Open();
+        QCOMPARE(program.Counter(), u"[ 4 link(s) in current view ]"_s);
     }
 
     void CommandsWithoutDatabase()
@@ -131,13 +156,13 @@ private Q_SLOTS:
             dialog.reject();
         };
         program.dialogs.Expect(RepairQuestion, Answer::No);
-        Then(report);
+        inNextDialog(report);
         program.Trigger(u"ToolsMenuElement_3"_s);
         QVERIFY(!modBrambury::State().Database);
         int expected = 1;
         for (const auto& command :
              {u"SitesMenuElement_1"_s, u"LinkMenuElement_7"_s, u"ServicesMenuElement_2"_s, u"ToolsMenuElement_6"_s}) {
-            Then(report);
+            inNextDialog(report);
             program.Trigger(command);
             QCOMPARE(reports, ++expected);
         }
@@ -148,11 +173,13 @@ private Q_SLOTS:
     {
         clsTestWindow program;
         program.Fill();
+        program.Set(u"General"_s, u"AutoBackup"_s, u"Yes"_s); // a restart is no end to be reminded at
         program.Open();
         qsizetype files = 0;
         qsizetype widgets = 0;
         std::size_t memory = 0;
         for (int i = 1; i <= 100; ++i) {
+            program.Window().resize(700 + i % 20, 500);
             if (i % 20 == 0) { // now and then by the menu, with its work on the file
                 program.dialogs.Expect(RepairQuestion, Answer::No);
                 program.dialogs.Expect(Repaired);
@@ -163,9 +190,11 @@ private Q_SLOTS:
                 modBrambury::RestartProgram(u"Compact Completed"_s);
             }
             QTRY_COMPARE(program.closed, i);
+            QCOMPARE(modBrambury::NextStep(), modBrambury::Next::Restart);
             program.windows.Discard();
             program.Open();
             QVERIFY(program.dialogs.expected.isEmpty());
+            QCOMPARE(program.Window().width(), 700 + i % 20);
             QCOMPARE(program.Counter(), u"[ 4 link(s) in current view ]"_s);
             if (i == 20) {
                 files = OpenFiles();
@@ -177,6 +206,7 @@ private Q_SLOTS:
         QCOMPARE(QApplication::allWidgets().size(), widgets);
         const auto grown = static_cast<qint64>(mallinfo2().uordblks) - static_cast<qint64>(memory);
         QVERIFY2(grown < 80 * 1024, qPrintable(u"80 restarts took %1 bytes"_s.arg(grown)));
+        modBrambury::State().Settings.AutoBackup = u"No"_s;
     }
 };
 

@@ -4,6 +4,7 @@
 #include "data/clsRecordEditor.h"
 #include "data/modSites.h"
 #include "main_window_fixture.h"
+#include "support/dialogs.h"
 #include "support/table.h"
 #include "ui/clsLinks.h"
 #include "ui/clsSites.h"
@@ -11,15 +12,11 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
-#include <QDialog>
 #include <QLineEdit>
 #include <QPlainTextEdit>
-#include <QPushButton>
 #include <QSignalSpy>
 #include <QSpinBox>
 #include <QTabWidget>
-#include <QTest>
-#include <QTimer>
 #include <QToolTip>
 
 using namespace Qt::Literals::StringLiterals;
@@ -38,14 +35,8 @@ const modDataModel::StatusBounds All = modDataModel::BoundsOf(modDataModel::View
 struct clsHands
 {
     QDialog& editor;
-    template <typename Control> Control& Find(const QString& name) const
-    {
-        auto* control = editor.findChild<Control*>(name);
-        if (!control)
-            qFatal("no control %s", qPrintable(name));
-        return *control;
-    }
-    void Click(const QString& button) const { QTest::mouseClick(&Find<QPushButton>(button), Qt::LeftButton); }
+    template <typename Control> Control& Find(const QString& name) const { return controlOf<Control>(editor, name); }
+    void Click(const QString& button) const { clickIn(editor, button); }
     void Type(const QString& line, const QString& text) const
     {
         Find<QLineEdit>(line).selectAll();
@@ -64,23 +55,9 @@ private:
     std::unique_ptr<clsTestWindow> m_program;
     qint64 m_link = 0;
 
-    /// Does `work` in the editor that opens next, and sees to its end.
-    void Then(const clsWork& work)
+    static void Then(const clsWork& work)
     {
-        auto* timer = new QTimer(this);
-        connect(timer, &QTimer::timeout, this, [timer, work] {
-            auto* editor = qobject_cast<QDialog*>(QApplication::activeModalWidget());
-            if (!editor)
-                return;
-            timer->deleteLater();
-            timer->stop();
-            work({*editor});
-            if (!editor->isVisible())
-                return;
-            QTest::qFail("the editor did not close", __FILE__, __LINE__);
-            editor->hide();
-        });
-        timer->start(0);
+        inNextDialog([work](QDialog& editor) { work({editor}); });
     }
     QString EditSite(const QString& siteID, const clsWork& work)
     {
@@ -366,7 +343,7 @@ private Q_SLOTS:
         QApplication::setPalette(light);
     }
 
-    void mnemonicsAndSmallScreens()
+    void keysAndSmallScreens()
     {
         const clsWork check = [](const clsHands& hands) {
             QVERIFY(hands.editor.minimumSizeHint().width() <= 780 && hands.editor.minimumSizeHint().height() <= 560);
@@ -382,6 +359,14 @@ private Q_SLOTS:
                     QVERIFY2(!letters.contains(letter), qPrintable(control->property("text").toString()));
                     letters += letter;
                 }
+            }
+            QSet<const QWidget*> reached;
+            for (const QWidget* control = &hands.editor; !reached.contains(control);
+                 control = control->nextInFocusChain())
+                reached.insert(control);
+            for (const QWidget* control : hands.editor.findChildren<QWidget*>()) {
+                const bool wanted = control->window() == &hands.editor && control->focusPolicy() & Qt::TabFocus;
+                QVERIFY2(!wanted || reached.contains(control), qPrintable(control->objectName()));
             }
             QTest::keyClick(&hands.editor, Qt::Key_Escape);
         };

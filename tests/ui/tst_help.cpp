@@ -11,7 +11,9 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QRegularExpression>
+#include <QTemporaryDir>
 #include <QTest>
+#include <QTextBlock>
 #include <QTextBrowser>
 #include <QToolButton>
 #include <QTreeWidget>
@@ -25,6 +27,12 @@ QByteArray shipped()
 {
     QFile file(QStringLiteral(BRAMBURY_BINARY_DIR "/share/brambury/Bramdat.hlp"));
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+QString sourceText(const QString& path)
+{
+    QFile file(QStringLiteral(BRAMBURY_SOURCE_DIR "/") + path);
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
 }
 
 frmHelp* helpWindow()
@@ -99,6 +107,7 @@ private Q_SLOTS:
         const clsHelpFile help(shipped());
         frmHelp window(help);
         auto* browser = window.findChild<QTextBrowser*>();
+        const QString taken = sourceText(u"src/ui/modPictures.cpp"_s);
         QSet<int> topics;
         for (const clsHelpFile::Page& page : help.Pages()) {
             QVERIFY2(!topics.contains(page.topic), qPrintable(page.title));
@@ -108,17 +117,42 @@ private Q_SLOTS:
             for (const auto& found : address.globalMatch(page.html)) {
                 const QUrl target(found.captured(1));
                 const bool there =
-                    target.scheme() == u"topic"_s
-                        ? help.Find(target.path().toInt()) != nullptr
+                    target.scheme() == u"topic"_s ? help.Find(target.path().toInt()) != nullptr
+                    : target.scheme() == u"window"_s
+                        ? taken.contains(u"u\"%1\"_s"_s.arg(target.path()))
                         : !browser->loadResource(QTextDocument::ImageResource, target).value<QPixmap>().isNull();
                 QVERIFY2(there, qPrintable(page.title + u": "_s + found.captured(1)));
             }
         }
-        using namespace modHelpTopics;
-        for (const int topic : {int{MainWindow}, int{UsingHelp}, int{Search}, int{SiteProperties}, int{LinkProperties},
-                                int{Categories}, int{ProgramOptions}, int{CustomizeLinkList}, int{Selection}, 107, 112,
-                                115, 202, int{TestingLinks}, int{ResultsLog}, 313})
-            QVERIFY2(topics.contains(topic), qPrintable(QString::number(topic)));
+        static const QRegularExpression topic(u"= (\\d+),"_s);
+        for (const auto& found : topic.globalMatch(sourceText(u"src/platform/modHelpTopics.h"_s)))
+            QVERIFY2(topics.contains(found.captured(1).toInt()), qPrintable(found.captured()));
+    }
+
+    void picturesOfWindowsAreShownWhereTheyAre()
+    {
+        const QTemporaryDir folder;
+        QImage picture(QSize(2000, 500), QImage::Format_RGB32);
+        picture.fill(Qt::red);
+        QVERIFY(picture.save(folder.filePath(u"wizard-light.png"_s)));
+        const clsHelpFile file(shipped());
+        QVERIFY(file.Find(modHelpTopics::ImportWizard)->html.contains(u"window:wizard-list"));
+        const auto shown = [&](const QString& pictures) {
+            frmHelp help(file, pictures);
+            help.ShowTopic(modHelpTopics::ImportWizard);
+            const auto* page = help.findChild<QTextBrowser*>();
+            QStringList found;
+            for (QTextBlock block = page->document()->begin(); block.isValid(); block = block.next()) {
+                for (auto part = block.begin(); !part.atEnd(); ++part) {
+                    if (part.fragment().charFormat().isImageFormat())
+                        found << part.fragment().charFormat().toImageFormat().name();
+                }
+            }
+            // It has to fit beside the contents.
+            return page->document()->size().width() > page->viewport()->width() ? u"too wide"_s : found.join(u' ');
+        };
+        QCOMPARE(shown(folder.path()), u"window:wizard"_s);
+        QCOMPARE(shown({}), QString());
     }
 
     void theMenusOpenTheirPages()

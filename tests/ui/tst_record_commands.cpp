@@ -1,21 +1,17 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The commands on sites and links as the main window carries them out: its lists, caption and counter follow at once,
 // and the database holds what they show.
-#include "data/modLinks.h"
+#include "data/clsRecordEditor.h"
 #include "data/modSites.h"
 #include "main_window_fixture.h"
+#include "support/dialogs.h"
 #include "support/table.h"
 
-#include <QApplication>
 #include <QComboBox>
-#include <QDialog>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPointer>
-#include <QPushButton>
 #include <QScrollBar>
-#include <QTest>
-#include <QTimer>
 #include <QTreeWidget>
 
 using namespace Qt::Literals::StringLiterals;
@@ -49,30 +45,16 @@ private:
         m_program->Window().show();
         QVERIFY(QTest::qWaitForWindowActive(&m_program->Window()));
     }
-    /// Does `work` in the dialog that opens next.
-    void Then(const std::function<void(QDialog&)>& work)
-    {
-        auto* timer = new QTimer(this);
-        connect(timer, &QTimer::timeout, this, [timer, work] {
-            if (auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget())) {
-                timer->stop();
-                timer->deleteLater();
-                work(*dialog);
-            }
-        });
-        timer->start(0);
-    }
     /// Picks the entry at a place of the selection that opens next; -1 cancels.
     void ThenPick(int place)
     {
-        Then([place](QDialog& dialog) {
+        inNextDialog([place](QDialog& dialog) {
             if (place < 0)
                 return dialog.reject();
-            dialog.findChild<QListWidget*>(u"lstSelections"_s)->setCurrentRow(place);
+            controlOf<QListWidget>(dialog, u"lstSelections"_s).setCurrentRow(place);
             QTest::keyClick(&dialog, Qt::Key_Return);
         });
     }
-    void Press(QDialog& dialog, const QString& button) { dialog.findChild<QPushButton*>(button)->click(); }
     void Rename(const QString& label)
     {
         Trigger(u"SitesMenuElement_3"_s);
@@ -127,20 +109,20 @@ private Q_SLOTS:
     {
         Open();
         Dialogs().inputs = {u"Shop "_s};
-        Then([this](QDialog& dialog) {
+        inNextDialog([this](QDialog& dialog) {
             const auto type = [&](const QString& line, const QString& text) {
-                QTest::keyClicks(dialog.findChild<QLineEdit*>(line), text);
+                QTest::keyClicks(&controlOf<QLineEdit>(dialog, line), text);
             };
             type(u"txtSiteName"_s, u"My shop"_s);
             type(u"txtHomePage"_s, u"http://shop.example/"_s);
             type(u"txtLinkPage"_s, u"http://shop.example/links"_s);
             type(u"txtEmail"_s, u"me@shop.example"_s);
             type(u"txtHostName"_s, u"mail.shop.example"_s);
-            Press(dialog, u"buttonSites_4"_s);
+            clickIn(dialog, u"buttonSites_4"_s);
             // The window behind the editor follows what Apply has saved.
             QCOMPARE(Names(), QStringList{u"Shop"_s});
             QCOMPARE(Program().Window().windowTitle(), Caption.arg(u"Shop"_s));
-            Press(dialog, u"buttonSites_3"_s);
+            clickIn(dialog, u"buttonSites_3"_s);
         });
         Trigger(u"SitesMenuElement_0"_s);
         QCOMPARE(State().CurrentSite, u"Shop"_s);
@@ -156,13 +138,33 @@ private Q_SLOTS:
         Program().Fill();
         Open();
         clsTestInstallation::AddSite(*Program().opened, u"Zoo"_s);
-        Then([&](QDialog& dialog) {
-            Press(dialog, u"buttonSites_1"_s);
-            Press(dialog, u"buttonSites_3"_s);
+        inNextDialog([&](QDialog& dialog) {
+            clickIn(dialog, u"buttonSites_1"_s);
+            clickIn(dialog, u"buttonSites_3"_s);
         });
         Trigger(u"SitesMenuElement_1"_s);
         QCOMPARE(Names(), (QStringList{u"Shop"_s, u"Zoo"_s}));
         QCOMPARE(Program().Window().windowTitle(), Caption.arg(u"Zoo"_s));
+
+        // What it renames keeps being selected; what it deletes goes away as soon as somebody asks for it.
+        const auto sites = Program().opened->OpenRecordset(u"tblSites"_s);
+        sites->MoveLast();
+        sites->Edit();
+        sites->SetField(u"SiteID"_s, u"Park"_s);
+        sites->Update();
+        QEvent back(QEvent::WindowActivate);
+        QCoreApplication::sendEvent(&Program().Window(), &back);
+        QTRY_COMPARE(Names(), (QStringList{u"Shop"_s, u"Park"_s}));
+        QCOMPARE(Program().Window().windowTitle(), Caption.arg(u"Park"_s));
+        sites->Delete();
+        Dialogs().Expect(clsRecordEditor::MissingRecordText());
+        Trigger(u"SitesMenuElement_1"_s);
+        QTRY_COMPARE(Names(), QStringList{u"Shop"_s});
+        QCOMPARE(Program().Window().windowTitle(), Caption.arg(u"Shop"_s));
+        Program().opened->DeleteRecords(u"tblLinkList"_s, {Program().ids[0]});
+        Dialogs().Expect(clsRecordEditor::MissingRecordText());
+        Trigger(u"LinkMenuElement_1"_s);
+        QCOMPARE(Program().Counter(), u"[ 5 link(s) in current view ]"_s);
     }
 
     void copyTwiceAndDelete()
@@ -307,16 +309,16 @@ private Q_SLOTS:
         clsLinkGrid& grid = Program().Grid();
         grid.MakeCurrent(Program().ids[2]);
         const auto write = [this](QDialog& dialog, const QString& title) {
-            dialog.findChild<QLineEdit*>(u"txtTitle"_s)->setText(title);
-            QTest::keyClicks(dialog.findChild<QLineEdit*>(u"txtTitle"_s), u"!"_s);
+            controlOf<QLineEdit>(dialog, u"txtTitle"_s).setText(title);
+            QTest::keyClicks(&controlOf<QLineEdit>(dialog, u"txtTitle"_s), u"!"_s);
             for (const QString& line : {u"txtHomePage"_s, u"txtLinkPage"_s})
-                QTest::keyClicks(dialog.findChild<QLineEdit*>(line), u"http://new.example/"_s);
-            Press(dialog, u"buttonLinks_0"_s);
+                QTest::keyClicks(&controlOf<QLineEdit>(dialog, line), u"http://new.example/"_s);
+            clickIn(dialog, u"buttonLinks_0"_s);
         };
-        Then([&](QDialog& dialog) { write(dialog, u"Mill"_s); });
+        inNextDialog([&](QDialog& dialog) { write(dialog, u"Mill"_s); });
         QTest::keyClick(&grid, Qt::Key_Return);
         QCOMPARE(Program().Shown(clsLinkModel::Title)[2], u"Mill!"_s);
-        Then([&](QDialog& dialog) { write(dialog, u"Bakery"_s); });
+        inNextDialog([&](QDialog& dialog) { write(dialog, u"Bakery"_s); });
         QTest::keyClick(&grid, Qt::Key_Insert);
         QCOMPARE(Program().Counter(), u"[ 7 link(s) in current view ]"_s);
         QCOMPARE(grid.currentIndex().siblingAtColumn(clsLinkModel::Title).data().toString(), u"Bakery!"_s);
@@ -326,8 +328,8 @@ private Q_SLOTS:
         const qint64 next = grid.Links().LinkAt(1);
         grid.MakeCurrent(grid.Links().LinkAt(0));
         const int before = grid.Links().rowCount();
-        Then([&](QDialog& dialog) {
-            dialog.findChild<QComboBox*>(u"comboStatus"_s)->setCurrentIndex(3);
+        inNextDialog([&](QDialog& dialog) {
+            controlOf<QComboBox>(dialog, u"comboStatus"_s).setCurrentIndex(3);
             write(dialog, u"Broken"_s);
         });
         QTest::keyClick(&grid, Qt::Key_Return);

@@ -3,6 +3,7 @@
 // database; the boxes that come up are answered by a script that knows them.
 #include "data/modCategories.h"
 #include "platform/clsError.h"
+#include "support/dialogs.h"
 #include "support/program.h"
 #include "support/table.h"
 #include "ui/clsCategoryGrid.h"
@@ -13,17 +14,13 @@
 #include "ui/frmCustomizeGrid.h"
 #include "ui/frmOptions.h"
 
-#include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QHeaderView>
 #include <QLineEdit>
 #include <QPlainTextEdit>
-#include <QPushButton>
 #include <QRadioButton>
 #include <QSpinBox>
-#include <QTest>
-#include <QTimer>
 #include <optional>
 
 using namespace Qt::Literals::StringLiterals;
@@ -35,17 +32,6 @@ namespace
 const QString Quoted = u"Bob's \"Best\""_s;
 const QString Unsaved = u"You have made changes without saving.  Do you wish to save them now?"_s;
 
-template <typename Control> Control& Find(const QWidget& window, const QString& name)
-{
-    auto* control = window.findChild<Control*>(name);
-    if (!control)
-        qFatal("no control %s", qPrintable(name));
-    return *control;
-}
-void Click(const QWidget& window, const QString& button)
-{
-    QTest::mouseClick(&Find<QPushButton>(window, button), Qt::LeftButton);
-}
 void Show(QWidget& window)
 {
     window.show();
@@ -61,7 +47,7 @@ void Type(const QString& text, Qt::Key end = Qt::Key_Return)
 /// Clicks the button to the left of a category.
 void ClickRow(const QWidget& window, int row)
 {
-    QHeaderView* buttons = Find<clsCategoryGrid>(window, u"gridCategory"_s).verticalHeader();
+    QHeaderView* buttons = controlOf<clsCategoryGrid>(window, u"gridCategory"_s).verticalHeader();
     QTest::mouseClick(buttons->viewport(), Qt::LeftButton, {}, QPoint(5, buttons->sectionViewportPosition(row) + 5));
 }
 QString Fields(const clsFieldList& list)
@@ -115,20 +101,20 @@ private Q_SLOTS:
     {
         frmCategories window(*State().Database);
         Show(window);
-        auto& sites = Find<QComboBox>(window, u"cboxSites"_s);
+        auto& sites = controlOf<QComboBox>(window, u"cboxSites"_s);
         QCOMPARE(sites.currentText(), u"Category"_s);
         sites.setCurrentText(Quoted);
-        Click(window, u"cmdButton_0"_s);
+        clickIn(window, u"cmdButton_0"_s);
         Type(u"Flowers"_s);
         QCOMPARE(Categories(Quoted), u"Seeds,Tools,Flowers"_s);
-        Click(window, u"cmdButton_0"_s);
+        clickIn(window, u"cmdButton_0"_s);
         Type(u"  "_s); // nothing is added, nothing said
         QCOMPARE(Categories(Quoted), u"Seeds,Tools,Flowers"_s);
         QVERIFY(!window.RefillMain());
 
         // An emptied category keeps its text; another one is renamed by leaving the box, not by Esc.
         sites.setCurrentText(u"Category"_s);
-        auto& grid = Find<clsCategoryGrid>(window, u"gridCategory"_s);
+        auto& grid = controlOf<clsCategoryGrid>(window, u"gridCategory"_s);
         grid.setFocus();
         QTest::keyClick(&grid, Qt::Key_F2);
         Dialogs().Expect(u"A category cannot be empty.  To delete it, highlight its row and select Delete."_s);
@@ -139,7 +125,7 @@ private Q_SLOTS:
         QVERIFY(!window.RefillMain());
         QTest::keyClick(&grid, Qt::Key_F2);
         QTest::keyClicks(QApplication::focusWidget(), u"Bulbs"_s);
-        Click(window, u"cmdButton_2"_s);
+        clickIn(window, u"cmdButton_2"_s);
         QVERIFY(!window.isVisible());
         QCOMPARE(Categories(u"Category"_s), u"Bulbs,Tools"_s);
         QVERIFY(window.RefillMain());
@@ -149,19 +135,19 @@ private Q_SLOTS:
     {
         frmCategories window(*State().Database);
         Show(window);
-        auto& grid = Find<clsCategoryGrid>(window, u"gridCategory"_s);
+        auto& grid = controlOf<clsCategoryGrid>(window, u"gridCategory"_s);
         const QString advice = u"To delete a record, click on the button directly to the\r\n"
                                "left of the appropriate row to highlight the item."_s;
         const QPoint text = grid.visualRect(grid.model()->index(1, 0)).center();
         QTest::mouseClick(grid.viewport(), Qt::LeftButton, {}, text);
         Dialogs().Expect(advice);
-        Click(window, u"cmdButton_1"_s);
+        clickIn(window, u"cmdButton_1"_s);
         ClickRow(window, 2); // of the category that does not exist yet
         Dialogs().Expect(advice);
-        Click(window, u"cmdButton_1"_s);
+        clickIn(window, u"cmdButton_1"_s);
         QCOMPARE(Categories(u"Category"_s), u"Seeds,Tools"_s);
         ClickRow(window, 0);
-        Click(window, u"cmdButton_1"_s);
+        clickIn(window, u"cmdButton_1"_s);
         QCOMPARE(Categories(u"Category"_s), u"Tools"_s);
         QCOMPARE(Categories(Quoted), u"Seeds,Tools"_s);
         QVERIFY(window.RefillMain());
@@ -174,7 +160,7 @@ private Q_SLOTS:
         Show(window);
         std::optional<clsTransaction> lock(*m_other);
         modCategories::Add(*m_other, Quoted, u"Elsewhere"_s);
-        Click(window, u"cmdButton_0"_s);
+        clickIn(window, u"cmdButton_0"_s);
         Type(u"Flowers"_s);
         QCOMPARE(m_program->windows.calls, QStringList(u"error exclamation"_s));
         QTest::keyClick(&window, Qt::Key_C, Qt::AltModifier);
@@ -201,8 +187,8 @@ private Q_SLOTS:
         frmCategories window(*State().Database);
         window.show();
         QTRY_VERIFY(Dialogs().expected.isEmpty());
-        QVERIFY(!Find<QWidget>(window, u"gridCategory"_s).isEnabled());
-        QVERIFY(!Find<QWidget>(window, u"cmdButton_0"_s).isEnabled());
+        QVERIFY(!controlOf<QWidget>(window, u"gridCategory"_s).isEnabled());
+        QVERIFY(!controlOf<QWidget>(window, u"cmdButton_0"_s).isEnabled());
         // Another program may delete the site while its categories are shown.
         QVERIFY_THROWS_EXCEPTION(clsError, modCategories::Add(*State().Database, Quoted, u"Late"_s));
         QVERIFY_THROWS_EXCEPTION(clsError, modCategories::Rename(*State().Database, 1, u"Late"_s));
@@ -222,7 +208,7 @@ private Q_SLOTS:
         const auto [exit, answer, saved, open] = testRow<QString, Answer, bool, bool>();
         frmOptions window(*State().Database);
         Show(window);
-        Find<QCheckBox>(window, u"ProgramOpt_1"_s).click(); // Confirm before permanently deleting
+        controlOf<QCheckBox>(window, u"ProgramOpt_1"_s).click(); // Confirm before permanently deleting
         if (answer != Answer::OK)
             Dialogs().Expect(Unsaved, answer);
         if (exit == u"esc"_s)
@@ -230,9 +216,9 @@ private Q_SLOTS:
         if (exit == u"close"_s)
             window.close();
         if (exit == u"apply"_s)
-            Click(window, u"buttonOptions_2"_s);
+            clickIn(window, u"buttonOptions_2"_s);
         if (exit == u"cancel"_s || exit == u"apply"_s)
-            Click(window, u"buttonOptions_1"_s);
+            clickIn(window, u"buttonOptions_1"_s);
         if (exit == u"ok"_s)
             QTest::keyClick(&window, Qt::Key_Return);
         QCOMPARE(window.isVisible(), open);
@@ -254,19 +240,19 @@ private Q_SLOTS:
         {
             frmOptions window(*State().Database);
             window.show();
-            QVERIFY(!Find<QCheckBox>(window, u"ProgramOpt_0"_s).isChecked());
-            QCOMPARE(Find<QSpinBox>(window, u"txtHTTPPort"_s).value(), 80);
-            QVERIFY(Find<QRadioButton>(window, u"OptBCC_1"_s).isChecked());
+            QVERIFY(!controlOf<QCheckBox>(window, u"ProgramOpt_0"_s).isChecked());
+            QCOMPARE(controlOf<QSpinBox>(window, u"txtHTTPPort"_s).value(), 80);
+            QVERIFY(controlOf<QRadioButton>(window, u"OptBCC_1"_s).isChecked());
             for (auto it = texts.cbegin(); it != texts.cend(); ++it)
-                Find<QLineEdit>(window, it.key()).setText(it.key() + u" ä"_s);
+                controlOf<QLineEdit>(window, it.key()).setText(it.key() + u" ä"_s);
             for (auto it = numbers.cbegin(); it != numbers.cend(); ++it)
-                Find<QSpinBox>(window, it.key()).setValue(30000);
-            Find<QPlainTextEdit>(window, u"txtSignatureBlock"_s).setPlainText(u"Bob\nShop"_s);
-            Find<QRadioButton>(window, u"OptBCC_0"_s).click();
-            Find<QLineEdit>(window, u"txtMessageType_3"_s).clear();
-            Find<QCheckBox>(window, u"chkboxOffer_8"_s).click();
-            Click(window, u"buttonOptions_2"_s);
-            QCOMPARE(Find<QLineEdit>(window, u"txtMessageType_3"_s).text(), u"User Defined"_s);
+                controlOf<QSpinBox>(window, it.key()).setValue(30000);
+            controlOf<QPlainTextEdit>(window, u"txtSignatureBlock"_s).setPlainText(u"Bob\nShop"_s);
+            controlOf<QRadioButton>(window, u"OptBCC_0"_s).click();
+            controlOf<QLineEdit>(window, u"txtMessageType_3"_s).clear();
+            controlOf<QCheckBox>(window, u"chkboxOffer_8"_s).click();
+            clickIn(window, u"buttonOptions_2"_s);
+            QCOMPARE(controlOf<QLineEdit>(window, u"txtMessageType_3"_s).text(), u"User Defined"_s);
         }
         for (auto it = texts.cbegin(); it != texts.cend(); ++it)
             QCOMPARE(Stored(it.value()), it.key() + u" ä"_s);
@@ -283,10 +269,10 @@ private Q_SLOTS:
              {u"ClearResultsLog"_s, u"ConfirmDelete"_s, u"ShowTips"_s, u"AutoBackup"_s, u"PlaySoundComplete"_s}) {
             frmOptions window(*State().Database);
             window.show();
-            QCOMPARE(Find<QPlainTextEdit>(window, u"txtSignatureBlock"_s).toPlainText(), u"Bob\nShop"_s);
-            auto& box = Find<QCheckBox>(window, u"ProgramOpt_%1"_s.arg(flag++));
+            QCOMPARE(controlOf<QPlainTextEdit>(window, u"txtSignatureBlock"_s).toPlainText(), u"Bob\nShop"_s);
+            auto& box = controlOf<QCheckBox>(window, u"ProgramOpt_%1"_s.arg(flag++));
             box.click();
-            Click(window, u"buttonOptions_0"_s);
+            clickIn(window, u"buttonOptions_0"_s);
             QCOMPARE(Stored(key), box.isChecked() ? u"Yes"_s : u"No"_s);
         }
         QCOMPARE(Stored(u"SoundComplete"_s), QString()); // nothing to play, nothing kept
@@ -297,39 +283,63 @@ private Q_SLOTS:
         frmOptions window(*State().Database);
         Show(window);
         for (int type = 1; type <= 8; ++type)
-            Find<QCheckBox>(window, u"chkboxOffer_%1"_s.arg(type)).setChecked(false);
-        Find<QLineEdit>(window, u"txtEmail"_s).setText(u"me@example.com"_s);
+            controlOf<QCheckBox>(window, u"chkboxOffer_%1"_s.arg(type)).setChecked(false);
+        controlOf<QLineEdit>(window, u"txtEmail"_s).setText(u"me@example.com"_s);
         Dialogs().Expect(u"You must have at least one message type that is an Offer.\r\n"
                          "Select the Message Types tab and check the appropriate type\r\n"
                          "that will be used as the initial offer of reciprocal linking."_s);
-        Click(window, u"buttonOptions_0"_s);
+        clickIn(window, u"buttonOptions_0"_s);
         QVERIFY(window.isVisible());
         QVERIFY(State().MessageTypes.at(0).Offer);
         QCOMPARE(State().Settings.DefaultEmail, QString());
         QCOMPARE(QApplication::focusWidget()->objectName(), u"chkboxOffer_1"_s);
     }
 
+    void optionsAllOrNothing()
+    {
+        State().Database->SetPatience(std::chrono::milliseconds(1));
+        frmOptions window(*State().Database);
+        Show(window);
+        controlOf<QLineEdit>(window, u"txtEmail"_s).setText(u"me@example.com"_s);
+        controlOf<QLineEdit>(window, u"txtMessageType_3"_s).setText(u"Thanks"_s);
+        std::optional<clsTransaction> lock(*m_other);
+        modCategories::Add(*m_other, Quoted, u"Elsewhere"_s);
+        for (const int failures : {1, 2}) {
+            clickIn(window, u"buttonOptions_0"_s);
+            QVERIFY(window.isVisible());
+            QCOMPARE(m_program->windows.calls.count(u"error exclamation"_s), failures);
+            QCOMPARE(State().Settings.DefaultEmail, QString());
+            lock.reset();
+            modBrambury::LoadMessageTypes();
+            QCOMPARE(State().MessageTypes.at(2).Title, u"Link Posted"_s);
+            m_program->settings.full = failures == 1;
+        }
+        clickIn(window, u"buttonOptions_0"_s);
+        QVERIFY(!window.isVisible());
+        QCOMPARE(Stored(u"DefaultEmail"_s) + State().MessageTypes.at(2).Title, u"me@example.comThanks"_s);
+    }
+
     void soundIsChosenAndPlayed()
     {
         frmOptions window(*State().Database);
         Show(window);
-        auto& file = Find<QLineEdit>(window, u"AudioFile"_s);
+        auto& file = controlOf<QLineEdit>(window, u"AudioFile"_s);
         const QString missing = m_program->installation.Folder() + u"/nowhere.wav"_s;
         file.setText(missing);
         Dialogs().Expect(u"The following Sound File could not be found:\r\n%1.\r\n\r\n"
                          "Please update with a correct path and filename."_s.arg(missing),
                          Answer::OK, u"Sound File Not Found"_s);
-        Click(window, u"buttonOptions_5"_s);
-        Click(window, u"buttonOptions_4"_s); // cancelled
+        clickIn(window, u"buttonOptions_5"_s);
+        clickIn(window, u"buttonOptions_4"_s); // cancelled
         QCOMPARE(file.text(), missing);
         Dialogs().filesToChoose << m_program->installation.DatabasePath();
-        Click(window, u"buttonOptions_4"_s);
+        clickIn(window, u"buttonOptions_4"_s);
         QCOMPARE(Dialogs().fileRequests.last().title, u"Open Sound File"_s);
-        Click(window, u"buttonOptions_5"_s);
+        clickIn(window, u"buttonOptions_5"_s);
         QCOMPARE(m_program->sound.played, QStringList(m_program->installation.DatabasePath()));
         file.clear();
         Dialogs().Expect(u"You must select a sound to play."_s);
-        Click(window, u"buttonOptions_5"_s);
+        clickIn(window, u"buttonOptions_5"_s);
         QVERIFY(m_program->windows.calls.isEmpty());
     }
 
@@ -345,7 +355,7 @@ private Q_SLOTS:
                 auto* window = qobject_cast<QDialog*>(QApplication::activeModalWidget());
                 if (!window || !window->isActiveWindow())
                     return;
-                auto& list = Find<QListWidget>(*window, u"lstSelections"_s);
+                auto& list = controlOf<QListWidget>(*window, u"lstSelections"_s);
                 const QPoint place = list.visualItemRect(list.item(wanted)).center();
                 if (wanted == dialog.DefaultItem)
                     return QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
@@ -372,24 +382,24 @@ private Q_SLOTS:
         grid.RestoreLayout(m_program->settings);
         frmCustomizeGrid window(grid);
         Show(window);
-        auto& available = Find<clsFieldList>(window, u"Available"_s);
-        auto& current = Find<clsFieldList>(window, u"Current"_s);
+        auto& available = controlOf<clsFieldList>(window, u"Available"_s);
+        auto& current = controlOf<clsFieldList>(window, u"Current"_s);
         QCOMPARE(Fields(current), u"Category,Website"_s);
         QVERIFY(!Fields(available).contains(u'~'));
-        Click(window, u"CustomizeButtons_0"_s);
+        clickIn(window, u"CustomizeButtons_0"_s);
         QCOMPARE(Fields(current), usual);
         QCOMPARE(Fields(available), others);
         QVERIFY(!m_program->settings.Sections().contains(u"LinkGrid"_s));
 
         available.setCurrentRow(5);
-        Click(window, u"MoveButton_0"_s);
+        clickIn(window, u"MoveButton_0"_s);
         for (int i = 0; i < 7; ++i)
-            Click(window, u"MoveButton_2"_s);
+            clickIn(window, u"MoveButton_2"_s);
         QTest::keyClick(&window, Qt::Key_Down, Qt::AltModifier);
         QCOMPARE(Fields(current), QString(usual).replace(u"Website"_s, u"Category,Website"_s));
         current.setCurrentRow(0);
-        Click(window, u"MoveButton_2"_s); // already at the top
-        Click(window, u"MoveButton_1"_s);
+        clickIn(window, u"MoveButton_2"_s); // already at the top
+        clickIn(window, u"MoveButton_1"_s);
         QCOMPARE(Fields(available), others.chopped(9) + u",E-mail Queue"_s);
         QVERIFY(!grid.isColumnHidden(clsLinkModel::EmailQueue)); // the grid waits for Apply
         QTest::keyClick(&window, Qt::Key_Return);
@@ -413,14 +423,14 @@ private Q_SLOTS:
         clsLinkGrid grid;
         frmCustomizeGrid window(grid);
         Show(window);
-        auto& source = Find<clsFieldList>(window, fromName);
-        auto& target = Find<clsFieldList>(window, toName);
+        auto& source = controlOf<clsFieldList>(window, fromName);
+        auto& target = controlOf<clsFieldList>(window, toName);
         source.setCurrentRow(from);
         const QString moved = source.currentItem()->text();
         const QListWidgetItem* before = target.item(to);
         target.DropAt(source, before ? target.visualItemRect(before).topLeft() + QPoint(9, 2)
                                      : target.viewport()->rect().bottomLeft() + QPoint(9, -2));
-        QVERIFY(Fields(Find<clsFieldList>(window, u"Current"_s)).startsWith(expected));
+        QVERIFY(Fields(controlOf<clsFieldList>(window, u"Current"_s)).startsWith(expected));
         QCOMPARE(target.currentItem()->text(), moved);
     }
 };

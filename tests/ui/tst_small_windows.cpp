@@ -16,6 +16,7 @@
 
 #include <QApplication>
 #include <QCheckBox>
+#include <QComboBox>
 #include <QDesktopServices>
 #include <QDir>
 #include <QFileDialog>
@@ -277,7 +278,7 @@ private Q_SLOTS:
     void SaveDialog()
     {
         const clsDialogs::FileRequest request{u"Save To"_s,
-                                              u"Log File (*.log)|*.log|Pages (*.htm;*.html)|*.htm;*.html|All|*.*"_s,
+                                              u"Log File (*.log)|*.log|Pages (*.htm,*.html)|*.htm,*.html|All (*.*)|*.*"_s,
                                               u"Results.log"_s, m_folder.path(), false};
         onNextDialog<QFileDialog>([](QFileDialog* dialog) {
             auto* name = dialog->findChild<QLineEdit*>();
@@ -285,8 +286,14 @@ private Q_SLOTS:
             name->setText(u"Monday"_s);
             QTest::keyClick(name, Qt::Key_Return);
             QCOMPARE(offered, u"Results.log"_s);
-            QCOMPARE(dialog->nameFilters(),
-                     QStringList({u"Log File (*.log)"_s, u"Pages (*.htm *.html)"_s, u"All (*.*)"_s}));
+            const auto* types = dialog->findChild<QComboBox*>(u"fileTypeCombo"_s);
+            QStringList shown;
+            for (int i = 0; i < types->count(); ++i)
+                shown << types->itemText(i);
+            QCOMPARE(shown, QStringList({u"Log File (*.log)"_s, u"Pages (*.htm,*.html)"_s, u"All (*.*)"_s}));
+            // Both suffixes count, and a file without one is a file.
+            QCOMPARE(dialog->nameFilters().mid(1),
+                     QStringList({u"Pages (*.htm,*.html) (*.htm *.html)"_s, u"All (*.*) (*)"_s}));
             QCOMPARE(dialog->windowTitle(), u"Save To"_s);
         });
         QCOMPARE(m_dialogs->SaveFile(request), m_folder.filePath(u"Monday.log"_s));

@@ -2,8 +2,10 @@
 // The Link Harvest Wizard as its user meets it: the real window, a real page, scripted answers to boxes.
 #include "main_window_fixture.h"
 #include "support/scripted_server.h"
+#include "ui/clsHarvestModel.h"
 #include "ui/frmImportWizard.h"
 
+#include <QCheckBox>
 #include <QComboBox>
 #include <QLineEdit>
 #include <QPushButton>
@@ -167,6 +169,22 @@ private Q_SLOTS:
         QCOMPARE(Rows().index(0, 2).data().toString(), u"partner of this site"_s);
         Press("SelectButton_2");
         QCOMPARE(Find<QLabel>("lblChosen").text(), u"3 of 4 chosen"_s);
+    }
+
+    void AFileTakesThePlaceOfThePage()
+    {
+        const QString file = m_program->installation.Folder() + u"/bookmarks.html"_s;
+        m_program->disk->WriteFile(file, "<dl><dt><a href=http://a.example/>Apple</a></dl>");
+        Press("OpenFile"); // cancelled
+        QCOMPARE(Find<QLineEdit>("txtURL").text(), QString());
+        m_program->dialogs.filesToChoose << file;
+        Press("OpenFile");
+        QCOMPARE(Find<QLineEdit>("txtURL").text(), file);
+        QVERIFY(!Find<QCheckBox>("FilterBaseURL").isEnabled());
+        for (int i = 0; i < 2; ++i)
+            Press("Command1_1");
+        QTRY_COMPARE(m_wizard->currentId(), int{frmImportWizard::List});
+        QCOMPARE(Rows().index(0, clsHarvestModel::Suggestion).data().toString(), u"Apple"_s);
     }
 
     void AHarvestThatFailsMayBeTriedAgain()

@@ -6,7 +6,6 @@
 #include "platform/impl/modHTTPErrors.h"
 #include "platform/impl/modPlatformImpl.h"
 
-#include <QFile>
 #include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
@@ -72,21 +71,7 @@ void clsCurlHTTPControl::SetLimits(const Limits& limits)
     m_limits.timeoutSeconds = std::clamp(limits.timeoutSeconds, 1, 3600);
     m_limits.simultaneousDownloads = std::clamp(limits.simultaneousDownloads, 1, 64);
     m_limits.perHostConnections = std::clamp(limits.perHostConnections, 1, 16);
-    const char* system = curl_version_info(CURLVERSION_NOW)->cainfo;
-    m_authorities.reset();
-    m_caFile = system;
-    if (limits.caFile.isEmpty())
-        return;
-    // A file that cannot be read is handed on as it is: then every certificate check fails and says so.
-    m_caFile = QFile::encodeName(limits.caFile);
-    QFile own(limits.caFile);
-    QFile systems(QString::fromLocal8Bit(system));
-    auto together = std::make_unique<QTemporaryFile>();
-    if (own.open(QIODevice::ReadOnly) && systems.open(QIODevice::ReadOnly) && together->open() &&
-        together->write(own.readAll() + '\n' + systems.readAll()) > 0 && together->flush()) {
-        m_caFile = QFile::encodeName(together->fileName());
-        m_authorities = std::move(together);
-    }
+    m_authorities.Set(limits.caFile);
 }
 
 QString clsCurlHTTPControl::HostOf(const QString& url, int port, const QString& proxy) const
@@ -123,7 +108,7 @@ clsCurlHTTPControl::PagePtr clsCurlHTTPControl::PageFor(const clsPageRequest& re
     }
     m_byAddress.insert(page->key, page);
     page->transfer = std::make_unique<clsHTTPTransfer>(
-        m_multi, request, address, proxy, std::chrono::seconds(m_limits.timeoutSeconds), m_caFile,
+        m_multi, request, address, proxy, std::chrono::seconds(m_limits.timeoutSeconds), m_authorities.File(),
         [this, page = page.get()](clsHTTPTransfer::Hop hop) { HopEnded(page->shared_from_this(), hop); });
     return page;
 }

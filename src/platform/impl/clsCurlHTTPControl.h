@@ -3,12 +3,12 @@
 #pragma once
 
 #include "platform/clsHTTPControl.h"
+#include "platform/impl/clsAuthorities.h"
 #include "platform/impl/clsCurlMulti.h"
 #include "platform/impl/clsHTTPTransfer.h"
 #include "platform/impl/clsPageParser.h"
 #include "platform/impl/clsWorker.h"
 
-#include <QTemporaryFile>
 #include <deque>
 #include <list>
 #include <memory>
@@ -88,8 +88,7 @@ private:
     const std::chrono::milliseconds m_shareFor;
     clsHTTPEvents* m_events = nullptr;
     Limits m_limits;
-    std::unique_ptr<QTemporaryFile> m_authorities; ///< the system's and those of Limits::caFile together
-    QByteArray m_caFile;
+    clsAuthorities m_authorities;
     clsCurlMulti m_multi;
 
     std::shared_ptr<std::function<std::optional<clsPageRequest>()>> m_next; ///< empty: no reading ahead

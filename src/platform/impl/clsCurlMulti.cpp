@@ -30,7 +30,7 @@ void clsCurlMulti::Open()
 {
     m_multi = curl_multi_init();
     if (!m_multi)
-        throw clsError(clsError::DeviceUnavailable, u"The HTTP library could not be started"_s, u"HTTPControl"_s);
+        throw clsError(clsError::DeviceUnavailable, u"The network library could not be started"_s, u"Network"_s);
     curl_multi_setopt(m_multi, CURLMOPT_SOCKETFUNCTION, &clsCurlMulti::OnSocket);
     curl_multi_setopt(m_multi, CURLMOPT_SOCKETDATA, this);
     curl_multi_setopt(m_multi, CURLMOPT_TIMERFUNCTION, &clsCurlMulti::OnTimer);
@@ -66,7 +66,7 @@ CURL* clsCurlMulti::Borrow()
     }
     CURL* easy = curl_easy_init();
     if (!easy)
-        throw clsError(clsError::DeviceUnavailable, u"The HTTP library could not be started"_s, u"HTTPControl"_s);
+        throw clsError(clsError::DeviceUnavailable, u"The network library could not be started"_s, u"Network"_s);
     return easy;
 }
 

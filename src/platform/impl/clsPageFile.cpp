@@ -15,7 +15,6 @@ using namespace Qt::Literals::StringLiterals;
 namespace
 {
 // Version 3 of the encrypted format: AES-256-CBC with an HMAC-SHA1 over text, vector and page number behind each page.
-constexpr int PageSize = 1024;
 constexpr int KeySize = 32;
 constexpr int SaltSize = 16;
 constexpr int VectorSize = 16;

@@ -11,6 +11,7 @@
 class clsPageFile
 {
 public:
+    static constexpr int PageSize = 1024; ///< bytes of a page in the file
     /// What a page holds for its user; the rest of its 1024 bytes belongs to the encryption.
     static constexpr int UsableSize = 976;
 

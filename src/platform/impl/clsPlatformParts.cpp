@@ -7,8 +7,13 @@
 #include "platform/clsDatabaseFiles.h"
 #include "platform/clsDisk.h"
 #include "platform/clsEventLoop.h"
+#include "platform/clsKeyring.h"
+#include "platform/clsLinkFiles.h"
+#include "platform/clsMailServer.h"
+#include "platform/clsPrograms.h"
 #include "platform/clsSettingsStore.h"
 #include "platform/clsSound.h"
+#include "platform/clsSpelling.h"
 #include "platform/frmResources.h"
 #include "platform/impl/modPlatformImpl.h"
 
@@ -17,6 +22,19 @@
 
 using namespace Qt::Literals::StringLiterals;
 
+namespace
+{
+const QString HelpFile = u"Bramdat.hlp"_s;
+
+/// What every program folder gets a copy of. The help text is first: it is what a newer program needs most, should
+/// something fail then.
+const QStringList& SharedFiles()
+{
+    static const QStringList names{HelpFile, u"Musfall.wav"_s, u"ssceam.tlx"_s, u"ssceam2.clx"_s, u"LinksPage.html"_s};
+    return names;
+}
+} // namespace
+
 struct clsPlatformParts::Parts
 {
     std::unique_ptr<clsDisk> disk;
@@ -24,10 +42,15 @@ struct clsPlatformParts::Parts
     std::unique_ptr<clsEventLoop> eventLoop;
     std::unique_ptr<clsClock> clock;
     std::unique_ptr<clsSound> sound;
+    std::unique_ptr<clsSpelling> spelling;
     std::unique_ptr<clsConnection> connection;
     std::unique_ptr<clsDBEngine> engine;
     std::unique_ptr<clsDatabaseFiles> databaseFiles;
+    std::unique_ptr<clsLinkFiles> linkFiles;
     std::unique_ptr<frmResources> resources;
+    std::unique_ptr<clsMailProbe> mailProbe;
+    std::unique_ptr<clsKeyring> keyring;
+    std::unique_ptr<clsPrograms> programs;
 };
 
 clsPlatformParts::clsPlatformParts(const QString& home) : m_parts(std::make_unique<Parts>()), m_home(home)
@@ -43,11 +66,18 @@ clsPlatformParts::clsPlatformParts(const QString& home) : m_parts(std::make_uniq
     m_parts->eventLoop = modPlatformImpl::MakeEventLoop();
     m_parts->clock = modPlatformImpl::MakeClock();
     m_parts->sound = modPlatformImpl::MakeSound();
+    m_parts->spelling = modPlatformImpl::MakeSpelling(*m_parts->disk);
     m_parts->connection = modPlatformImpl::MakeConnection();
     m_parts->engine = modPlatformImpl::MakeDBEngine();
     m_parts->databaseFiles = modPlatformImpl::MakeDatabaseFiles(*m_parts->eventLoop, *m_parts->disk);
+    m_parts->linkFiles = modPlatformImpl::MakeLinkFiles(*m_parts->eventLoop, *m_parts->disk);
     m_parts->resources =
-        std::make_unique<frmResources>(modPlatformImpl::MakeHTTPControl(*m_parts->disk), nullptr, nullptr);
+        std::make_unique<frmResources>(modPlatformImpl::MakeHTTPControl(*m_parts->disk),
+                                       modPlatformImpl::MakeSmtpControl(*m_parts->eventLoop),
+                                       modPlatformImpl::MakeMimeControl());
+    m_parts->mailProbe = modPlatformImpl::MakeMailProbe(*m_parts->eventLoop);
+    m_parts->keyring = modPlatformImpl::MakeKeyring(*m_parts->eventLoop);
+    m_parts->programs = modPlatformImpl::MakePrograms(*m_parts->eventLoop);
 }
 
 clsPlatformParts::~clsPlatformParts() = default;
@@ -57,13 +87,18 @@ clsPlatform clsPlatformParts::Bundle() const
     clsPlatform bundle;
     bundle.DBEngine = m_parts->engine.get();
     bundle.DatabaseFiles = m_parts->databaseFiles.get();
+    bundle.LinkFiles = m_parts->linkFiles.get();
     bundle.Settings = m_parts->settings.get();
     bundle.EventLoop = m_parts->eventLoop.get();
     bundle.Clock = m_parts->clock.get();
     bundle.Connection = m_parts->connection.get();
     bundle.Sound = m_parts->sound.get();
+    bundle.Spelling = m_parts->spelling.get();
     bundle.Disk = m_parts->disk.get();
     bundle.Resources = m_parts->resources.get();
+    bundle.MailProbe = m_parts->mailProbe.get();
+    bundle.Keyring = m_parts->keyring.get();
+    bundle.Programs = m_parts->programs.get();
     return bundle;
 }
 
@@ -78,6 +113,10 @@ void clsPlatformParts::LayDown(bool sample)
     const QString share = modPlatformImpl::ShareFolder();
     const QString source = share + (sample ? u"/Sample.mdb"_s : u"/Bramdat.mdb"_s);
     const QString data = m_programFolder + u"/Data"_s;
+    // Where what it is laid down from is missing, nothing is begun.
+    (void)disk.Facts(source);
+    for (const QString& name : SharedFiles())
+        (void)disk.Facts(share + u'/' + name);
     disk.MakeFolder(m_programFolder);
     Complete();
     if (disk.FolderExists(data)) {
@@ -96,12 +135,9 @@ void clsPlatformParts::Complete()
     clsDisk& disk = *m_parts->disk;
     const QString share = modPlatformImpl::ShareFolder() + u'/';
     const QString folder = m_programFolder + u'/';
-    // The help text is first: it is what a newer program needs most, should something fail here.
-    const QString help = u"Bramdat.hlp"_s;
-    if (!disk.FileExists(folder + help) || disk.ReadFile(folder + help) != disk.ReadFile(share + help))
-        disk.CopyFile(share + help, folder + help);
-    for (const QString& name : {u"Musfall.wav"_s, u"ssceam.tlx"_s, u"ssceam2.clx"_s, u"LinksPage.html"_s}) {
-        if (!disk.FileExists(folder + name))
+    for (const QString& name : SharedFiles()) {
+        const bool renewed = name == HelpFile;
+        if (!disk.FileExists(folder + name) || (renewed && disk.ReadFile(folder + name) != disk.ReadFile(share + name)))
             disk.CopyFile(share + name, folder + name);
     }
     // The user's own lists begin empty.

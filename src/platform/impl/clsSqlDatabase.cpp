@@ -132,6 +132,14 @@ void clsSqlDatabase::AppendField(const QString& table, const QString& field, int
     connection.ForgetTables();
 }
 
+void clsSqlDatabase::Declare(const QString& statements)
+{
+    clsSqlTransaction transaction(Connection());
+    m_connection->Run(statements);
+    transaction.Commit();
+    m_connection->ForgetTables();
+}
+
 qint64 clsSqlDatabase::ForEach(const QString& sql, const clsFieldValues& values, std::vector<clsBookmark> keys)
 {
     // In the file's order each page is read and encrypted once.

@@ -19,6 +19,7 @@ public:
     int FieldSize(const QString& table, const QString& field) override;
     void AppendField(const QString& table, const QString& field, int type, int size,
                      const QVariant& defaultValue) override;
+    void Declare(const QString& statements) override;
     qint64 UpdateRecords(const QString& table, const std::vector<clsBookmark>& keys,
                          const clsFieldValues& values) override;
     qint64 DeleteRecords(const QString& table, const std::vector<clsBookmark>& keys) override;

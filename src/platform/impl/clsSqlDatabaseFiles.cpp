@@ -4,9 +4,11 @@
 #include "platform/clsDisk.h"
 #include "platform/clsEventLoop.h"
 #include "platform/impl/clsFileWork.h"
+#include "platform/impl/clsPageFile.h"
 #include "platform/impl/clsSqlConnection.h"
 #include "platform/impl/clsSqlStatement.h"
 #include "platform/impl/clsSqlWorkspace.h"
+#include "platform/impl/clsTreeReader.h"
 #include "platform/impl/clsWorker.h"
 #include "platform/impl/modPlatformImpl.h"
 #include "platform/impl/modSalvage.h"
@@ -16,7 +18,9 @@
 #include <QFileInfo>
 #include <future>
 #include <limits>
+#include <optional>
 #include <sqlite3.h>
+#include <vector>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -97,8 +101,39 @@ clsDatabaseFiles::RowCounts RowsOf(const clsWorkConnection& connection, clsFileW
     return counts;
 }
 
+/// Pages without a single byte that ought to have some. The encryption takes such a page for a new one, and the engine
+/// is content with it as the end of a long field.
+QStringList EmptyPagesOf(const clsWorkConnection& connection, const QString& path, const clsFileWork& work)
+{
+    // By the engine's own hands: to close the file would give up its locks.
+    sqlite3_file* file = nullptr;
+    sqlite3_int64 size = 0;
+    sqlite3_file_control(connection->Handle(), "main", SQLITE_FCNTL_FILE_POINTER, &file);
+    file->pMethods->xFileSize(file, &size);
+    const QByteArray nothing(clsPageFile::PageSize, '\0');
+    QByteArray page = nothing;
+    std::vector<quint32> empty;
+    for (sqlite3_int64 place = 0; place + clsPageFile::PageSize <= size; place += clsPageFile::PageSize) {
+        if (file->pMethods->xRead(file, page.data(), clsPageFile::PageSize, place) == SQLITE_OK && page == nothing &&
+            place != sqlite3_int64{0x40000000}) // where the locks are, no page is ever written
+            empty.push_back(static_cast<quint32>(place / clsPageFile::PageSize + 1));
+    }
+    QStringList complaints;
+    if (empty.empty())
+        return complaints;
+    // One that was free before it was ever written may be empty.
+    clsPageFile pages(path, connection.Key());
+    clsTreeReader reader(pages, work.StopFlag());
+    reader.PassFreePages();
+    for (const quint32 number : empty) {
+        if (!reader.Known(number))
+            complaints << u"Page %1 is empty."_s.arg(number);
+    }
+    return complaints;
+}
+
 /// What the engine finds wrong with pages and indexes. It tells of damage by rows, until a page is too bad to go on.
-QStringList ComplaintsOf(const clsWorkConnection& connection)
+QStringList ComplaintsOf(const clsWorkConnection& connection, const QString& path, const clsFileWork& work)
 {
     QStringList complaints;
     sqlite3_stmt* check = connection->Take(u"PRAGMA integrity_check"_s);
@@ -114,7 +149,7 @@ QStringList ComplaintsOf(const clsWorkConnection& connection)
         complaints << QString::fromUtf8(sqlite3_errstr(code));
     else if (code != SQLITE_DONE)
         modSqlErrors::Raise(connection->Handle(), code, u"PRAGMA integrity_check"_s);
-    return complaints;
+    return complaints + EmptyPagesOf(connection, path, work);
 }
 
 /// @return the rows of a file that is sound. @throws DatabaseDamaged
@@ -123,7 +158,7 @@ clsDatabaseFiles::RowCounts Prove(const QString& path, const QString& connect, c
     const int middle = (from + 100) / 2;
     work.SetPart(from, middle);
     const clsWorkConnection connection(path, connect, work);
-    if (const QStringList complaints = ComplaintsOf(connection); !complaints.isEmpty())
+    if (const QStringList complaints = ComplaintsOf(connection, path, work); !complaints.isEmpty())
         modSqlErrors::Raise(clsError::DatabaseDamaged,
                             u"The database file \"%1\" is damaged: %2"_s.arg(path, complaints.first()));
     work.SetPart(middle, 100);
@@ -223,7 +258,11 @@ clsDatabaseFiles::RowCounts clsSqlDatabaseFiles::Read(const QString& path, const
                                                       const Progress& progress)
 {
     RowCounts rows;
-    Do(progress, [&](clsFileWork& work) { rows = RowsOf(clsWorkConnection(path, connect, work), work); });
+    Do(progress, [&](clsFileWork& work) {
+        const clsWorkConnection connection(path, connect, work);
+        connection->Run(u"BEGIN IMMEDIATE"_s); // whoever is writing is waited for
+        rows = RowsOf(connection, work);
+    });
     return rows;
 }
 
@@ -233,7 +272,7 @@ QStringList clsSqlDatabaseFiles::Check(const QString& path, const QString& conne
     Do(progress, [&](clsFileWork& work) {
         work.SetPart(0, 50);
         const clsWorkConnection connection(path, connect, work);
-        complaints = ComplaintsOf(connection);
+        complaints = ComplaintsOf(connection, path, work);
         work.SetPart(50, 100);
         if (complaints.isEmpty())
             RowsOf(connection, work);
@@ -267,7 +306,7 @@ void clsSqlDatabaseFiles::Compact(const QString& source, const QString& destinat
             // A file that is not finished is thrown away: it needs no account of its changes, and one flush at its end.
             connection->Run(u"PRAGMA compacted.journal_mode = OFF"_s);
             connection->Run(u"PRAGMA compacted.synchronous = OFF"_s);
-            connection->Run(u"BEGIN"_s);
+            connection->Run(u"BEGIN IMMEDIATE"_s); // what another program has begun must not be left behind
             connection->Run(u"SELECT sqlcipher_export('compacted')"_s);
             connection->Run(u"PRAGMA compacted.user_version = %1"_s.arg(userVersion));
             connection->Run(u"COMMIT"_s);
@@ -282,8 +321,8 @@ void clsSqlDatabaseFiles::Compact(const QString& source, const QString& destinat
     });
 }
 
-QStringList clsSqlDatabaseFiles::Salvage(const QString& path, const QString& made, const QString& connect,
-                                         const Progress& progress)
+QStringList clsSqlDatabaseFiles::Salvage(const QString& path, const QString& made, const QString& kept,
+                                         const QString& connect, const Progress& progress)
 {
     QStringList losses;
     Do(progress, [&](clsFileWork& work) {
@@ -300,6 +339,7 @@ QStringList clsSqlDatabaseFiles::Salvage(const QString& path, const QString& mad
             if (const QString loss = LossText(table); !loss.isEmpty())
                 losses << loss;
         }
+        m_disk.KeepAs(path, kept);
         m_disk.RemoveFile(JournalOf(path));
         m_disk.ReplaceFile(made, path);
         file.Keep();
@@ -308,13 +348,16 @@ QStringList clsSqlDatabaseFiles::Salvage(const QString& path, const QString& mad
     return losses;
 }
 
-void clsSqlDatabaseFiles::Copy(const QString& source, const QString& destination, const QString& connect,
-                               const Progress& progress)
+clsDatabaseFiles::RowCounts clsSqlDatabaseFiles::Copy(const QString& source, const QString& destination,
+                                                      const QString& connect, const Progress& progress)
 {
+    RowCounts rows;
     Do(progress, [&](clsFileWork& work) {
-        // What an interrupted change left must be taken back first: the copy would lack what that takes.
-        if (m_disk.FileExists(JournalOf(source)))
-            clsWorkConnection(source, connect, work)->Run(u"SELECT count(*) FROM sqlite_master"_s);
+        // To open it takes back what an interrupted change left: the copy would lack what that takes. And while it is
+        // being read, no other program writes it. A medium that cannot be written needs neither.
+        std::optional<clsWorkConnection> held;
+        if (QFileInfo(source).isWritable())
+            held.emplace(source, connect, work)->Run(u"BEGIN; SELECT count(*) FROM sqlite_master"_s);
         const QString copy = destination + u".new"_s;
         clsNewFile made(m_disk, copy);
         work.SetPart(0, 50);
@@ -324,7 +367,8 @@ void clsSqlDatabaseFiles::Copy(const QString& source, const QString& destination
                 return !work.Stopped();
             }))
             GoOn(work);
-        Prove(copy, connect, work, 50);
+        held.reset();
+        rows = Prove(copy, connect, work, 50);
         GoOn(work);
         // The account of changes to the old file would spoil the new one.
         m_disk.RemoveFile(JournalOf(destination));
@@ -332,6 +376,18 @@ void clsSqlDatabaseFiles::Copy(const QString& source, const QString& destination
         made.Keep();
         m_disk.Flush(QFileInfo(destination).path());
     });
+    return rows;
+}
+
+bool clsSqlDatabaseFiles::SameState(const QString& one, const QString& other) const
+{
+    // Every change writes the counter of changes, and with it the first page under a new random number.
+    const auto beginning = [](const QString& path) {
+        QFile file(path);
+        return file.open(QIODevice::ReadOnly) ? file.read(clsPageFile::PageSize) : QByteArray();
+    };
+    const QByteArray first = beginning(one);
+    return !first.isEmpty() && QFileInfo(one).size() == QFileInfo(other).size() && first == beginning(other);
 }
 
 std::unique_ptr<clsDatabaseFiles> modPlatformImpl::MakeDatabaseFiles(clsEventLoop& eventLoop, clsDisk& disk)

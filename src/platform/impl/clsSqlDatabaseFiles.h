@@ -18,10 +18,11 @@ public:
     void Reindex(const QString& path, const QString& connect, const Progress& progress) override;
     void Compact(const QString& source, const QString& destination, const QString& connect, const QString& locale,
                  const RowCounts& rows, const Progress& progress) override;
-    [[nodiscard]] QStringList Salvage(const QString& path, const QString& made, const QString& connect,
-                                      const Progress& progress) override;
-    void Copy(const QString& source, const QString& destination, const QString& connect,
-              const Progress& progress) override;
+    [[nodiscard]] QStringList Salvage(const QString& path, const QString& made, const QString& kept,
+                                      const QString& connect, const Progress& progress) override;
+    RowCounts Copy(const QString& source, const QString& destination, const QString& connect,
+                   const Progress& progress) override;
+    [[nodiscard]] bool SameState(const QString& one, const QString& other) const override;
 
 private:
     /// Has the worker do `job` while the event loop runs. What it raises is raised here.

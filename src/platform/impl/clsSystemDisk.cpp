@@ -16,6 +16,7 @@
 #include <functional>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
+#include <tuple>
 #include <unistd.h>
 #include <utility>
 
@@ -85,6 +86,13 @@ public:
     /// Has the file end where writing it did. Emptying it before instead would make some file systems put every
     /// rewritten file on the disk when it is closed, some milliseconds each time.
     void ReplaceContent() { m_replaces = true; }
+    /// Gives the file the permissions of another one, if there is one and we may; its owner may always write.
+    void TakeModeOf(const QString& path)
+    {
+        struct stat facts = {};
+        if (::stat(QFile::encodeName(path).constData(), &facts) == 0)
+            std::ignore = ::fchmod(m_descriptor, (facts.st_mode & 07777) | 0600);
+    }
     /// Some file systems tell only here that the content did not fit.
     void Close()
     {
@@ -155,6 +163,11 @@ class clsSystemDisk final : public clsDisk
 public:
     bool FileExists(const QString& path) const override { return QFileInfo(path).isFile(); }
     bool FolderExists(const QString& path) const override { return QFileInfo(path).isDir(); }
+
+    QStringList FileNames(const QString& folder) const override
+    {
+        return QDir(folder).entryList(QDir::Files | QDir::Hidden, QDir::Name);
+    }
 
     void MakeFolder(const QString& path) override
     {
@@ -242,6 +255,15 @@ public:
             Fail(errno, u"Renaming "_s + from + u" to "_s + to);
     }
 
+    void KeepAs(const QString& path, const QString& name) override
+    {
+        if (::link(QFile::encodeName(path).constData(), QFile::encodeName(name).constData()) == 0)
+            return;
+        if (errno != EPERM && errno != EOPNOTSUPP && errno != ENOSYS && errno != EMLINK)
+            Fail(errno, u"Naming "_s + path + u" also "_s + name);
+        CopyFile(path, name);
+    }
+
     void RemoveFile(const QString& path) override
     {
         if (::unlink(QFile::encodeName(path).constData()) != 0 && errno != ENOENT)
@@ -281,12 +303,17 @@ public:
     }
 
 private:
-    /// Has `write` fill a file beside `path`, which takes its place once the medium has all of it.
+    /// Has `write` fill a file beside `path`, which takes its place once the medium has all of it. Where `path` is a
+    /// link, the file it leads to is replaced; the new file may be read and written by whom the old one could.
     static void Replace(const QString& path, const std::function<void(clsOpenFile&)>& write)
     {
+        const QString led = QFileInfo(path).canonicalFilePath();
+        if (!led.isEmpty() && led != path && QFileInfo(path).isSymLink())
+            return Replace(led, write);
         const QString part = path + u".part"_s;
         clsOpenFile target(part, O_WRONLY | O_CREAT | O_TRUNC, u"Writing "_s);
         clsHalfFile half(part);
+        target.TakeModeOf(path);
         write(target);
         target.Flush();
         target.Close();

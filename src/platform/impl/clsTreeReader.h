@@ -46,6 +46,8 @@ public:
     bool ReadIndex(quint32 root, const Sink& sink);
     /// Marks the free pages as known, so that they are not taken for lost ones.
     void PassFreePages();
+    /// Whether something has led to a page.
+    [[nodiscard]] bool Known(quint32 number) const { return number < m_entered.size() && m_entered[number]; }
 
     /// What is found on the pages to which nothing led. To be called when every tree has been read.
     /// @param leaf  gets the records of each page that belongs to some table.

@@ -10,6 +10,9 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace
 {
+/// Of a record; no table has more, and a file of commas would fill the memory.
+constexpr qsizetype MostFields = 1000;
+
 /// The parser, and the record that it is in.
 class clsParser
 {
@@ -47,8 +50,9 @@ private:
     // Called from within the library: nothing may be thrown through it.
     static void TakeField(void* field, std::size_t size, void* parser) noexcept
     {
-        static_cast<clsParser*>(parser)->m_fields.append(
-            QByteArray(static_cast<const char*>(field), static_cast<qsizetype>(size)));
+        QByteArrayList& fields = static_cast<clsParser*>(parser)->m_fields;
+        if (fields.size() <= MostFields)
+            fields.append(QByteArray(static_cast<const char*>(field), static_cast<qsizetype>(size)));
     }
     static void TakeEnd(int /*terminator*/, void* parser) noexcept
     {
@@ -122,6 +126,8 @@ std::optional<modCsv::Problem> modCsv::Read(const QByteArray& bytes, const std::
         if (!fields)
             continue;
         Record record{std::exchange(firstLine, 0), {}};
+        if (fields->size() > MostFields)
+            return Problem{record.line, u"It has more than %1 values."_s.arg(MostFields)};
         if (!Decode(*fields, record.fields))
             return Problem{record.line, u"The text is not encoded in UTF-8."_s};
         if (!take(record))

@@ -2,14 +2,16 @@
 // The one place where failures of a download become the numbers that the program knows.
 #pragma once
 
+#include "platform/impl/modSocketCodes.h"
+
 #include <curl/curl.h>
 
 namespace modHTTPErrors
 {
-constexpr int AddressNotAvailable = 49; ///< also a malformed address and a scheme other than http and https
-constexpr int ConnectTimedOut = 60;
+using modSocketCodes::AddressNotAvailable; ///< also a malformed address and a scheme other than http and https
+using modSocketCodes::ConnectTimedOut;
+using modSocketCodes::OtherBase;
 constexpr int TransferTimedOut = 501;
-constexpr int OtherBase = 900; ///< everything without a number of its own: this and the library's code
 
 /// What is known of a transfer that ended.
 struct Ending

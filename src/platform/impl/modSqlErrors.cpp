@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/impl/modSqlErrors.h"
 
+#include "platform/impl/modSystemError.h"
+
+#include <QFile>
 #include <cerrno>
+#include <optional>
 #include <sqlite3.h>
 
 using namespace Qt::Literals::StringLiterals;
@@ -16,27 +20,38 @@ struct Meaning
     QString text;
 };
 
-bool NoSpace(int systemError)
+/// What the operating system's failure means, whatever the engine was doing.
+std::optional<Meaning> OfSystem(int systemError)
 {
-    return systemError == ENOSPC || systemError == EFBIG || systemError == EDQUOT;
+    switch (const qint32 number = modSystemError::NumberOf(systemError)) {
+    case clsError::DiskFull:
+        return Meaning{number, u"The disk is full."_s};
+    case clsError::DeviceUnavailable:
+        return Meaning{number, u"The drive is not available."_s};
+    case clsError::PermissionDenied:
+        return Meaning{number, u"The database file or its folder may not be written."_s};
+    default:
+        return std::nullopt;
+    }
 }
 
 Meaning OfInputOutput(int systemError)
 {
-    if (NoSpace(systemError))
-        return {clsError::DiskFull, u"The disk is full."_s};
-    if (systemError == EACCES || systemError == EPERM || systemError == EROFS)
-        return {clsError::PermissionDenied, u"The database file or its folder may not be written."_s};
-    return {clsError::DeviceIOError, u"The database file could not be read or written."_s};
+    return OfSystem(systemError)
+        .value_or(Meaning{clsError::DeviceIOError, u"The database file could not be read or written."_s});
 }
 
 Meaning OfCannotOpen(int systemError)
 {
-    if (systemError == EACCES || systemError == EPERM || systemError == EROFS)
-        return {clsError::PermissionDenied, u"No permission to open the database file, or to write beside it."_s};
-    if (NoSpace(systemError))
-        return {clsError::DiskFull, u"The disk is full."_s};
-    return {clsError::DatabaseMissing, u"The database file could not be found or opened."_s};
+    return OfSystem(systemError)
+        .value_or(Meaning{clsError::DatabaseMissing, u"The database file could not be found or opened."_s});
+}
+
+/// Whether the file of a connection exists.
+bool IsThere(sqlite3* handle)
+{
+    const char* file = sqlite3_db_filename(handle, "main");
+    return file && *file && QFile::exists(QString::fromUtf8(file));
 }
 
 Meaning OfConstraint(int code)
@@ -60,6 +75,9 @@ Meaning OfStatement(const QString& message)
         if (message.startsWith(start))
             return {clsError::UnknownItem, u"A table or field of this name does not exist."_s};
     }
+    // What a damaged page says the tables are need not even be a statement.
+    if (message.startsWith("malformed database schema"_L1))
+        return {clsError::DatabaseDamaged, u"The database file is damaged."_s};
     return {clsError::EngineFailure, u"The database could not carry out a statement."_s};
 }
 
@@ -101,7 +119,10 @@ Meaning Of(int code, int systemError, const QString& message)
 void modSqlErrors::Raise(sqlite3* handle, int code, const QString& doing)
 {
     const QString message = QString::fromUtf8(handle ? sqlite3_errmsg(handle) : sqlite3_errstr(code));
-    const int systemError = handle ? sqlite3_system_errno(handle) : 0;
+    int systemError = handle ? sqlite3_system_errno(handle) : 0;
+    // A journal that may not be written is looked for once more, to be read, and then only this is known of it.
+    if ((code & 0xff) == SQLITE_CANTOPEN && systemError == ENOENT && IsThere(handle))
+        systemError = EACCES;
     const Meaning meaning = Of(code, systemError, message);
     throw clsError(meaning.number, u"%1 (%2; %3)"_s.arg(meaning.text, message, doing), QLatin1String(Source),
                    systemError);

@@ -4,9 +4,7 @@
 #include <cerrno>
 #include <system_error>
 
-namespace
-{
-qint32 NumberOf(int code)
+qint32 modSystemError::NumberOf(int code)
 {
     switch (code) {
     case ENOENT:
@@ -36,7 +34,6 @@ qint32 NumberOf(int code)
         return clsError::DeviceIOError;
     }
 }
-} // namespace
 
 clsError modSystemError::FromErrno(int code, const QString& doing, const QString& source)
 {

@@ -24,8 +24,9 @@ namespace
 {
 constexpr double TwipsPerPoint = 20;
 constexpr double PointsPerInch = 72;
-/// In points; of a set-up that says nothing of margins.
-constexpr double UsualMargin = 50.4;
+/// In points; of a set-up that says nothing of margins. A whole number, to which the print dialog would round it: then
+/// the paper has other pages than the preview.
+constexpr double UsualMargin = 50;
 /// What a set-up has to leave for the text, each way, in points.
 constexpr double LeastRoom = 216;
 constexpr double LargestPaper = 14400;

@@ -8,6 +8,7 @@
 #include <QFileDialog>
 #include <QIcon>
 #include <QInputDialog>
+#include <QLineEdit>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QStyle>
@@ -80,20 +81,31 @@ void withPlainButtons(const QDialog& dialog)
     }
 }
 
-/// "Log File (*.log)|*.log" as the file dialog wants it: one text for each pair, its pattern in round brackets.
+/// "Log File (*.log)|*.log" as the file dialog wants it: one text for each pair, behind the name the patterns in round
+/// brackets, which the dialog takes away again.
 QStringList nameFilters(const QString& filter)
 {
     const QStringList parts = filter.split(u'|');
     QStringList filters;
     for (qsizetype i = 0; i + 1 < parts.size(); i += 2) {
-        const QString name = parts[i].left(parts[i].lastIndexOf(u'(')).trimmed();
-        const QString patterns = QString(parts[i + 1]).replace(u';', u' ');
-        filters << u"%1 (%2)"_s.arg(name, patterns);
+        // A file need not have a suffix.
+        const QString patterns = parts[i + 1] == "*.*"_L1 ? u"*"_s : QString(parts[i + 1]).replace(u';', u' ');
+        filters << u"%1 (%2)"_s.arg(parts[i], QString(patterns).replace(u',', u' '));
     }
     return filters;
 }
 
-/// "log" of "Log File (*.log)"; empty when the pattern leaves the suffix open.
+/// The one of these that the user has chosen. @param shown  the whole of it, or as the dialog shows it.
+QString chosenFilter(const QStringList& filters, const QString& shown)
+{
+    for (const QString& filter : filters) {
+        if (filter == shown || filter.startsWith(shown + " ("_L1))
+            return filter;
+    }
+    return {};
+}
+
+/// "log" of "Log File (*.log) (*.log)"; empty when the pattern leaves the suffix open.
 QString suffixOf(const QString& nameFilter)
 {
     const QString patterns = nameFilter.mid(nameFilter.lastIndexOf(u'(') + 1).chopped(1);
@@ -155,12 +167,23 @@ QString clsWidgetDialogs::OpenFile(const FileRequest& request)
 
 QString clsWidgetDialogs::InputBox(const QString& prompt, const QString& title, const QString& offered)
 {
+    return AskLine(prompt, title, offered, true);
+}
+
+QString clsWidgetDialogs::PasswordBox(const QString& prompt, const QString& title)
+{
+    return AskLine(prompt, title, {}, false);
+}
+
+QString clsWidgetDialogs::AskLine(const QString& prompt, const QString& title, const QString& offered, bool shown) const
+{
     if (s_ending)
         return {};
     QInputDialog dialog(Owner());
     dialog.setWindowTitle(title);
     dialog.setLabelText(prompt);
     dialog.setTextValue(offered);
+    dialog.setTextEchoMode(shown ? QLineEdit::Normal : QLineEdit::Password);
     withPlainButtons(dialog);
     // Never Null when it is accepted: an empty answer is an answer.
     return dialog.exec() == QDialog::Accepted ? u""_s + dialog.textValue() : QString();
@@ -172,10 +195,13 @@ QString clsWidgetDialogs::Choose(QFileDialog& dialog, const FileRequest& request
     dialog.setDirectory(request.folder);
     const QStringList filters = nameFilters(request.filter);
     if (!filters.isEmpty()) {
+        dialog.setOption(QFileDialog::HideNameFilterDetails);
         dialog.setNameFilters(filters);
         dialog.setDefaultSuffix(suffixOf(filters.first()));
         QObject::connect(&dialog, &QFileDialog::filterSelected, &dialog,
-                         [&dialog](const QString& filter) { dialog.setDefaultSuffix(suffixOf(filter)); });
+                         [&dialog, filters](const QString& shown) {
+                             dialog.setDefaultSuffix(suffixOf(chosenFilter(filters, shown)));
+                         });
     }
     if (!request.fileName.isEmpty())
         dialog.selectFile(request.fileName);

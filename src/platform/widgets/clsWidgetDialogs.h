@@ -22,6 +22,7 @@ public:
     [[nodiscard]] QString SaveFile(const FileRequest& request) override;
     [[nodiscard]] QString OpenFile(const FileRequest& request) override;
     [[nodiscard]] QString InputBox(const QString& prompt, const QString& title, const QString& offered) override;
+    [[nodiscard]] QString PasswordBox(const QString& prompt, const QString& title) override;
 
     /// Rejects what is open, newest first, and refuses new dialogs while `ending`.
     static void SetEnding(bool ending);
@@ -29,6 +30,7 @@ public:
 
 private:
     [[nodiscard]] QWidget* Owner() const { return m_owner ? m_owner() : nullptr; }
+    [[nodiscard]] QString AskLine(const QString& prompt, const QString& title, const QString& offered, bool shown) const;
     [[nodiscard]] static QString Choose(QFileDialog& dialog, const FileRequest& request);
 
     std::function<QWidget*()> m_owner;

@@ -54,6 +54,8 @@ void frmPrintPreview::AddCommand(const char* name, const QString& text, const QK
 {
     QAction* action = m_bar->addAction(text, this, run);
     action->setObjectName(QLatin1String(name));
+    // With its key: a tool button would show the text without.
+    action->setIconText(text);
     action->setShortcut(key);
 }
 

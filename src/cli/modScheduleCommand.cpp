@@ -1,0 +1,189 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// schedule: the link test as a job of the system's, and what such a run tells.
+#include "cli/clsCommandSession.h"
+#include "cli/modCommands.h"
+#include "cli/modConsole.h"
+#include "data/clsLinkRecord.h"
+#include "data/modDataModel.h"
+#include "linktest/modTestQueue.h"
+#include "platform/clsClock.h"
+#include "platform/clsDatabase.h"
+#include "platform/clsDisk.h"
+#include "platform/clsError.h"
+#include "platform/clsScheduler.h"
+#include "platform/impl/clsPlatformParts.h"
+#include "platform/impl/modPlatformImpl.h"
+#include "shell/modBrambury.h"
+#include "shell/modCommonFunctions.h"
+#include "shell/modErrorHandler.h"
+
+#include <CLI/CLI.hpp>
+#include <QCoreApplication>
+#include <QCryptographicHash>
+#include <QHash>
+
+using namespace Qt::Literals::StringLiterals;
+using modCommonFunctions::TextOf;
+
+namespace
+{
+/// Beside the user's other files: what each run by schedule has found changed.
+const QString ChangesFile = u"\\Changes.log"_s;
+
+/// One job for each installation: a portable one has its folder in the job's name.
+QString JobName(const QString& home)
+{
+    constexpr qsizetype fewDigits = 8;
+    if (home.isEmpty())
+        return u"brambury-test"_s;
+    const QByteArray hash = QCryptographicHash::hash(home.toUtf8(), QCryptographicHash::Sha256).toHex();
+    return u"brambury-test-"_s + QString::fromLatin1(hash.left(fewDigits));
+}
+
+/// @return the code of a failure to reach the system's jobs, which has been told.
+ExitCode Guarded(const std::function<void(clsScheduler&)>& body)
+{
+    const auto scheduler = modPlatformImpl::MakeScheduler(*modBrambury::Platform().Disk);
+    const auto failure = failureOf([&] { body(*scheduler); });
+    if (!failure)
+        return ExitCode::Done;
+    modConsole::ErrorLine(u"The system's timed jobs could not be reached: %1"_s.arg(failure->Description()));
+    modConsole::ErrorLine(u"Install cron, or log in where systemd serves users; or let a job of your own run "
+                          "\"brambury schedule run\"."_s);
+    return ExitCode::Failed;
+}
+
+ExitCode Enter(const clsCommandSession& session, clsScheduler::Often often, const QTime& at)
+{
+    if (!session.Parts().Installed())
+        return session.LocateDatabase();
+    const QString home = session.Parts().Home().isEmpty() ? QString() : session.Parts().ProgramFolder();
+    clsScheduler::Job job{.name = JobName(home),
+                          .description = u"Brambury link test"_s,
+                          .command = {QCoreApplication::applicationFilePath()},
+                          .often = often,
+                          .at = at};
+    if (!home.isEmpty())
+        job.command << u"--home"_s << home;
+    job.command << u"schedule"_s << u"run"_s;
+    return Guarded([&](clsScheduler& scheduler) {
+        const QString by = scheduler.Enter(job);
+        modConsole::WriteLine(u"The active and broken links of all sites will be tested %1 at %2, by %3."_s.arg(
+            often == clsScheduler::Often::Weekly ? u"every Monday"_s : u"every day"_s, at.toString(u"HH:mm"_s), by));
+        modConsole::WriteLine(u"What a run finds changed is added to %1"_s.arg(modBrambury::FolderPath(ChangesFile)));
+    });
+}
+
+ExitCode Off(const QString& name)
+{
+    return Guarded([&](clsScheduler& scheduler) {
+        modConsole::WriteLine(scheduler.Remove(name) ? u"Links are no longer tested by schedule."_s
+                                                     : u"No test was scheduled."_s);
+    });
+}
+
+ExitCode Tell(const QString& name)
+{
+    return Guarded([&](clsScheduler& scheduler) {
+        const QString entered = scheduler.Entered(name);
+        modConsole::WriteLine(entered.isEmpty() ? u"No test is scheduled."_s : u"Links are tested: "_s + entered);
+    });
+}
+
+/// What a run may change of a link.
+struct Verdict
+{
+    QString link; ///< for people
+    int results = 0;
+    bool queued = false;
+};
+
+QHash<qint64, Verdict> Verdicts(clsDatabase& database)
+{
+    const auto links = database.OpenRecordset(u"tblLinkList"_s);
+    QHash<qint64, Verdict> verdicts;
+    for (const std::vector<QVariant>& row :
+         links->Rows(0, links->RecordCount(), {u"ID"_s, u"Title"_s, u"SiteName"_s, u"Results"_s, u"TestQueue"_s}))
+        verdicts.insert(row[0].toLongLong(),
+                        {u"%1 (%2)"_s.arg(TextOf(row[1]), TextOf(row[2])), row[3].toInt(), row[4].toInt() != 0});
+    return verdicts;
+}
+
+/// One line for each link whose verdict is another one than before the run.
+QStringList Changes(const QHash<qint64, Verdict>& before, const QHash<qint64, Verdict>& after)
+{
+    QStringList changes;
+    for (auto link = before.cbegin(); link != before.cend(); ++link) {
+        const auto now = after.constFind(link.key());
+        // One that is still queued was not tested.
+        if (!link->queued || now == after.cend() || now->queued || now->results == link->results)
+            continue;
+        const bool passes = now->results == modDataModel::ResultPassed;
+        const bool passed = link->results == modDataModel::ResultPassed || link->results == 0;
+        const QString what = passes ? u"Passes now"_s : passed ? u"Fails now"_s : u"Fails in another way"_s;
+        const QString why = clsLinkRecord::ResultsText(now->results).replace("\r\n"_L1, "  "_L1);
+        changes << u"%1: %2%3"_s.arg(what, link->link, passes || why.isEmpty() ? QString() : u"  "_s + why);
+    }
+    changes.sort();
+    return changes;
+}
+
+/// The scheduled job itself.
+ExitCode RunNow()
+{
+    clsDatabase& database = clsCommandSession::Database();
+    modTestQueue::SetTests(database, {.queue = modTestQueue::Queue::Select,
+                                      .statuses = {modDataModel::Active, modDataModel::Broken},
+                                      .allSites = true,
+                                      .site = {}});
+    const QHash<qint64, Verdict> before = Verdicts(database);
+    const ExitCode code = modCommands::TestQueuedLinks();
+    const QStringList changes = Changes(before, Verdicts(database));
+    const QDateTime now = modBrambury::Platform().Clock->Now();
+    const QString heading = u"%1 at %2"_s.arg(modCommonFunctions::LongDate(now), modCommonFunctions::MediumTime(now));
+    modConsole::WriteLine(changes.isEmpty() ? u"Nothing has changed since the last run."_s
+                                            : u"Changed since the last run:"_s);
+    for (const QString& change : changes)
+        modConsole::WriteLine(change);
+    if (!changes.isEmpty())
+        modBrambury::Platform().Disk->AppendFile(modBrambury::FolderPath(ChangesFile),
+                                                 (heading + u'\n' + changes.join(u'\n') + u"\n\n"_s).toUtf8());
+    return code;
+}
+} // namespace
+
+void modCommands::AddSchedule(CLI::App& app, clsCommand& chosen)
+{
+    CLI::App* schedule = app.add_subcommand("schedule", "Let the system test the active and broken links by itself");
+    schedule->require_subcommand(1);
+
+    const auto at = std::make_shared<std::string>("04:30");
+    const auto time = [](const std::string& text) {
+        return QTime::fromString(QString::fromStdString(text), u"H:mm"_s).isValid()
+                   ? std::string()
+                   : "There is no time of day " + text + "; write it as 04:30";
+    };
+    const auto add = [&](const char* name, const char* what, clsScheduler::Often often) {
+        CLI::App* each = schedule->add_subcommand(name, what);
+        each->add_option("--at", *at, "Time of day, local time (04:30 if none is given)")
+            ->type_name("HH:MM")
+            ->check(time);
+        each->callback([&chosen, at, often] {
+            chosen = [often, when = QTime::fromString(QString::fromStdString(*at), u"H:mm"_s)](
+                         const clsCommandSession& session) { return Enter(session, often, when); };
+        });
+    };
+    add("daily", "Test every day", clsScheduler::Often::Daily);
+    add("weekly", "Test every Monday", clsScheduler::Often::Weekly);
+    const auto named = [&](const char* name, const char* what, ExitCode (*body)(const QString&)) {
+        schedule->add_subcommand(name, what)->callback([&chosen, body] {
+            chosen = [body](const clsCommandSession& session) {
+                return body(JobName(session.Parts().Home().isEmpty() ? QString() : session.Parts().ProgramFolder()));
+            };
+        });
+    };
+    named("off", "Test by schedule no more", &Off);
+    named("show", "Tell what is scheduled", &Tell);
+    schedule->add_subcommand("run", "What the schedule runs: queue, test, and tell what has changed")
+        ->callback([&chosen] { chosen = [](const clsCommandSession& session) { return session.AsRun({}, &RunNow); }; });
+}

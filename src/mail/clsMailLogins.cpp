@@ -1,0 +1,143 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "mail/clsMailLogins.h"
+
+#include "data/modMailSecrets.h"
+#include "platform/clsDatabase.h"
+#include "platform/clsDialogs.h"
+#include "platform/clsPrograms.h"
+#include "platform/modSecrets.h"
+#include "shell/modBrambury.h"
+#include "shell/modCommonFunctions.h"
+#include "shell/modErrorHandler.h"
+
+#include <algorithm>
+#include <chrono>
+
+using namespace Qt::Literals::StringLiterals;
+using modBrambury::Platform;
+using modBrambury::State;
+
+namespace
+{
+constexpr std::chrono::seconds TokenLimit(60);
+const QString Source = u"clsMailLogins"_s;
+
+constexpr std::pair<clsMailSecurity, QLatin1StringView> Words[] = {
+    {clsMailSecurity::None, "none"_L1}, {clsMailSecurity::StartTLS, "starttls"_L1}, {clsMailSecurity::TLS, "tls"_L1}};
+} // namespace
+
+clsMailLogins::~clsMailLogins()
+{
+    ForgetAsked();
+}
+
+void clsMailLogins::ForgetAsked()
+{
+    for (QByteArray& secret : m_asked)
+        modSecrets::Wipe(secret);
+    m_asked.clear();
+}
+
+std::optional<clsMailSecurity> clsMailLogins::SecurityOf(const QString& word)
+{
+    if (word.isEmpty())
+        return clsMailSecurity::None;
+    for (const auto& [security, name] : Words) {
+        if (word == name)
+            return security;
+    }
+    return std::nullopt;
+}
+
+QString clsMailLogins::WordOf(clsMailSecurity security)
+{
+    for (const auto& [known, name] : Words) {
+        if (known == security)
+            return name;
+    }
+    return {};
+}
+
+QByteArray clsMailLogins::Token(const QString& command)
+{
+    QByteArray output = Platform().Programs->Output(command, TokenLimit, [] { return State().StopFlag; });
+    QByteArray token = output.trimmed();
+    modSecrets::Wipe(output);
+    // Tokens are printable (RFC 6750): anything else would break out of the line that carries it.
+    const bool whole =
+        std::all_of(token.cbegin(), token.cend(), [](char letter) { return letter > ' ' && letter < 127; });
+    if (!token.isEmpty() && whole)
+        return token;
+    const bool nothing = token.isEmpty();
+    modSecrets::Wipe(token);
+    throw clsError(clsError::DeviceUnavailable,
+                   nothing ? u"The token command prints nothing."_s
+                           : u"The token command prints something else than one token."_s,
+                   Source);
+}
+
+clsMailLogin clsMailLogins::Of(const clsRecordset& site)
+{
+    const auto text = [&](const QString& field) { return modCommonFunctions::TextOf(site.Field(field)); };
+    const QString siteID = text(u"SiteID"_s);
+    const QString word = text(u"MailSecurity"_s);
+    const auto security = SecurityOf(word);
+    // Nothing less than what was wanted will do, and what that was is not known.
+    if (!security)
+        throw clsError(clsError::DeviceUnavailable,
+                       u"The connection security \"%1\" of the site %2 is none that is known."_s.arg(word, siteID),
+                       Source);
+    clsMailLogin login;
+    login.security = *security;
+    login.user = text(u"MailUser"_s);
+    if (login.user.isEmpty())
+        return login;
+    if (const QString command = text(u"MailTokenCommand"_s); !command.isEmpty()) {
+        login.token = true;
+        const auto failure = failureOf([&] { login.secret = Token(command); });
+        if (failure && !(failure->Number() == clsError::WorkStopped && State().StopFlag))
+            throw clsError(*failure);
+        return login;
+    }
+    const QString key = text(u"MailKey"_s);
+    std::optional<QByteArray> kept;
+    const auto failure = failureOf([&] { kept = modMailSecrets::Read(modBrambury::OpenDatabase(), key); });
+    // A keyring that does not answer can be done without. A file that does not is waited for by whoever asks.
+    if (failure && modMailSecrets::PlaceOf(key) != modMailSecrets::Place::Keyring)
+        throw clsError(*failure);
+    QString why;
+    if (failure)
+        why = u"The keyring does not give it: "_s + failure->Description();
+    else if (!key.isEmpty())
+        why = modMailSecrets::PlaceOf(key) == modMailSecrets::Place::Keyring
+                  ? u"The keyring does not have it any more, or is locked."_s // it tells no difference
+                  : u"It is not where it was kept any more."_s;
+    login.secret = kept ? *kept : Asked(siteID, text(u"HostName"_s), login.user, why);
+    return login;
+}
+
+QByteArray clsMailLogins::Asked(const QString& siteID, const QString& host, const QString& user, const QString& why)
+{
+    const QString asked = host.toLower() + u'\n' + user;
+    if (const auto known = m_asked.constFind(asked); known != m_asked.cend())
+        return *known;
+    QString prompt = u"Password of %1 at %2:"_s.arg(user, host);
+    if (!why.isEmpty())
+        prompt += u"\n("_s + why + u')';
+    QString typed;
+    const auto failure = failureOf([&] { typed = Platform().Dialogs->PasswordBox(prompt, u"Log-in"_s); });
+    if (failure)
+        throw clsError(clsError::DeviceUnavailable,
+                       u"The password of %1 at %2 is not kept, and nobody can be asked for it.  Store it: "
+                       "brambury site login \"%3\" --user \"%1\" --password-stdin  %4"_s.arg(user, host, siteID, why)
+                           .trimmed(),
+                       Source);
+    if (typed.isNull()) {
+        State().StopFlag = true;
+        return {};
+    }
+    const QByteArray secret = typed.toUtf8();
+    modSecrets::Wipe(typed);
+    m_asked.insert(asked, secret);
+    return secret;
+}
