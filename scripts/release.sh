@@ -24,6 +24,8 @@ trap 'rm -rf "$root"' EXIT
 dpkg-deb -x "$package" "$root/package"
 desktop-file-validate "$root"/package/usr/share/applications/*.desktop
 appstreamcli validate --no-net "$root"/package/usr/share/metainfo/*.xml
+compgen -G "$root/package/usr/share/brambury/pictures/*.png" >/dev/null ||
+    { echo "The package's help has no pictures." >&2; exit 1; }
 XDG_DATA_HOME=$root/data QT_QPA_PLATFORM=offscreen \
     "$root/package/usr/bin/brambury" --home "$root/home" init --sample
 QT_QPA_PLATFORM=offscreen "$root/package/usr/bin/brambury" --home "$root/home" sites

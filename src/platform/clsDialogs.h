@@ -38,7 +38,7 @@ public:
         QString title;
         QString filter;   ///< "Log File (*.log)|*.log": pairs of name and pattern
         QString fileName; ///< offered name, without a folder
-        QString folder;   ///< where the dialog starts
+        QString folder;   ///< where the dialog starts; empty: where the last one ended
         bool confirmOverwrite = true;
     };
 

@@ -277,6 +277,12 @@ void frmMailLogin::ShowPlaces()
                            (m_noKeyring.isEmpty() || m_places->id(option) != static_cast<int>(Place::Keyring)));
     m_lblKeyring->setText(u"There is none: "_s + m_noKeyring);
     m_lblKeyring->setVisible(!m_noKeyring.isEmpty());
+    if (m_noKeyring.isEmpty() || !isVisible())
+        return;
+    // A tab does not ask its wrapped texts how high they get.
+    m_lblKeyring->setMinimumHeight(m_lblKeyring->heightForWidth(m_lblKeyring->parentWidget()->width() * 3 / 4));
+    layout()->activate();
+    resize(size().expandedTo(minimumSizeHint()));
 }
 
 void frmMailLogin::showEvent(QShowEvent* event)

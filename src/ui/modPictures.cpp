@@ -48,7 +48,7 @@
 
 #include <QApplication>
 #include <QDir>
-#include <QFontDatabase>
+#include <QFontMetrics>
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QProcess>
@@ -429,7 +429,7 @@ int AgainAtDoubleScale(const QString& home, const QString& folder)
 
 int modWindow::RenderPictures(clsPlatformParts& parts, const QString& folder, bool lightOnly)
 {
-    if (QFontDatabase::families().isEmpty()) {
+    if (!QFontMetrics(QApplication::font()).inFont(u'a')) {
         std::fprintf(stderr, "Without fonts there are no pictures: install some.\n");
         return CouldNotRun;
     }

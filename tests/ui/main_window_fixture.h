@@ -77,6 +77,7 @@ public:
                                          .Resources = &resources};
         modBrambury::SetProgramFolder(installation.Folder());
         Set(QStringLiteral("General"), QStringLiteral("AutoBackup"), QStringLiteral("No"));
+        Set(QStringLiteral("Backup"), QStringLiteral("KeepDated"), QStringLiteral("No"));
         // Neither the guide of a first start nor a tip stands in the way.
         Set(QStringLiteral("General"), QStringLiteral("LastEntry"), QStringLiteral("2026-01-01"));
         windows.HoldTips();

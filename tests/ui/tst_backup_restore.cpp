@@ -5,8 +5,8 @@
 #include "support/dialogs.h"
 
 #include <QDir>
-#include <QLineEdit>
 #include <QFileInfo>
+#include <QLineEdit>
 #include <QListWidget>
 #include <QTreeWidget>
 #include <QWindow>
@@ -103,6 +103,7 @@ private Q_SLOTS:
     void DatedBackupFromTheList()
     {
         clsTestWindow program;
+        program.Set(u"Backup"_s, u"KeepDated"_s, u"Yes"_s);
         program.Fill();
         program.Open();
         program.Close();

@@ -297,6 +297,12 @@ private Q_SLOTS:
             QCOMPARE(dialog->windowTitle(), u"Save To"_s);
         });
         QCOMPARE(m_dialogs->SaveFile(request), m_folder.filePath(u"Monday.log"_s));
+        onNextDialog<QFileDialog>([&](QFileDialog* dialog) {
+            const QString start = dialog->directory().path();
+            dialog->reject();
+            QCOMPARE(start, m_folder.path());
+        });
+        QCOMPARE(ErrorOf([&] { (void)m_dialogs->SaveFile({}); }), clsError::DialogCancelled);
 
         // Everything chosen: nothing is hung onto the name.
         onNextDialog<QFileDialog>([](QFileDialog* dialog) {

@@ -192,7 +192,9 @@ QString clsWidgetDialogs::AskLine(const QString& prompt, const QString& title, c
 QString clsWidgetDialogs::Choose(QFileDialog& dialog, const FileRequest& request)
 {
     dialog.setWindowTitle(request.title);
-    dialog.setDirectory(request.folder);
+    // Without one the dialog starts where the last one ended, and the first one in the working folder.
+    if (!request.folder.isEmpty())
+        dialog.setDirectory(request.folder);
     const QStringList filters = nameFilters(request.filter);
     if (!filters.isEmpty()) {
         dialog.setOption(QFileDialog::HideNameFilterDetails);
