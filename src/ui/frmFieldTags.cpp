@@ -40,7 +40,7 @@ public:
     [[nodiscard]] QVariant headerData(int section, Qt::Orientation orientation, int role) const override
     {
         if (orientation == Qt::Horizontal && role == Qt::DisplayRole)
-            return section == TagColumn ? u"Field Tag"_s : u"Description"_s;
+            return section == TagColumn ? u"FieldTag"_s : u"Description"_s;
         return {};
     }
     [[nodiscard]] QVariant data(const QModelIndex& index, int role) const override
