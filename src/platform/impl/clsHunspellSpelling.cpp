@@ -61,7 +61,7 @@ QString clsHunspellSpelling::OpenDictionary(Lists& lists) const
         return u"Spelling cannot be checked: %1 is no word list."_s.arg(dictionary.fileName());
     lists.dictionary = std::make_unique<Hunspell>(QFile::encodeName(m_lexicons.affixes).constData(),
                                                   QFile::encodeName(m_lexicons.dictionary).constData());
-    const std::string& name = lists.dictionary->get_dict_encoding();
+    const std::string name = lists.dictionary->get_dict_encoding(); // a copy: the dictionary may have to go
     lists.encoding = QStringConverter::encodingForName(name.c_str());
     // The library's own name for it has no second hyphen.
     if (!lists.encoding && qstricmp(name.c_str(), "ISO8859-1") == 0)
