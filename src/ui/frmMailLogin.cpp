@@ -11,6 +11,7 @@
 #include "shell/modBrambury.h"
 #include "shell/modCommonFunctions.h"
 #include "shell/modErrorHandler.h"
+#include "ui/clsExplanation.h"
 #include "ui/modTextBoxes.h"
 
 #include <QButtonGroup>
@@ -45,14 +46,6 @@ constexpr int UsualPort = 25;
 constexpr int MostSeconds = 3600;
 constexpr int MostMessages = 100'000;
 constexpr int TestPage = 2;
-
-QLabel* Explanation(const QString& text)
-{
-    auto* label = new QLabel(text);
-    label->setTextFormat(Qt::PlainText);
-    label->setWordWrap(true);
-    return label;
-}
 
 void Warn(const QString& text)
 {
@@ -144,7 +137,7 @@ QWidget* frmMailLogin::BuildLogin()
     m_txtPassword->setObjectName(u"txtPassword"_s);
     m_txtPassword->setEchoMode(QLineEdit::Password);
     fields->addRow(u"Pass&word:"_s, m_txtPassword);
-    fields->addRow(Explanation(
+    fields->addRow(new clsExplanation(
         u"Many providers want an app password here: a password for one program alone, which you make in the security "
         "settings of your account, and can take back there. The password of the account itself is then refused."_s));
     m_places = new QButtonGroup(this);
@@ -159,7 +152,7 @@ QWidget* frmMailLogin::BuildLogin()
         places->addWidget(option);
         if (place != Place::Keyring)
             continue;
-        m_lblKeyring = Explanation({});
+        m_lblKeyring = new clsExplanation({});
         m_lblKeyring->setObjectName(u"lblKeyring"_s);
         m_lblKeyring->setIndent(24);
         m_lblKeyring->hide();
@@ -204,7 +197,7 @@ QWidget* frmMailLogin::BuildAdvanced()
     m_txtTokenCommand->setObjectName(u"txtTokenCommand"_s);
     modTextBoxes::LimitSize(*m_txtTokenCommand, m_site.Size(u"MailTokenCommand"_s));
     fields->addRow(u"Token co&mmand:"_s, m_txtTokenCommand);
-    fields->addRow(Explanation(
+    fields->addRow(new clsExplanation(
         u"A program of your own that prints a token for the user. It is run, without a shell, when messages are "
         "to be sent, and has a minute. Leave this empty to log in with a password. Write no secret into it: other "
         "programs can see the words with which one is run."_s));
@@ -215,7 +208,7 @@ QWidget* frmMailLogin::BuildAdvanced()
     numbers->addRow(u"&Gap between two:"_s, Pace(u"txtGap"_s, u"MailGap"_s, MostSeconds, u" seconds"_s));
     numbers->addRow(u"At most in an hou&r:"_s, Pace(u"txtPerHour"_s, u"MailPerHour"_s, MostMessages, u" messages"_s));
     numbers->addRow(u"At most in a &day:"_s, Pace(u"txtPerDay"_s, u"MailPerDay"_s, MostMessages, u" messages"_s));
-    numbers->addRow(Explanation(u"0 is no limit. Sites that use the same server count together."_s));
+    numbers->addRow(new clsExplanation(u"0 is no limit. Sites that use the same server count together."_s));
 
     auto* all = new QVBoxLayout(page);
     all->addWidget(token);
@@ -227,8 +220,8 @@ QWidget* frmMailLogin::BuildAdvanced()
 QWidget* frmMailLogin::BuildTest()
 {
     auto* page = new QWidget;
-    m_lblAdvice = Explanation(u"\"Test\" connects to the server with what is entered here, logs in, and sends "
-                              "nothing. What it finds is shown here, and what to choose next."_s);
+    m_lblAdvice = new clsExplanation(u"\"Test\" connects to the server with what is entered here, logs in, and sends "
+                                     "nothing. What it finds is shown here, and what to choose next."_s);
     m_lblAdvice->setObjectName(u"lblAdvice"_s);
     m_lblAdvice->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     m_txtReport = new QPlainTextEdit;
@@ -275,14 +268,8 @@ void frmMailLogin::ShowPlaces()
     for (QAbstractButton* option : m_places->buttons())
         option->setEnabled(password &&
                            (m_noKeyring.isEmpty() || m_places->id(option) != static_cast<int>(Place::Keyring)));
-    m_lblKeyring->setText(u"There is none: "_s + m_noKeyring);
+    m_lblKeyring->Tell(u"There is none: "_s + m_noKeyring);
     m_lblKeyring->setVisible(!m_noKeyring.isEmpty());
-    if (m_noKeyring.isEmpty() || !isVisible())
-        return;
-    // A tab does not ask its wrapped texts how high they get.
-    m_lblKeyring->setMinimumHeight(m_lblKeyring->heightForWidth(m_lblKeyring->parentWidget()->width() * 3 / 4));
-    layout()->activate();
-    resize(size().expandedTo(minimumSizeHint()));
 }
 
 void frmMailLogin::showEvent(QShowEvent* event)
@@ -487,7 +474,7 @@ void frmMailLogin::Test()
         return Warn(u"The site has no mail server yet.  Enter its name in the site's properties."_s);
     m_tabs->setCurrentIndex(TestPage);
     m_txtReport->clear();
-    m_lblAdvice->setText(u"Connecting to %1, port %2..."_s.arg(target.host).arg(target.port));
+    m_lblAdvice->Tell(u"Connecting to %1, port %2..."_s.arg(target.host).arg(target.port));
     clsMailServerReport report;
     Waiting([&] {
         report = Platform().MailProbe->Probe(target.host, target.port, login, State().Settings.Timeout,
@@ -496,5 +483,5 @@ void frmMailLogin::Test()
     if (m_closing)
         return;
     m_txtReport->setPlainText(modMailAdvice::Facts(report, target).join(u'\n'));
-    m_lblAdvice->setText(m_stopped ? u"You stopped the test."_s : modMailAdvice::Advice(report, target).join(u'\n'));
+    m_lblAdvice->Tell(m_stopped ? u"You stopped the test."_s : modMailAdvice::Advice(report, target).join(u'\n'));
 }

@@ -11,12 +11,12 @@
 
 class QButtonGroup;
 class QComboBox;
-class QLabel;
 class QLineEdit;
 class QPlainTextEdit;
 class QPushButton;
 class QSpinBox;
 class QTabWidget;
+class clsExplanation;
 class clsSiteRecord;
 struct clsMailLogin;
 
@@ -66,9 +66,9 @@ private:
     QLineEdit* m_txtUser = nullptr;
     QLineEdit* m_txtPassword = nullptr;
     QButtonGroup* m_places = nullptr;
-    QLabel* m_lblKeyring = nullptr;
+    clsExplanation* m_lblKeyring = nullptr;
     QLineEdit* m_txtTokenCommand = nullptr;
-    QLabel* m_lblAdvice = nullptr;
+    clsExplanation* m_lblAdvice = nullptr;
     QPlainTextEdit* m_txtReport = nullptr;
     QPushButton* m_buttonTest = nullptr;
     QPushButton* m_buttonOK = nullptr;

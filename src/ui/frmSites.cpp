@@ -6,6 +6,7 @@
 #include "platform/modHelpTopics.h"
 #include "shell/modBrambury.h"
 #include "shell/modErrorHandler.h"
+#include "ui/clsExplanation.h"
 #include "ui/clsPortBox.h"
 #include "ui/frmMailLogin.h"
 #include "ui/modTemplateList.h"
@@ -29,14 +30,6 @@ constexpr int HTMLLines = 3;
 
 /// Of the buttons below the pages.
 const QString ButtonLetters = u"onpcah"_s;
-
-QLabel* Explanation(const QString& text)
-{
-    auto* label = new QLabel(text);
-    label->setTextFormat(Qt::PlainText);
-    label->setWordWrap(true);
-    return label;
-}
 } // namespace
 
 frmSites::frmSites(clsSiteRecord& site, clsDatabase& database, QWidget* parent)
@@ -158,13 +151,14 @@ void frmSites::BuildRules()
                                 }),
                      0, Qt::AlignLeft);
     page->setSpacing(12);
-    page->addWidget(Explanation(
+    page->addWidget(new clsExplanation(
         u"You can test for the presence of your site's link and image on reciprocal sites and for the presence of "
         "their links and images on your site. The checkboxes below enable you to specify which tests should be "
         "performed. For example, you may wish to only search the reciprocal sites to make sure they are linked to your "
         "site, or you may wish to search your site to make sure you are linked to the reciprocal sites."_s));
-    page->addWidget(Explanation(u"The default rules are to test for the existence of links on both your site and the "
-                                "reciprocal site, but not to check for graphical images."_s));
+    page->addWidget(
+        new clsExplanation(u"The default rules are to test for the existence of links on both your site and the "
+                           "reciprocal site, but not to check for graphical images."_s));
     page->addWidget(rules);
     page->addStretch(1);
 }
@@ -181,7 +175,7 @@ void frmSites::BuildHTML()
     };
     add(*lines, u"txtLinkHTML"_s, u"LinkHTML"_s, u"&Text Link HTML:"_s);
     add(*lines, u"txtGraphicHTML"_s, u"GraphicHTML"_s, u"&Image Link HTML:"_s);
-    lines->addWidget(Explanation(
+    lines->addWidget(new clsExplanation(
         u"This section can be used to pass special HTML code/tags to your recipients to ensure that your link is setup "
         "properly on their links page. It can be very useful when you are working with those who are not experienced "
         "in HTML scripting."_s));
