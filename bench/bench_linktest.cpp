@@ -168,13 +168,6 @@ Figures RunBare(const Web& web)
 
 // ---- the link test itself
 
-class quietParent : public clsRunParent
-{
-public:
-    void HighLightLink(qint64, const QString&) override {}
-    void RunProgress(qint64, qint64) override {}
-};
-
 class quietLog : public clsLogWindow
 {
 protected:
@@ -253,7 +246,7 @@ Figures RunLinkTest(const Web& web, int links, int simultaneous)
     state.CurrentSite = u"Own"_s;
     state.Tests = {true, true, true, true};
 
-    quietParent parent;
+    clsRunParent parent;
     quietLog log;
     clsHTTP test({.Parent = &parent,
                   .LogWindow = &log,

@@ -77,13 +77,6 @@ bool SendBare(quint16 port, const QByteArray& recipient)
     return sent;
 }
 
-class quietParent final : public clsRunParent
-{
-public:
-    void HighLightLink(qint64 /*linkID*/, const QString& /*siteName*/) override {}
-    void RunProgress(qint64 /*done*/, qint64 /*total*/) override {}
-};
-
 class quietLog final : public clsLogWindow
 {
 protected:
@@ -162,7 +155,7 @@ double BareWithCommits(quint16 port, int count)
 double MailRun(quint16 port, int count)
 {
     const Queue queue(port, count);
-    quietParent parent;
+    clsRunParent parent;
     quietLog log;
     clsMail mail({.Run = {&parent, &log, modBrambury::Platform(), modBrambury::State().Database.get()}});
     QElapsedTimer timer;

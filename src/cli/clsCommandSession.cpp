@@ -52,12 +52,9 @@ ExitCode clsCommandSession::LocateDatabase() const
 
 ExitCode clsCommandSession::OpenDatabase() const
 {
-    State().Workspace = State().Platform.DBEngine->CreateWorkspace(QString(), u"admin"_s, QString());
     if (modDBFunctions::OpenProcessDatabase())
         return ExitCode::Done;
-    if (modDBFunctions::LastUse() == modDBFunctions::Use::InUse)
-        return ExitCode::InUse;
-    return ExitCode::Failed;
+    return State().FileInUse ? ExitCode::InUse : ExitCode::Failed;
 }
 
 ExitCode clsCommandSession::AsRun(const QString& siteID, const std::function<ExitCode()>& body) const
@@ -65,19 +62,13 @@ ExitCode clsCommandSession::AsRun(const QString& siteID, const std::function<Exi
     const clsEndSignals signals = StopBySignals();
     if (const ExitCode located = LocateDatabase(); located != ExitCode::Done)
         return located;
-    const auto lock =
-        State().Platform.Disk->Lock(State().Settings.DataPath + u"Bramdat.run"_s, clsDisk::Share::Exclusive);
+    const auto lock = modBrambury::LockRun();
     if (!lock)
         return InUse(u"Another run is under way on this database."_s);
     if (const ExitCode opened = OpenDatabase(); opened != ExitCode::Done)
         return opened;
-    {
-        const auto sites = Database().OpenRecordset(u"tblSites"_s);
-        if (const ExitCode found = FindSite(*sites, siteID); found != ExitCode::Done)
-            return found;
-        modSites::Select(*sites);
-    }
-    return body();
+    const ExitCode selected = SelectSite(Database(), siteID);
+    return selected == ExitCode::Done ? body() : selected;
 }
 
 clsEndSignals clsCommandSession::StopBySignals()
@@ -113,4 +104,13 @@ ExitCode clsCommandSession::FindSite(clsRecordset& sites, const QString& siteID)
         return ExitCode::Refused;
     }
     return ExitCode::Done;
+}
+
+ExitCode clsCommandSession::SelectSite(clsDatabase& database, const QString& siteID)
+{
+    const auto sites = database.OpenRecordset(u"tblSites"_s);
+    const ExitCode found = FindSite(*sites, siteID);
+    if (found == ExitCode::Done)
+        modSites::Select(*sites);
+    return found;
 }

@@ -53,6 +53,8 @@ public:
     /// Moves to the site that a command is for: the one named, else the one selected last, else the first; tells the
     /// user when there is none. @param sites  records of tblSites.  @param siteID  Null: none is named.
     [[nodiscard]] static ExitCode FindSite(clsRecordset& sites, const QString& siteID);
+    /// Makes that site the process's selected one, as it is in the window when its links are worked on.
+    [[nodiscard]] static ExitCode SelectSite(clsDatabase& database, const QString& siteID);
 
 private:
     clsPlatformParts& m_parts;

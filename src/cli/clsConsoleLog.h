@@ -11,7 +11,7 @@ public:
     /// When a line's end is written.
     enum class LineEnd
     {
-        AtOnce, ///< a reader who takes whole lines sees each as it comes; what continues one stands on a line of its own
+        AtOnce, ///< a reader of whole lines sees each as it comes; what continues one stands on a line of its own
         Late    ///< with the next line, so that a line can be continued: it reads as in the window
     };
     explicit clsConsoleLog(LineEnd lineEnd = LineEnd::AtOnce) : m_lineEnd(lineEnd) {}

@@ -20,9 +20,9 @@ using namespace Qt::Literals::StringLiterals;
 namespace
 {
 constexpr char Footer[] =
-    "Exit codes: 0 done, 1 done but a link failed, a message was not sent or there was nothing to\n"
-    "write, 2 wrong usage or refused input, 3 could not run or ended by an error, 4 in use by\n"
-    "another run, 5 stopped.";
+    "Exit codes: 0 done, 1 done but a link failed, a message was not sent, damage was found or there\n"
+    "was nothing to write, 2 wrong usage or refused input, 3 could not run or ended by an error,\n"
+    "4 in use by another run, 5 stopped.";
 
 int Number(ExitCode code)
 {
@@ -119,8 +119,8 @@ void WhileConnecting(QtMsgType type, const QMessageLogContext& /*context*/, cons
     std::_Exit(TellNoDisplay());
 }
 
-/// The offscreen platform says of every window that it cannot pass its size on, and a bare environment has no folder for
-/// a session: nobody needs that for a picture, or for a page.
+/// The offscreen platform says of every window that it cannot pass its size on, and a bare environment has no folder
+/// for a session: nobody needs that for a picture, or for a page.
 void WhileOffscreen(QtMsgType /*type*/, const QMessageLogContext& /*context*/, const QString& text)
 {
     if (!text.startsWith("This plugin does not support"_L1) && !text.startsWith("QStandardPaths: "_L1))

@@ -20,7 +20,7 @@ struct clsWindowEntry
     std::function<std::unique_ptr<clsPrinter>(clsSettingsStore* settings)> MakePrinter;
     /// Opens the window and runs until the program ends. @return the process's exit code.
     std::function<int(clsPlatformParts& parts)> OpenWindow;
-    /// Renders the windows into PNG files in `folder`, light ones of single size or all. @return the process's exit code.
+    /// Renders the windows into PNG files, light ones of single size or all. @return the process's exit code.
     std::function<int(clsPlatformParts& parts, const QString& folder, bool lightOnly)> RenderPictures;
 };
 

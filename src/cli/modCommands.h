@@ -26,21 +26,21 @@ using clsCommand = std::function<ExitCode(clsCommandSession&)>;
 /// Each routine adds the commands of a group to `app`; the one that the user names puts its body into `chosen`.
 namespace modCommands
 {
-void AddInit(CLI::App& app, clsCommand& chosen);     ///< init
-void AddRuns(CLI::App& app, clsCommand& chosen);     ///< test, queue
-void AddMail(CLI::App& app, clsCommand& chosen);     ///< send, preview, mail, queue mail; to be called after AddRuns
-void AddTables(CLI::App& app, clsCommand& chosen);   ///< sites, links, categories, templates
-void AddSite(CLI::App& app, clsCommand& chosen);     ///< site
+void AddInit(CLI::App& app, clsCommand& chosen);      ///< init, sample
+void AddRuns(CLI::App& app, clsCommand& chosen);      ///< test, queue
+void AddMail(CLI::App& app, clsCommand& chosen);      ///< send, preview, mail, queue mail; to be called after AddRuns
+void AddTables(CLI::App& app, clsCommand& chosen);    ///< sites, links, categories, templates
+void AddSite(CLI::App& app, clsCommand& chosen);      ///< site
 void AddMailLogin(CLI::App& app, clsCommand& chosen); ///< site login, site probe; to be called after AddSite
-void AddLink(CLI::App& app, clsCommand& chosen);     ///< link
-void AddCategory(CLI::App& app, clsCommand& chosen); ///< category
-void AddTemplate(CLI::App& app, clsCommand& chosen); ///< template
-void AddImport(CLI::App& app, clsCommand& chosen);   ///< links import; to be called after AddTables
-void AddHarvest(CLI::App& app, clsCommand& chosen);  ///< harvest
-void AddSettings(CLI::App& app, clsCommand& chosen); ///< settings
-void AddSafety(CLI::App& app, clsCommand& chosen);   ///< backup, restore, compact, repair, check, rescue
-void AddPage(CLI::App& app, clsCommand& chosen);     ///< links-page
-void AddSchedule(CLI::App& app, clsCommand& chosen); ///< schedule
+void AddLink(CLI::App& app, clsCommand& chosen);      ///< link
+void AddCategory(CLI::App& app, clsCommand& chosen);  ///< category
+void AddTemplate(CLI::App& app, clsCommand& chosen);  ///< template
+void AddImport(CLI::App& app, clsCommand& chosen);    ///< links import; to be called after AddTables
+void AddHarvest(CLI::App& app, clsCommand& chosen);   ///< harvest
+void AddSettings(CLI::App& app, clsCommand& chosen);  ///< settings
+void AddSafety(CLI::App& app, clsCommand& chosen);    ///< backup, restore, compact, repair, check, rescue
+void AddPage(CLI::App& app, clsCommand& chosen);      ///< links-page
+void AddSchedule(CLI::App& app, clsCommand& chosen);  ///< schedule
 /// report. @param prints  set when it is chosen: it needs Platform().Printer.
 void AddReport(CLI::App& app, clsCommand& chosen, bool& prints);
 

@@ -6,7 +6,7 @@
 enum class ExitCode : int
 {
     Done = 0,     ///< all well; an empty queue too
-    Findings = 1, ///< done, but a link failed, a message was not sent or is in doubt, damage was found, or there was nothing to write
+    Findings = 1, ///< a link failed, a message was not sent or is in doubt, damage was found, nothing to write
     Refused = 2,  ///< wrong usage or refused input; nothing was changed
     Failed = 3,   ///< could not run, or ended by an error
     InUse = 4,    ///< another run, or an open window, is in the way

@@ -11,7 +11,6 @@
 #include <QFileInfo>
 #include <algorithm>
 #include <numeric>
-#include <optional>
 
 using namespace Qt::Literals::StringLiterals;
 

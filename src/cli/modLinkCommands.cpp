@@ -6,7 +6,6 @@
 #include "cli/modRecordWords.h"
 #include "data/clsLinkRecord.h"
 #include "data/modLinks.h"
-#include "data/modSites.h"
 #include "shell/modBrambury.h"
 #include "shell/modCommonFunctions.h"
 
@@ -20,27 +19,12 @@ namespace
 {
 const QString LinkTable = u"tblLinkList"_s;
 
-modDataModel::StatusBounds AllLinks()
-{
-    return modDataModel::BoundsOf(modDataModel::ViewAll, false);
-}
-
 /// Moves to a link. @return Done, or Refused when there is none; the user has been told.
 ExitCode FindLink(clsRecordset& links, qint64 id)
 {
     if (links.PositionOf(id) < 0)
         return clsCommandSession::Refuse(u"There is no link %1."_s.arg(id));
     links.MoveTo(id);
-    return ExitCode::Done;
-}
-
-/// The site becomes the selected one, as a link of its list is edited in the window.
-ExitCode SelectSite(clsDatabase& database, const QString& siteID)
-{
-    const auto sites = database.OpenRecordset(u"tblSites"_s);
-    if (const ExitCode found = clsCommandSession::FindSite(*sites, siteID); found != ExitCode::Done)
-        return found;
-    modSites::Select(*sites);
     return ExitCode::Done;
 }
 
@@ -70,10 +54,10 @@ ExitCode Show(clsDatabase& database, qint64 id, modIO::TableForm form)
 
 ExitCode Add(clsDatabase& database, const QString& siteID, const std::vector<Assignment>& assignments)
 {
-    if (const ExitCode selected = SelectSite(database, siteID); selected != ExitCode::Done)
+    if (const ExitCode selected = clsCommandSession::SelectSite(database, siteID); selected != ExitCode::Done)
         return selected;
     clsLinkRecord link = EditorOfSelectedSite(database);
-    if (!link.OpenNew(AllLinks()))
+    if (!link.OpenNew(modDataModel::EveryStatus))
         return ExitCode::Failed;
     const ExitCode saved = Save(database, link, assignments);
     if (saved == ExitCode::Done)
@@ -87,10 +71,10 @@ ExitCode Set(clsDatabase& database, qint64 id, const std::vector<Assignment>& as
     if (const ExitCode found = FindLink(*links, id); found != ExitCode::Done)
         return found;
     const QString siteID = u""_s + modCommonFunctions::TextOf(links->Field(u"SiteName"_s));
-    if (const ExitCode selected = SelectSite(database, siteID); selected != ExitCode::Done)
+    if (const ExitCode selected = clsCommandSession::SelectSite(database, siteID); selected != ExitCode::Done)
         return selected;
     clsLinkRecord link = EditorOfSelectedSite(database);
-    return link.Open(id, AllLinks()) ? Save(database, link, assignments) : ExitCode::Failed;
+    return link.Open(id, modDataModel::EveryStatus) ? Save(database, link, assignments) : ExitCode::Failed;
 }
 
 /// What is done with many links at once. @return how many there were.

@@ -6,7 +6,6 @@
 #include "cli/modRecordWords.h"
 #include "data/clsLinkRecord.h"
 #include "data/modCategories.h"
-#include "data/modSites.h"
 #include "platform/clsDisk.h"
 #include "platform/impl/modCsv.h"
 #include "shell/modBrambury.h"
@@ -39,7 +38,7 @@ public:
         m_references = modRecordWords::ReferencesOfLinks(m_database, m_siteID);
         for (const modCategories::Category& category : modCategories::Of(m_database, m_siteID))
             m_categories.insert(category.Name.toCaseFolded(), category.ID);
-        if (!m_link.OpenNew(modDataModel::BoundsOf(modDataModel::ViewAll, false)))
+        if (!m_link.OpenNew(modDataModel::EveryStatus))
             return ExitCode::Failed;
         const auto problem = modCsv::Read(content, [this](const modCsv::Record& record) { return Take(record); });
         if (problem)
@@ -206,10 +205,8 @@ ExitCode Import(clsDatabase& database, const QString& siteID, const QString& fil
     const clsDisk& disk = *modBrambury::Platform().Disk;
     if (!disk.FileExists(file))
         return clsCommandSession::Refuse(u"There is no file "_s + file + u'.');
-    const auto sites = database.OpenRecordset(u"tblSites"_s);
-    if (const ExitCode found = clsCommandSession::FindSite(*sites, siteID); found != ExitCode::Done)
-        return found;
-    modSites::Select(*sites);
+    if (const ExitCode selected = clsCommandSession::SelectSite(database, siteID); selected != ExitCode::Done)
+        return selected;
     const QByteArray content = disk.ReadFile(file);
 
     clsTransaction transaction(database);
@@ -236,23 +233,23 @@ void modCommands::AddImport(CLI::App& app, clsCommand& chosen)
     const auto words = std::make_shared<Words>();
     CLI::App* links = app.get_subcommand("links");
     links->require_subcommand(0, 1);
-    CLI::App* import = links->add_subcommand("import", "Add and change links of a site as a CSV file says");
-    import->footer(
+    CLI::App* command = links->add_subcommand("import", "Add and change links of a site as a CSV file says");
+    command->footer(
         "The file is one that \"links --csv --site SITEID\" writes, or like it: UTF-8, RFC 4180, a heading line\n"
         "with the names of columns in any order. A line with the ID of a link of the site changes that link;\n"
         "without an ID, or with another one, it adds a link, which has its defaults where the line has\n"
         "nothing. A column Category with names takes the place of CategoryID; a name that the site does not\n"
         "have yet is added. SiteName, Offers, Results, LastSuccessfulTest and Exported are passed over.\n"
         "Changes are checked as in the window. One line that is refused, and nothing is imported.");
-    words->file.option = import->add_option("file", words->file.text, "The CSV file")->required()->type_name("FILE");
-    AddSiteName(*import, words->site);
-    import->add_flag("--dry-run", words->dryRun, "Only say what would be done");
-    import->callback([&chosen, links, words] {
+    words->file.option = command->add_option("file", words->file.text, "The CSV file")->required()->type_name("FILE");
+    AddSiteName(*command, words->site);
+    command->add_flag("--dry-run", words->dryRun, "Only say what would be done");
+    command->callback([&chosen, links, words] {
         for (const CLI::Option* option : links->get_options()) {
             if (option->count() > 0)
                 throw CLI::ExcludesError(option->get_name(), "import");
-}
-chosen = InDatabase([siteID = words->site.Text(), file = words->file.Text(),
-                     dryRun = words->dryRun](clsDatabase& database) { return Import(database, siteID, file, dryRun); });
-});
+        }
+        chosen = InDatabase([siteID = words->site.Text(), file = words->file.Text(), dryRun = words->dryRun](
+                                clsDatabase& database) { return Import(database, siteID, file, dryRun); });
+    });
 }

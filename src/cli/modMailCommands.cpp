@@ -30,8 +30,6 @@ namespace
 class clsMailParent final : public clsRunParent
 {
 public:
-    void HighLightLink(qint64 /*linkID*/, const QString& /*siteName*/) override {}
-    void RunProgress(qint64 /*done*/, qint64 /*total*/) override {}
     void RunWaits(std::chrono::milliseconds left, const QString& why) override
     {
         if (left.count() > 0 && !m_waits)

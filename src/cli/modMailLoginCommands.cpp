@@ -133,6 +133,9 @@ ExitCode Login(clsDatabase& database, const Words& words)
     if (!problem.isEmpty())
         return clsCommandSession::Refuse(problem);
     const ExitCode saved = modRecordWords::Save(site);
+    if (const QString command = words.tokenCommand.Text(); saved == ExitCode::Done && !command.isNull())
+        modTokenCommand::Agree(
+            {.command = command, .host = site.Text(u"HostName"_s), .siteID = site.Text(u"SiteID"_s)});
     const bool open = clsMailLogins::SecurityOf(site.Text(u"MailSecurity"_s)) == clsMailSecurity::None;
     if (saved == ExitCode::Done && open && !site.Text(u"MailUser"_s).isEmpty())
         modConsole::ErrorLine(

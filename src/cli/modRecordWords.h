@@ -45,6 +45,24 @@ QString Assign(clsRecordEditor& record, const clsRecordEditor::Field& field, con
 QString Assign(clsDatabase& database, const QString& table, clsRecordEditor& record,
                const std::vector<Assignment>& assignments, const References& references);
 
+/// The numbers of the records that a word means: those with that name, letter case ignored, else the one of that
+/// number.
+template <class Record>
+QStringList NumbersMeant(const std::vector<Record>& records, qint64 Record::*id, QString Record::*name,
+                         const QString& word)
+{
+    QStringList named;
+    QStringList numbered;
+    for (const Record& record : records) {
+        const QString number = QString::number(record.*id);
+        if ((record.*name).compare(word, Qt::CaseInsensitive) == 0)
+            named << number;
+        if (number == word)
+            numbered << number;
+    }
+    return named.isEmpty() ? numbered : named;
+}
+
 /// Saves the record. @return Refused when a value does not pass, Failed after an error; the user has been told.
 ExitCode Save(clsRecordEditor& record);
 

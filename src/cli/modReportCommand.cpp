@@ -3,6 +3,7 @@
 #include "cli/clsCommandSession.h"
 #include "cli/modCommands.h"
 #include "cli/modConsole.h"
+#include "data/modSites.h"
 #include "platform/clsDisk.h"
 #include "platform/clsPrinter.h"
 #include "publish/modSiteReport.h"
@@ -20,7 +21,7 @@ ExitCode Report(clsDatabase& database, const QString& siteID, const QString& fil
 {
     if (!siteID.isNull() && !modSiteReport::Find(database, siteID))
         return ExitCode::Refused;
-    const QStringList sites = siteID.isNull() ? modSiteReport::AllSites(database) : QStringList{siteID};
+    const QStringList sites = siteID.isNull() ? modSites::Names(database) : QStringList{siteID};
     if (sites.isEmpty()) {
         modCommonFunctions::MsgBox(u"There are no sites available."_s, clsDialogs::Buttons::OK,
                                    clsDialogs::Icon::Information);

@@ -4,9 +4,12 @@
 #include "cli/clsConsoleLog.h"
 #include "cli/modCommands.h"
 #include "cli/modConsole.h"
+#include "data/modSample.h"
 #include "linktest/clsHTTP.h"
 #include "linktest/modTestQueue.h"
 #include "platform/clsDatabase.h"
+#include "platform/clsPageServer.h"
+#include "platform/impl/modPlatformImpl.h"
 #include "shell/modBrambury.h"
 #include "shell/modCommonFunctions.h"
 
@@ -16,14 +19,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace
 {
-/// Nobody watches the links go by.
-class clsNoParent final : public clsRunParent
-{
-public:
-    void HighLightLink(qint64, const QString&) override {}
-    void RunProgress(qint64, qint64) override {}
-};
-
 ExitCode CodeOf(const clsHTTP& test)
 {
     const modBrambury::ProcessState& state = modBrambury::State();
@@ -68,12 +63,15 @@ ExitCode QueueTest(clsDatabase& database, modTestQueue::Choice choice)
 
 ExitCode modCommands::TestQueuedLinks()
 {
-    clsNoParent parent;
+    clsRunParent parent; // nobody watches the links go by
     clsConsoleLog log;
     clsHTTP test({.Parent = &parent,
                   .LogWindow = &log,
                   .Platform = modBrambury::Platform(),
                   .Database = &clsCommandSession::Database()});
+    const auto pages = modSample::There(clsCommandSession::Database())
+                           ? modPlatformImpl::MakePageServer(modSample::Pages(), modSample::PagesPort)
+                           : nullptr;
     test.CheckLinks();
     return CodeOf(test);
 }
@@ -86,7 +84,9 @@ void modCommands::AddRuns(CLI::App& app, clsCommand& chosen)
                                         "The site whose test switches count; else the one selected last, or the first")
                            ->type_name("SITEID");
     test->callback([&chosen, testSite] {
-        chosen = [site = testSite->Text()](clsCommandSession& session) { return session.AsRun(site, &modCommands::TestQueuedLinks); };
+        chosen = [site = testSite->Text()](clsCommandSession& session) {
+            return session.AsRun(site, &modCommands::TestQueuedLinks);
+        };
     });
 
     struct Words

@@ -51,6 +51,12 @@ QString FullPath(const QString& path)
     return path.isEmpty() ? path : QDir::cleanPath(QFileInfo(path).absoluteFilePath());
 }
 
+void Tell(const QStringList& report)
+{
+    for (const QString& line : report)
+        modConsole::WriteLine(line);
+}
+
 ExitCode Backup(const clsCommandSession& session, const QString& folder)
 {
     if (const ExitCode located = session.LocateDatabase(); located != ExitCode::Done)
@@ -62,9 +68,12 @@ ExitCode Backup(const clsCommandSession& session, const QString& folder)
 ExitCode Restore(const QString& from)
 {
     modBrambury::LoadProgramSettings();
-    return Stoppable([&](const Progress& progress) {
-        return modDBFunctions::RestoreDatabase(FullPath(modDBFunctions::BackupAt(from)), progress);
+    QStringList report;
+    const ExitCode code = Stoppable([&](const Progress& progress) {
+        return modDBFunctions::RestoreDatabase(FullPath(modDBFunctions::BackupAt(from)), progress, report);
     });
+    Tell(report);
+    return code;
 }
 
 /// The backup that the window's end makes.
@@ -117,8 +126,7 @@ ExitCode Repair(clsCommandSession& session, const QString& backup)
     QStringList report;
     const ExitCode code = Rewrite(
         session, backup, [&](const Progress& progress) { return modDBFunctions::Repairdatabase(progress, report); });
-    for (const QString& line : std::as_const(report))
-        modConsole::WriteLine(line);
+    Tell(report);
     return code == ExitCode::Done && !report.isEmpty() ? ExitCode::Findings : code;
 }
 
@@ -161,7 +169,8 @@ ExitCode Check(const clsCommandSession& session)
         const auto failure = failureOf([&] {
             damage = State().Platform.DatabaseFiles->Check(modBrambury::DatabasePath(), modBrambury::ConnectString, {});
         });
-        if (failure && failure->Number() != clsError::DatabaseDamaged)
+        // A file without its beginning looks like one under another key.
+        if (failure && failure->Number() != clsError::DatabaseDamaged && failure->Number() != clsError::PasswordWrong)
             throw clsError(*failure);
         if (failure)
             damage << failure->Description();
@@ -169,8 +178,7 @@ ExitCode Check(const clsCommandSession& session)
     }();
     if (checked != ExitCode::Done)
         return checked;
-    for (const QString& line : std::as_const(damage))
-        modConsole::WriteLine(line);
+    Tell(damage);
     if (!damage.isEmpty())
         return ExitCode::Findings;
     if (const ExitCode opened = session.OpenDatabase(); opened != ExitCode::Done)

@@ -10,7 +10,9 @@
 #include "platform/clsDatabase.h"
 #include "platform/clsDisk.h"
 #include "platform/clsError.h"
+#include "platform/clsNotifier.h"
 #include "platform/clsScheduler.h"
+#include "platform/clsSettingsStore.h"
 #include "platform/impl/clsPlatformParts.h"
 #include "platform/impl/modPlatformImpl.h"
 #include "shell/modBrambury.h"
@@ -21,6 +23,8 @@
 #include <QCoreApplication>
 #include <QCryptographicHash>
 #include <QHash>
+#include <algorithm>
+#include <optional>
 
 using namespace Qt::Literals::StringLiterals;
 using modCommonFunctions::TextOf;
@@ -30,18 +34,54 @@ namespace
 /// Beside the user's other files: what each run by schedule has found changed.
 const QString ChangesFile = u"\\Changes.log"_s;
 
+const QString Section = u"Schedule"_s;
+const QString LastRunKey = u"LastRun"_s;
+const QString TimeFormat = u"HH:mm"_s;
+
+struct Schedule
+{
+    clsScheduler::Often often = clsScheduler::Often::Daily;
+    QTime at; ///< hours and minutes
+    [[nodiscard]] QString Word() const { return often == clsScheduler::Often::Weekly ? u"weekly"_s : u"daily"_s; }
+    /// The last time at or before `now` at which it had a run to make.
+    [[nodiscard]] QDateTime LastDue(const QDateTime& now) const
+    {
+        const bool weekly = often == clsScheduler::Often::Weekly;
+        constexpr int week = 7;
+        const QDateTime due(now.date().addDays(weekly ? 1 - now.date().dayOfWeek() : 0), at);
+        return due <= now ? due : due.addDays(weekly ? -week : -1);
+    }
+};
+
+/// What was due until now is done with.
+void NoteRun()
+{
+    const clsPlatform& platform = modBrambury::Platform();
+    platform.Settings->SaveSetting(Section, LastRunKey, modCommonFunctions::StoredDateTime(platform.Clock->Now()));
+    platform.Settings->Flush();
+}
+
+bool IsDue(const Schedule& schedule)
+{
+    const clsPlatform& platform = modBrambury::Platform();
+    const QDateTime last =
+        modCommonFunctions::FromStoredDate(platform.Settings->GetSetting(Section, LastRunKey, QString()));
+    return !last.isValid() || last < schedule.LastDue(platform.Clock->Now());
+}
+
 /// One job for each installation: a portable one has its folder in the job's name.
-QString JobName(const QString& home)
+QString JobName(const clsPlatformParts& parts)
 {
     constexpr qsizetype fewDigits = 8;
-    if (home.isEmpty())
+    if (parts.Home().isEmpty())
         return u"brambury-test"_s;
-    const QByteArray hash = QCryptographicHash::hash(home.toUtf8(), QCryptographicHash::Sha256).toHex();
+    const QByteArray hash =
+        QCryptographicHash::hash(parts.ProgramFolder().toUtf8(), QCryptographicHash::Sha256).toHex();
     return u"brambury-test-"_s + QString::fromLatin1(hash.left(fewDigits));
 }
 
 /// @return the code of a failure to reach the system's jobs, which has been told.
-ExitCode Guarded(const std::function<void(clsScheduler&)>& body)
+ExitCode WithScheduler(const std::function<void(clsScheduler&)>& body)
 {
     const auto scheduler = modPlatformImpl::MakeScheduler(*modBrambury::Platform().Disk);
     const auto failure = failureOf([&] { body(*scheduler); });
@@ -53,30 +93,32 @@ ExitCode Guarded(const std::function<void(clsScheduler&)>& body)
     return ExitCode::Failed;
 }
 
-ExitCode Enter(const clsCommandSession& session, clsScheduler::Often often, const QTime& at)
+ExitCode Enter(const clsCommandSession& session, const Schedule& schedule)
 {
     if (!session.Parts().Installed())
         return session.LocateDatabase();
-    const QString home = session.Parts().Home().isEmpty() ? QString() : session.Parts().ProgramFolder();
-    clsScheduler::Job job{.name = JobName(home),
+    clsScheduler::Job job{.name = JobName(session.Parts()),
                           .description = u"Brambury link test"_s,
                           .command = {QCoreApplication::applicationFilePath()},
-                          .often = often,
-                          .at = at};
-    if (!home.isEmpty())
-        job.command << u"--home"_s << home;
+                          .onlyIfDue = {u"--due"_s, schedule.Word(), u"--at"_s, schedule.at.toString(TimeFormat)},
+                          .often = schedule.often,
+                          .at = schedule.at};
+    if (!session.Parts().Home().isEmpty())
+        job.command << u"--home"_s << session.Parts().ProgramFolder();
     job.command << u"schedule"_s << u"run"_s;
-    return Guarded([&](clsScheduler& scheduler) {
+    return WithScheduler([&](clsScheduler& scheduler) {
         const QString by = scheduler.Enter(job);
         modConsole::WriteLine(u"The active and broken links of all sites will be tested %1 at %2, by %3."_s.arg(
-            often == clsScheduler::Often::Weekly ? u"every Monday"_s : u"every day"_s, at.toString(u"HH:mm"_s), by));
+            schedule.often == clsScheduler::Often::Weekly ? u"every Monday"_s : u"every day"_s,
+            schedule.at.toString(TimeFormat), by));
+        NoteRun();
         modConsole::WriteLine(u"What a run finds changed is added to %1"_s.arg(modBrambury::FolderPath(ChangesFile)));
     });
 }
 
 ExitCode Off(const QString& name)
 {
-    return Guarded([&](clsScheduler& scheduler) {
+    return WithScheduler([&](clsScheduler& scheduler) {
         modConsole::WriteLine(scheduler.Remove(name) ? u"Links are no longer tested by schedule."_s
                                                      : u"No test was scheduled."_s);
     });
@@ -84,7 +126,7 @@ ExitCode Off(const QString& name)
 
 ExitCode Tell(const QString& name)
 {
-    return Guarded([&](clsScheduler& scheduler) {
+    return WithScheduler([&](clsScheduler& scheduler) {
         const QString entered = scheduler.Entered(name);
         modConsole::WriteLine(entered.isEmpty() ? u"No test is scheduled."_s : u"Links are tested: "_s + entered);
     });
@@ -103,9 +145,11 @@ QHash<qint64, Verdict> Verdicts(clsDatabase& database)
     const auto links = database.OpenRecordset(u"tblLinkList"_s);
     QHash<qint64, Verdict> verdicts;
     for (const std::vector<QVariant>& row :
-         links->Rows(0, links->RecordCount(), {u"ID"_s, u"Title"_s, u"SiteName"_s, u"Results"_s, u"TestQueue"_s}))
-        verdicts.insert(row[0].toLongLong(),
-                        {u"%1 (%2)"_s.arg(TextOf(row[1]), TextOf(row[2])), row[3].toInt(), row[4].toInt() != 0});
+         links->Rows(0, links->RecordCount(), {u"ID"_s, u"Title"_s, u"SiteName"_s, u"Results"_s, u"TestQueue"_s})) {
+        if (!row.empty()) // it has not been deleted meanwhile
+            verdicts.insert(row[0].toLongLong(),
+                            {u"%1 (%2)"_s.arg(TextOf(row[1]), TextOf(row[2])), row[3].toInt(), row[4].toInt() != 0});
+    }
     return verdicts;
 }
 
@@ -128,6 +172,16 @@ QStringList Changes(const QHash<qint64, Verdict>& before, const QHash<qint64, Ve
     return changes;
 }
 
+void TellDesktop(const QStringList& changes)
+{
+    constexpr qsizetype shown = 5;
+    QStringList lines = changes.first(std::min(shown, changes.size()));
+    if (changes.size() > shown)
+        lines << u"and %1 more: see Changes.log"_s.arg(changes.size() - shown);
+    modPlatformImpl::MakeNotifier(*modBrambury::Platform().EventLoop)
+        ->Notify(u"%1 link(s) changed since the last test"_s.arg(changes.size()), lines.join(u'\n'));
+}
+
 /// The scheduled job itself.
 ExitCode RunNow()
 {
@@ -145,9 +199,23 @@ ExitCode RunNow()
                                             : u"Changed since the last run:"_s);
     for (const QString& change : changes)
         modConsole::WriteLine(change);
-    if (!changes.isEmpty())
-        modBrambury::Platform().Disk->AppendFile(modBrambury::FolderPath(ChangesFile),
-                                                 (heading + u'\n' + changes.join(u'\n') + u"\n\n"_s).toUtf8());
+    if (changes.isEmpty())
+        return code;
+    modBrambury::Platform().Disk->AppendFile(modBrambury::FolderPath(ChangesFile),
+                                             (heading + u'\n' + changes.join(u'\n') + u"\n\n"_s).toUtf8());
+    TellDesktop(changes);
+    return code;
+}
+
+/// @param due  do nothing unless a run was due since the last one.
+ExitCode Run(const clsCommandSession& session, const std::optional<Schedule>& due)
+{
+    if (due && !IsDue(*due))
+        return ExitCode::Done;
+    const ExitCode code = session.AsRun({}, &RunNow);
+    // A run that could not be made now is still due.
+    if (code != ExitCode::Failed && code != ExitCode::InUse)
+        NoteRun();
     return code;
 }
 } // namespace
@@ -163,27 +231,40 @@ void modCommands::AddSchedule(CLI::App& app, clsCommand& chosen)
                    ? std::string()
                    : "There is no time of day " + text + "; write it as 04:30";
     };
-    const auto add = [&](const char* name, const char* what, clsScheduler::Often often) {
-        CLI::App* each = schedule->add_subcommand(name, what);
-        each->add_option("--at", *at, "Time of day, local time (04:30 if none is given)")
+    const auto addTime = [&](CLI::App& command) {
+        command.add_option("--at", *at, "Time of day, local time (04:30 if none is given)")
             ->type_name("HH:MM")
             ->check(time);
-        each->callback([&chosen, at, often] {
-            chosen = [often, when = QTime::fromString(QString::fromStdString(*at), u"H:mm"_s)](
-                         const clsCommandSession& session) { return Enter(session, often, when); };
+    };
+    const auto made = [at](clsScheduler::Often often) {
+        return Schedule{often, QTime::fromString(QString::fromStdString(*at), u"H:mm"_s)};
+    };
+    const auto add = [&](const char* name, const char* what, clsScheduler::Often often) {
+        CLI::App* each = schedule->add_subcommand(name, what);
+        addTime(*each);
+        each->callback([&chosen, made, often] {
+            chosen = [wanted = made(often)](const clsCommandSession& session) { return Enter(session, wanted); };
         });
     };
     add("daily", "Test every day", clsScheduler::Often::Daily);
     add("weekly", "Test every Monday", clsScheduler::Often::Weekly);
     const auto named = [&](const char* name, const char* what, ExitCode (*body)(const QString&)) {
         schedule->add_subcommand(name, what)->callback([&chosen, body] {
-            chosen = [body](const clsCommandSession& session) {
-                return body(JobName(session.Parts().Home().isEmpty() ? QString() : session.Parts().ProgramFolder()));
-            };
+            chosen = [body](const clsCommandSession& session) { return body(JobName(session.Parts())); };
         });
     };
     named("off", "Test by schedule no more", &Off);
     named("show", "Tell what is scheduled", &Tell);
-    schedule->add_subcommand("run", "What the schedule runs: queue, test, and tell what has changed")
-        ->callback([&chosen] { chosen = [](const clsCommandSession& session) { return session.AsRun({}, &RunNow); }; });
+    CLI::App* run = schedule->add_subcommand("run", "What the schedule runs: queue, test, and tell what has changed");
+    const auto due = std::make_shared<std::string>();
+    run->add_option("--due", *due, "Only if no run was made since such a schedule had one to make")
+        ->type_name("daily|weekly")
+        ->check(CLI::IsMember({"daily", "weekly"}));
+    addTime(*run);
+    run->callback([&chosen, made, due] {
+        std::optional<Schedule> onlyIf;
+        if (!due->empty())
+            onlyIf = made(*due == "weekly" ? clsScheduler::Often::Weekly : clsScheduler::Often::Daily);
+        chosen = [onlyIf](const clsCommandSession& session) { return Run(session, onlyIf); };
+    });
 }

@@ -4,7 +4,6 @@
 #include "cli/modCommands.h"
 #include "cli/modConsole.h"
 #include "platform/clsDisk.h"
-#include "platform/clsError.h"
 #include "platform/clsSettingsStore.h"
 #include "platform/impl/clsPlatformParts.h"
 #include "platform/impl/modPlatformImpl.h"
@@ -15,7 +14,6 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <optional>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -27,15 +25,6 @@ constexpr char16_t GridSection[] = u"LinkGrid";
 clsSettingsStore& Store()
 {
     return *modBrambury::Platform().Settings;
-}
-
-const clsSettingEntry* EntryOf(const QString& section, const QString& key)
-{
-    const auto& table = SettingsTable();
-    const auto found = std::find_if(table.cbegin(), table.cend(), [&](const clsSettingEntry& entry) {
-        return section == QLatin1String(entry.section) && key == QLatin1String(entry.key);
-    });
-    return found == table.cend() ? nullptr : &*found;
 }
 
 /// Whether the program has such a setting, or the store holds one of that name.
@@ -98,10 +87,10 @@ ExitCode Get(const clsCommandSession& session, const QString& section, const QSt
 {
     if (const ExitCode folder = NeedFolder(session); folder != ExitCode::Done)
         return folder;
-    const std::optional<QString> defaultText = DefaultOf(section, key);
-    if (!defaultText && !Store().HasSetting(section, key))
+    const clsSettingEntry* entry = EntryOf(section, key);
+    if (!entry && !Store().HasSetting(section, key))
         return RefuseUnknown(section, key);
-    modConsole::WriteLine(Store().GetSetting(section, key, defaultText.value_or(QString())));
+    modConsole::WriteLine(Store().GetSetting(section, key, entry ? DefaultOf(*entry) : QString()));
     return ExitCode::Done;
 }
 
@@ -174,7 +163,8 @@ struct Words
 void AddSection(CLI::App& command, Words& words)
 {
     words.section.option =
-        command.add_option("section", words.section.text, "General, Interface, Network or LinkGrid")->required();
+        command.add_option("section", words.section.text, "General, Interface, LinkGrid, Backup, Network or Mail")
+            ->required();
 }
 
 CLI::Option* AddKey(CLI::App& command, Words& words)

@@ -12,7 +12,6 @@
 #include "shell/modCommonFunctions.h"
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
 using modCommands::InDatabase;
@@ -97,16 +96,8 @@ ExitCode Delete(clsDatabase& database, const QString& siteID)
 /// The category that a word means. @return 0 when it means none, or several; the user has been told.
 qint64 FindCategory(clsDatabase& database, const QString& siteID, const QString& word)
 {
-    QStringList named;
-    QStringList numbered;
-    for (const modCategories::Category& category : modCategories::Of(database, siteID)) {
-        const QString number = QString::number(category.ID);
-        if (category.Name.compare(word, Qt::CaseInsensitive) == 0)
-            named << number;
-        if (number == word)
-            numbered << number;
-    }
-    const QStringList& meant = named.isEmpty() ? numbered : named;
+    const QStringList meant = modRecordWords::NumbersMeant(
+        modCategories::Of(database, siteID), &modCategories::Category::ID, &modCategories::Category::Name, word);
     if (meant.isEmpty())
         clsCommandSession::Refuse(u"The site %1 has no category %2."_s.arg(siteID, word));
     else if (meant.size() > 1)

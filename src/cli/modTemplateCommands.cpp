@@ -7,6 +7,7 @@
 #include "mail/clsMailTemplate.h"
 #include "platform/clsDatabase.h"
 #include "platform/clsDisk.h"
+#include "platform/impl/modMailText.h"
 #include "shell/modBrambury.h"
 #include "shell/modCommonFunctions.h"
 
@@ -26,28 +27,14 @@ const QStringList Columns{u"Type"_s, u"Subject"_s, u"Body"_s, u"AttachedFile"_s}
 /// What a command does with the template that its words name, which is loaded.
 using TemplateWork = std::function<ExitCode(clsMailTemplate&)>;
 
-/// Lines as they are stored.
-QString WithStoredLines(QString text)
-{
-    return text.replace("\r\n"_L1, "\n"_L1).replace(u'\r', u'\n').replace(u'\n', "\r\n"_L1);
-}
-
 /// Loads the template that a word means. @return Refused when it means none, or several; the user has been told.
 ExitCode Find(clsMailTemplate& templates, const QString& word)
 {
     std::vector<clsMailTemplate::Name> all;
     if (!templates.LoadMessageNames(all, 0))
         return ExitCode::Failed;
-    QStringList named;
-    QStringList numbered;
-    for (const clsMailTemplate::Name& entry : all) {
-        const QString number = QString::number(entry.id);
-        if (entry.name.compare(word, Qt::CaseInsensitive) == 0)
-            named << number;
-        if (number == word)
-            numbered << number;
-    }
-    const QStringList& meant = named.isEmpty() ? numbered : named;
+    const QStringList meant =
+        modRecordWords::NumbersMeant(all, &clsMailTemplate::Name::id, &clsMailTemplate::Name::name, word);
     if (meant.isEmpty())
         return clsCommandSession::Refuse(u"There is no template %1."_s.arg(word));
     if (meant.size() > 1)
@@ -77,9 +64,9 @@ QString Assign(clsMailTemplate& templates, const Assignment& assignment)
             return u"Type is the number of a message type, which \"%1\" is not."_s.arg(assignment.value);
         templates.TemplateType = static_cast<qint16>(type);
     } else if (is(u"Subject"_s)) {
-        templates.Subject = QString(assignment.value).replace(u'\r', u' ').replace(u'\n', u' ');
+        templates.Subject = modCommonFunctions::OnOneLine(assignment.value);
     } else if (is(u"Body"_s)) {
-        templates.Body = WithStoredLines(assignment.value);
+        templates.Body = modMailText::WithCrLf(assignment.value);
     } else if (is(u"AttachedFile"_s)) {
         templates.AttachedFile = assignment.value;
     } else if (is(u"Template"_s)) {
@@ -112,7 +99,7 @@ ExitCode Assign(clsMailTemplate& templates, const Content& content)
     const QString body = decoder(modBrambury::Platform().Disk->ReadFile(content.bodyFile));
     if (decoder.hasError())
         return clsCommandSession::Refuse(u"%1 is no text in UTF-8."_s.arg(content.bodyFile));
-    templates.Body = WithStoredLines(body);
+    templates.Body = modMailText::WithCrLf(body);
     return ExitCode::Done;
 }
 

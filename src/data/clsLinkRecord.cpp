@@ -2,8 +2,8 @@
 #include "data/clsLinkRecord.h"
 
 #include "data/clsDAO.h"
+#include "data/modLinks.h"
 #include "data/modSites.h"
-#include "platform/clsDialogs.h"
 #include "shell/modBrambury.h"
 #include "shell/modCommonFunctions.h"
 #include "shell/modErrorHandler.h"
@@ -74,24 +74,15 @@ clsLinkRecord::clsLinkRecord(clsDatabase& database, QString siteID, bool testsMy
 {
 }
 
-std::unique_ptr<clsRecordset> clsLinkRecord::LinksBetween(modDataModel::StatusBounds bounds) const
-{
-    const auto query = Database().QueryDef(u"qryLinkList"_s);
-    query->SetParameter(u"Site"_s, m_siteID);
-    query->SetParameter(u"StatusLow"_s, bounds.low);
-    query->SetParameter(u"StatusHigh"_s, bounds.high);
-    return query->OpenRecordset();
-}
-
 bool clsLinkRecord::Open(qint64 linkID, modDataModel::StatusBounds bounds)
 {
     bool open = false;
     guarded(Module, "Open", [&] {
-        auto links = LinksBetween(bounds);
+        auto links = modLinks::Of(Database(), m_siteID, bounds);
         if (links->FindFirst(clsDAO::NumberCriteria(u"ID"_s, linkID)))
             open = Begin(std::move(links));
         else
-            modCommonFunctions::MsgBox(MissingRecordText(), clsDialogs::Buttons::OK, clsDialogs::Icon::Exclamation);
+            TellMissing();
     });
     return open;
 }
@@ -100,7 +91,7 @@ bool clsLinkRecord::OpenNew(modDataModel::StatusBounds bounds)
 {
     bool open = false;
     guarded(Module, "OpenNew", [&] {
-        BeginNew(LinksBetween({.low = -1, .high = bounds.high}), NewLink());
+        BeginNew(modLinks::Of(Database(), m_siteID, {.low = -1, .high = bounds.high}), NewLink());
         open = true;
     });
     return open;

@@ -41,8 +41,6 @@ protected:
     [[nodiscard]] QHash<QString, QVariant> OwnValues() const override;
 
 private:
-    [[nodiscard]] std::unique_ptr<clsRecordset> LinksBetween(modDataModel::StatusBounds bounds) const;
-
     const QString m_siteID;
     const bool m_testsMyLink;
 };

@@ -18,11 +18,6 @@ constexpr char Module[] = "clsRecordEditor";
 /// Stands before each line of a list in a message.
 constexpr QChar Bullet(0x00B0);
 
-void TellMissing()
-{
-    MsgBox(clsRecordEditor::MissingRecordText(), clsDialogs::Buttons::OK, clsDialogs::Icon::Exclamation);
-}
-
 bool IsEmpty(const clsRecordEditor::Field& field, const QVariant& value)
 {
     if (field.kind != clsRecordEditor::Kind::Port)
@@ -160,11 +155,12 @@ clsRecordEditor::Saved clsRecordEditor::Save()
         return Saved::Refused;
     }
     bool there = true;
+    bool written = false;
     const Guarded ended = guardedAloud(Module, "Save", [&] {
         const clsHourglass hourglass; // another program's lock is waited for
-        there = Write();
+        there = Write(written);
     });
-    Ended(there && ended == Guarded::Done);
+    Ended(written);
     if (!there)
         TellMissing();
     if (!there || ended != Guarded::Done)
@@ -174,7 +170,7 @@ clsRecordEditor::Saved clsRecordEditor::Save()
     return Saved::Yes;
 }
 
-bool clsRecordEditor::Write()
+bool clsRecordEditor::Write(bool& written)
 {
     if (!m_new && !m_records->Refresh())
         return false;
@@ -197,6 +193,7 @@ bool clsRecordEditor::Write()
             m_records->SetField(it.key(), it.value());
         m_records->Update();
     }
+    written = true;
     // Whatever happens from here on, it must not be added twice.
     m_new = false;
     m_records->MoveTo(m_records->LastModified());
@@ -278,7 +275,7 @@ std::optional<clsRecordEditor::Refusal> clsRecordEditor::CheckSizes() const
         // What an older file holds may stay as it is.
         if (text == modCommonFunctions::TextOf(m_stored.value(field.name)))
             continue;
-        const int size = m_database.FieldSize(m_table, field.name);
+        const int size = Size(field.name);
         if (size > 0 && text.toUcs4().size() > size)
             return Refusal{u"%1 is too long: at most %2 characters can be kept."_s.arg(field.name).arg(size),
                            field.name};
@@ -307,6 +304,11 @@ std::optional<clsRecordEditor::Refusal> clsRecordEditor::CheckImageFile() const
         return std::nullopt;
     return Refusal{u"The Image file appears to contain a path.  Specify only the file name.  (Example: mybanner.gif)"_s,
                    u"ImageFile"_s};
+}
+
+void clsRecordEditor::TellMissing()
+{
+    MsgBox(MissingRecordText(), clsDialogs::Buttons::OK, clsDialogs::Icon::Exclamation);
 }
 
 QString clsRecordEditor::MissingRecordText()

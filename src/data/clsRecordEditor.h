@@ -106,6 +106,8 @@ protected:
     /// What Prepare did is to be kept, or undone. @param written  whether the record was.
     virtual void Ended(bool /*written*/) {}
 
+    /// Shows the user MissingRecordText.
+    static void TellMissing();
     /// Shows the current record of `records`. @return false, with a warning, when it is not there any more.
     bool Begin(std::unique_ptr<clsRecordset> records);
     /// Begins with a record that does not exist yet. @param records  its later neighbours.
@@ -128,8 +130,8 @@ private:
     bool Read();
     /// The same, and a warning then.
     bool ReadOrTell();
-    /// @return false when the record is not there any more.
-    bool Write();
+    /// @return false when the record is not there any more. @param written  set once it was, whatever follows.
+    bool Write(bool& written);
 
     clsDatabase& m_database;
     const QString m_table;

@@ -2,7 +2,6 @@
 #include "data/clsSiteRecord.h"
 
 #include "data/modSites.h"
-#include "platform/clsDialogs.h"
 #include "platform/modSecrets.h"
 #include "shell/modBrambury.h"
 #include "shell/modCommonFunctions.h"
@@ -86,7 +85,7 @@ bool clsSiteRecord::Open(const QString& siteID)
         if (modSites::Find(*sites, siteID))
             open = Begin(std::move(sites));
         else
-            modCommonFunctions::MsgBox(MissingRecordText(), clsDialogs::Buttons::OK, clsDialogs::Icon::Exclamation);
+            TellMissing();
     });
     return open;
 }

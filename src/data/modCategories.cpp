@@ -24,20 +24,30 @@ void CheckName(clsDatabase& database, const QString& category)
     if (const QString problem = modCategories::NameProblem(database, category); !problem.isEmpty())
         Raise(clsError::EngineFailure, problem);
 }
-} // namespace
 
-std::vector<modCategories::Category> modCategories::Of(clsDatabase& database, const QString& siteID)
+std::vector<modCategories::Category> Read(const clsRecordset& records)
 {
-    const auto records =
-        database.OpenRecordset(u"SELECT tblCategory.* From tblCategory WHERE "_s +
-                               clsDAO::TextCriteria(u"tblCategory.SiteID"_s, siteID) + u" ORDER BY ID"_s);
-    std::vector<Category> categories;
-    for (const auto& row : records->Rows(0, records->RecordCount(), {u"ID"_s, NameField})) {
+    std::vector<modCategories::Category> categories;
+    for (const auto& row : records.Rows(0, records.RecordCount(), {u"ID"_s, NameField})) {
         // One that has been deleted since the keys were taken gives an empty row.
         if (!row.empty())
             categories.push_back({row[0].toLongLong(), modCommonFunctions::TextOf(row[1])});
     }
     return categories;
+}
+} // namespace
+
+std::vector<modCategories::Category> modCategories::Of(clsDatabase& database, const QString& siteID)
+{
+    return Read(*database.OpenRecordset(u"SELECT tblCategory.* From tblCategory WHERE "_s +
+                                        clsDAO::TextCriteria(u"tblCategory.SiteID"_s, siteID) + u" ORDER BY ID"_s));
+}
+
+std::vector<modCategories::Category> modCategories::ByName(clsDatabase& database, const QString& siteID)
+{
+    const auto query = database.QueryDef(u"qryCategories"_s);
+    query->SetParameter(u"Site"_s, siteID);
+    return Read(*query->OpenRecordset());
 }
 
 int modCategories::NameSize(clsDatabase& database)

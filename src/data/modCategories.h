@@ -18,6 +18,8 @@ struct Category
 
 /// A site's categories, in the order in which they were added.
 std::vector<Category> Of(clsDatabase& database, const QString& siteID);
+/// The same by name, as lists offer them.
+std::vector<Category> ByName(clsDatabase& database, const QString& siteID);
 /// The most characters of a category.
 int NameSize(clsDatabase& database);
 

@@ -5,6 +5,7 @@
 #include "data/ledger_statements.h"
 #include "data/mail_secrets_statements.h"
 #include "data/modDatedBackups.h"
+#include "data/sample_marks_statements.h"
 #include "platform/clsClock.h"
 #include "platform/clsDatabase.h"
 #include "platform/clsDisk.h"
@@ -95,6 +96,7 @@ bool Open(bool mending)
                                       {u"MailTokenCommand"_s, 1000}, {u"MailKey"_s, 64}})
         dao.AddField(*state.Database, u"tblSites"_s, field, TextType, static_cast<qint16>(size));
     AddTable(*state.Database, u"tblMailSecrets"_s, modDBFunctions::MailSecretsStatements);
+    AddTable(*state.Database, u"tblSample"_s, modDBFunctions::SampleMarksStatements);
     return true;
 }
 } // namespace
@@ -109,11 +111,6 @@ bool modDBFunctions::OpenProcessDatabase(bool mending)
     modBrambury::LoadStatusNames();
     modBrambury::LoadMessageTypes();
     return true;
-}
-
-modDBFunctions::Use modDBFunctions::LastUse()
-{
-    return State().FileInUse ? Use::InUse : Use::Free;
 }
 
 namespace
@@ -227,10 +224,11 @@ Ending Trying(const std::function<void()>& step)
 Ending CopyClosed(const std::function<void()>& step)
 {
     modBrambury::UnloadAllForms(true);
-    auto lock = CloseForWork();
+    std::unique_ptr<clsFileLock> lock;
+    Ending ending = Trying([&lock] { lock = CloseForWork(); });
     if (!lock)
-        return Ending::InUse;
-    const Ending ending = Trying(step);
+        return ending == Ending::Done ? Ending::InUse : ending;
+    ending = Trying(step);
     lock.reset();
     return Reopen() || ending == Ending::Stopped ? ending : Ending::Failed;
 }
@@ -247,6 +245,33 @@ bool EnoughSpace(qint64 free, qint64 needed)
            " 3. Select a different drive with more disk space."_s,
            clsDialogs::Buttons::OK, clsDialogs::Icon::Critical);
     return false;
+}
+
+/// Where the state that a restore replaces can be found again.
+struct Kept
+{
+    QString path; ///< empty when it is not kept
+    bool damaged = false;
+};
+
+Kept KeepReplaced(const modDBFunctions::Progress& progress)
+{
+    Kept kept;
+    const auto failure = failureOf([&] { kept.path = modDatedBackups::Add(progress); });
+    if (!failure)
+        return kept;
+    if (IsDamage(*failure)) {
+        kept = {.path = modDBFunctions::DatedPath(modBrambury::DatabasePath(), u"damaged"_s), .damaged = true};
+        Disk().KeepAs(modBrambury::DatabasePath(), kept.path);
+        return kept;
+    }
+    if (IsStop(failure))
+        throw clsError(*failure);
+    throw clsError(failure->Number(),
+                   u"The current database could not be kept as a dated backup, and nothing has been replaced.  "
+                   "To restore without keeping it, switch dated backups off first.\r\n\r\n"_s +
+                       failure->Description(),
+                   failure->Source(), failure->SystemError());
 }
 
 void NoteBackup()
@@ -527,7 +552,7 @@ Ending modDBFunctions::BackupDatabase(const QString& folder, const Progress& pro
     return Ending::Done;
 }
 
-Ending modDBFunctions::RestoreDatabase(const QString& backup, const Progress& progress)
+Ending modDBFunctions::RestoreDatabase(const QString& backup, const Progress& progress, QStringList& report)
 {
     if (backup.trimmed().isEmpty()) {
         MsgBox(u"A destination path must be specified!"_s);
@@ -556,10 +581,21 @@ Ending modDBFunctions::RestoreDatabase(const QString& backup, const Progress& pr
                u"Restore Database"_s) != clsDialogs::Answer::Yes)
         return Ending::Refused;
 
-    const Ending ending = CopyClosed([&] { Files().Copy(backup, database, modBrambury::ConnectString, progress); });
-    if (ending == Ending::Done)
-        MsgBox(u"Restore complete."_s, clsDialogs::Buttons::OK, clsDialogs::Icon::Information);
-    return ending;
+    Kept kept;
+    const Ending ending = CopyClosed([&] {
+        if (kept.path.isEmpty() && modDatedBackups::AreKept() && !Files().SameState(database, backup))
+            kept = KeepReplaced(PartOf(progress, 0, 50));
+        Files().Copy(backup, database, modBrambury::ConnectString,
+                     kept.path.isEmpty() ? progress : PartOf(progress, 50, 100));
+        modDatedBackups::Drop({kept.path, backup});
+    });
+    if (ending != Ending::Done)
+        return ending;
+    if (!kept.path.isEmpty())
+        report << (kept.damaged ? u"The damaged database is kept as "_s : u"The replaced database is kept as "_s) +
+                      kept.path;
+    MsgBox(u"Restore complete."_s, clsDialogs::Buttons::OK, clsDialogs::Icon::Information);
+    return Ending::Done;
 }
 
 Ending modDBFunctions::Compactdatabase(const Progress& progress)

@@ -16,14 +16,6 @@ namespace modDBFunctions
 /// the newest dated backup in its place. Whoever has commands for that wants no questions.
 bool OpenProcessDatabase(bool mending = false);
 
-/// How an attempt to take Bramdat.use went, for callers with an exit code to choose.
-enum class Use
-{
-    Free,
-    InUse
-};
-Use LastUse();
-
 /// How work on the whole file ended. The user has been told of everything but Stopped.
 enum class Ending
 {
@@ -40,8 +32,10 @@ using Progress = clsDatabaseFiles::Progress;
 
 /// Copies the database file into `folder`, and notes the date in the setting LastBackup.
 Ending BackupDatabase(const QString& folder, const Progress& progress);
-/// Puts a copy of the file `backup` in the database file's place.
-Ending RestoreDatabase(const QString& backup, const Progress& progress);
+/// Puts a copy of the file `backup` in the database file's place. While dated backups are kept, the state that it
+/// replaces becomes one of them first; a damaged one stays beside the new one under a dated name.
+/// @param report  where the replaced state is kept; a line for the results log.
+Ending RestoreDatabase(const QString& backup, const Progress& progress, QStringList& report);
 /// Writes the database file anew, without its gaps. Failures go to the error report; the database may then be left
 /// closed, and under its temporary name.
 Ending Compactdatabase(const Progress& progress);

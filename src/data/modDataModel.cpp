@@ -42,7 +42,7 @@ QString modDataModel::SortField(int code)
 modDataModel::StatusBounds modDataModel::BoundsOf(int view, bool hideInactiveDeclined)
 {
     if (view == ViewAll)
-        return {-1, hideInactiveDeclined ? static_cast<int>(Inactive) : 99};
+        return hideInactiveDeclined ? StatusBounds{-1, Inactive} : EveryStatus;
     return {view - 1, view + 1};
 }
 

@@ -35,6 +35,7 @@ struct StatusBounds
     int low;
     int high;
 };
+inline constexpr StatusBounds EveryStatus{-1, 99};
 /// @param view  a status code, or ViewAll.  @param hideInactiveDeclined  narrows the view of all.
 StatusBounds BoundsOf(int view, bool hideInactiveDeclined);
 

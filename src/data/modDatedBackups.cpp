@@ -9,6 +9,7 @@
 #include "shell/modErrorHandler.h"
 
 #include <QDir>
+#include <QFileInfo>
 #include <QRegularExpression>
 #include <algorithm>
 
@@ -31,17 +32,6 @@ QString NameOf(const QDateTime& made, const clsDatabaseFiles::RowCounts& rows)
     return u"Bramdat-%1-%2-sites-%3-links.mdb"_s.arg(made.toString(Stamp))
         .arg(rows.value(u"tblSites"_s))
         .arg(rows.value(u"tblLinkList"_s));
-}
-
-/// Deletes the oldest ones above ten, but never the one that was just made, whatever the clock said when.
-void Drop(const QString& made)
-{
-    const std::vector<modDatedBackups::Backup> all = modDatedBackups::All();
-    for (std::size_t i = Most; i < all.size(); ++i) {
-        // One that cannot be deleted now goes with the next.
-        if (all[i].path != made)
-            ignoringErrors([&] { Platform().Disk->RemoveFile(all[i].path); });
-    }
 }
 } // namespace
 
@@ -79,6 +69,13 @@ QString modDatedBackups::NewestText()
 
 QString modDatedBackups::Keep(const Progress& progress)
 {
+    const QString kept = Add(progress);
+    Drop({kept}); // whatever the clock said when it was made
+    return kept;
+}
+
+QString modDatedBackups::Add(const Progress& progress)
+{
     clsDisk& disk = *Platform().Disk;
     clsDatabaseFiles& files = *Platform().DatabaseFiles;
     const std::vector<Backup> all = All();
@@ -99,8 +96,21 @@ QString modDatedBackups::Keep(const Progress& progress)
     const QString kept = InFolder(NameOf(made, rows));
     disk.RenameFile(copy, kept);
     disk.Flush(Folder());
-    Drop(kept);
     return kept;
+}
+
+void modDatedBackups::Drop(const QStringList& spared)
+{
+    const std::vector<Backup> all = All();
+    std::size_t left = all.size();
+    for (auto oldest = all.crbegin(); oldest != all.crend() && left > Most; ++oldest) {
+        const QFileInfo file(oldest->path);
+        if (std::any_of(spared.begin(), spared.end(), [&](const QString& path) { return QFileInfo(path) == file; }))
+            continue;
+        // One that cannot be deleted now goes with the next.
+        ignoringErrors([&] { Platform().Disk->RemoveFile(file.filePath()); });
+        --left;
+    }
 }
 
 bool modDatedBackups::AreKept()

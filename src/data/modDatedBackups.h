@@ -7,6 +7,7 @@
 
 #include <QDateTime>
 #include <QString>
+#include <QStringList>
 #include <vector>
 
 namespace modDatedBackups
@@ -33,6 +34,10 @@ QString NewestText();
 /// The database is closed, and the caller holds Bramdat.use alone. @return the backup that holds the state.
 /// @throws clsError  as clsDatabaseFiles::Copy; then every older one is still there.
 QString Keep(const Progress& progress);
+/// The same, and none goes: what is put in the database's place next may be the oldest of them.
+QString Add(const Progress& progress);
+/// Deletes the oldest ones above ten, but no file of `spared`.
+void Drop(const QStringList& spared);
 
 /// The setting Backup/KeepDated, written at once.
 bool AreKept();

@@ -15,6 +15,23 @@ const QString LinkTable = u"tblLinkList"_s;
 constexpr qint64 BatchSize = 1000;
 } // namespace
 
+std::unique_ptr<clsRecordset> modLinks::Of(clsDatabase& database, const QString& siteID,
+                                           modDataModel::StatusBounds bounds)
+{
+    const auto query = database.QueryDef(u"qryLinkList"_s);
+    query->SetParameter(u"Site"_s, siteID);
+    query->SetParameter(u"StatusLow"_s, bounds.low);
+    query->SetParameter(u"StatusHigh"_s, bounds.high);
+    return query->OpenRecordset();
+}
+
+std::unique_ptr<clsRecordset> modLinks::Queued(clsDatabase& database, const QString& query)
+{
+    const auto links = database.QueryDef(query)->OpenRecordset();
+    links->SetSort(modDataModel::SortField(modBrambury::State().Settings.Sort));
+    return links->OpenRecordset();
+}
+
 std::vector<qint64> modLinks::Where(const clsRecordset& records, const QStringList& fields,
                                     const std::function<bool(const std::vector<QVariant>&)>& wanted)
 {

@@ -2,12 +2,18 @@
 // Many links at once: the same values for all of them, or their end. What every command on a selection of links uses.
 #pragma once
 
+#include "data/modDataModel.h"
 #include "platform/clsDatabase.h"
 
 #include <functional>
 
 namespace modLinks
 {
+/// The links of a site whose status lies between the bounds, in the order in which they were added. @throws clsError
+std::unique_ptr<clsRecordset> Of(clsDatabase& database, const QString& siteID,
+                                 modDataModel::StatusBounds bounds = modDataModel::EveryStatus);
+/// The links of one of the stored queues, in the order of the setting Sort. @throws clsError
+std::unique_ptr<clsRecordset> Queued(clsDatabase& database, const QString& query);
 /// Numbers of the records whose values of `fields` are `wanted`, in the set's order. Memory stays flat.
 /// @throws clsError
 std::vector<qint64> Where(const clsRecordset& records, const QStringList& fields,

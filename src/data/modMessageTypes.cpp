@@ -16,11 +16,6 @@ const QString TitleField = u"MessageType"_s;
 const QString OfferField = u"Offer"_s;
 } // namespace
 
-int modMessageTypes::TitleSize(clsDatabase& database)
-{
-    return database.FieldSize(TypeTable, TitleField);
-}
-
 bool modMessageTypes::Check(const std::vector<MessageType>& types)
 {
     if (std::any_of(types.begin(), types.end(), [](const MessageType& type) { return type.Offer; }))

@@ -10,8 +10,6 @@ class clsDatabase;
 
 namespace modMessageTypes
 {
-/// The most characters of a title.
-int TitleSize(clsDatabase& database);
 /// Whether these types can be kept: one of them at least is an offer. The user is told when not.
 bool Check(const std::vector<modBrambury::MessageType>& types);
 /// Writes titles and offers, as far as they differ from what is stored: all or none. The first of `types` is for the

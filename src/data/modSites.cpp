@@ -2,8 +2,9 @@
 #include "data/modSites.h"
 
 #include "data/clsDAO.h"
-#include "data/modDataModel.h"
+#include "data/modLinks.h"
 #include "data/modMailSecrets.h"
+#include "data/modSampleMarks.h"
 #include "platform/clsError.h"
 #include "shell/modBrambury.h"
 #include "shell/modCommonFunctions.h"
@@ -24,10 +25,8 @@ QString CopyName(clsDatabase& database, const QString& siteID)
 {
     for (int n = 1;; ++n) {
         const QString prefix = n == 1 ? u"Copy of "_s : u"Copy (%1) of "_s.arg(n);
-        const auto source = siteID.toUcs4();
-        const qsizetype room = std::min(source.size(), modSites::NameSize - prefix.size());
         const QString name =
-            modSites::Trimmed(prefix + QString::fromUcs4(reinterpret_cast<const char32_t*>(source.constData()), room));
+            modSites::Trimmed(prefix + modCommonFunctions::Leftmost(siteID, modSites::NameSize - prefix.size()));
         if (!Exists(database, name))
             return name;
     }
@@ -41,8 +40,8 @@ void CopyMailFields(clsDatabase& database, const QString& from, const QString& t
     if (!modSites::Find(*sites, from))
         return;
     clsFieldValues values;
-    for (const QString& field : {u"MailSecurity"_s, u"MailUser"_s, u"MailTokenCommand"_s, u"MailGap"_s,
-                                 u"MailPerHour"_s, u"MailPerDay"_s})
+    for (const QString& field :
+         {u"MailSecurity"_s, u"MailUser"_s, u"MailTokenCommand"_s, u"MailGap"_s, u"MailPerHour"_s, u"MailPerDay"_s})
         values.emplace_back(field, sites->Field(field));
     if (modSites::Find(*sites, to))
         database.UpdateRecords(u"tblSites"_s, {sites->Bookmark()}, values);
@@ -59,12 +58,7 @@ std::vector<clsBookmark> KeysOf(const clsRecordset& records)
 
 std::vector<clsBookmark> LinksOf(clsDatabase& database, const QString& siteID)
 {
-    const auto query = database.QueryDef(u"qryLinkList"_s);
-    const modDataModel::StatusBounds all = modDataModel::BoundsOf(modDataModel::ViewAll, false);
-    query->SetParameter(u"Site"_s, siteID);
-    query->SetParameter(u"StatusLow"_s, all.low);
-    query->SetParameter(u"StatusHigh"_s, all.high);
-    return KeysOf(*query->OpenRecordset());
+    return KeysOf(*modLinks::Of(database, siteID));
 }
 
 std::vector<clsBookmark> CategoriesOf(clsDatabase& database, const QString& siteID)
@@ -74,6 +68,17 @@ std::vector<clsBookmark> CategoriesOf(clsDatabase& database, const QString& site
     return KeysOf(*query->OpenRecordset());
 }
 } // namespace
+
+QStringList modSites::Names(clsDatabase& database)
+{
+    QStringList names;
+    const auto sites = database.OpenRecordset(u"tblSites"_s);
+    for (const auto& row : sites->Rows(0, sites->RecordCount(), {u"SiteID"_s})) {
+        if (!row.empty())
+            names << modCommonFunctions::TextOf(row[0]);
+    }
+    return names;
+}
 
 bool modSites::Find(clsRecordset& sites, const QString& siteID)
 {
@@ -139,6 +144,7 @@ void modSites::Rename(clsDatabase& database, const QString& siteID, const QStrin
     sites->Update();
     database.UpdateRecords(u"tblLinkList"_s, links, {{u"SiteName"_s, name}});
     database.UpdateRecords(u"tblCategory"_s, categories, {{u"SiteID"_s, name}});
+    modSampleMarks::SiteRenamed(database, siteID, name);
     transaction.Commit();
     modBrambury::ProcessState& state = modBrambury::State();
     if (state.CurrentSite.compare(siteID, Qt::CaseInsensitive) == 0)
@@ -180,6 +186,7 @@ void modSites::Delete(clsDatabase& database, const QString& siteID)
     clsTransaction transaction(database);
     database.DeleteRecords(u"tblLinkList"_s, LinksOf(database, siteID));
     database.DeleteRecords(u"tblCategory"_s, CategoriesOf(database, siteID));
+    modSampleMarks::SiteDeleted(database, siteID);
     const auto sites = database.OpenRecordset(u"tblSites"_s);
     QString key;
     if (Find(*sites, siteID)) {

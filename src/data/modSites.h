@@ -3,13 +3,15 @@
 // without it. The routines that change something raise clsError; their caller is the trap.
 #pragma once
 
-#include <QString>
+#include <QStringList>
 
 class clsDatabase;
 class clsRecordset;
 
 namespace modSites
 {
+/// The keys of all sites, in stored order.
+QStringList Names(clsDatabase& database);
 /// Moves to the site of this key, letter case ignored. @param sites  records of tblSites.
 /// @return false, and the current record stays, when there is none.
 bool Find(clsRecordset& sites, const QString& siteID);
@@ -36,7 +38,8 @@ QString Trimmed(QString name);
 /// Gives the site another name, in its links and categories too: all or nothing. The setting that remembers the
 /// selected site follows. @param name  NameProblem has nothing against it.
 void Rename(clsDatabase& database, const QString& siteID, const QString& name);
-/// Copies a site with its categories and links, and without the password of its mail server. @return the copy's name; empty when it could not be made.
+/// Copies a site with its categories and links, and without the password of its mail server. @return the copy's name;
+/// empty when it could not be made.
 QString Copy(clsDatabase& database, const QString& siteID);
 /// Asks whether the site may go. @return the answer.
 bool ConfirmDelete(const QString& siteID);

@@ -3,6 +3,7 @@
 
 #include "data/clsDAO.h"
 #include "data/modDataModel.h"
+#include "data/modLinks.h"
 #include "linktest/clsHTTPEngine.h"
 #include "platform/clsClock.h"
 #include "platform/clsEventLoop.h"
@@ -275,21 +276,14 @@ void clsHTTP::Session::Finish()
 
 void clsHTTP::Session::OpenQueue()
 {
-    clsDatabase& database = Database();
-    m_sites = database.OpenRecordset(u"tblSites"_s);
-    const auto query = database.QueryDef(u"qryTestLinks"_s);
-    const auto unsorted = query->OpenRecordset();
-    const auto clone = unsorted->Clone();
-    clone->SetSort(modDataModel::SortField(State().Settings.Sort));
-    m_links = clone->OpenRecordset();
+    m_sites = Database().OpenRecordset(u"tblSites"_s);
+    m_links = modLinks::Queued(Database(), u"qryTestLinks"_s);
 }
 
 void clsHTTP::Session::MakeFetcher()
 {
     m_fetcher = m_test.m_makeEngine ? m_test.m_makeEngine() : clsHTTPEngine::ForRun([this] { KeepVerdicts(); });
-    // Handed over once: the port and the proxy of the sites that are loaded later do not reach the fetcher.
-    m_fetcher->SetPort(m_test.m_port);
-    m_fetcher->SetProxy(m_test.m_proxy);
+    // It keeps the port and the proxy of a new one: those of the sites are for the harvest.
     m_fetcher->SetLocalFile(modBrambury::FolderPath(u"\\$$$http.tmp"_s));
 }
 

@@ -52,8 +52,6 @@ private:
     struct Session;
     Collaborators m_with;
     MakeEngine m_makeEngine;
-    int m_port = 80; ///< of a new object; the sites' own ports do not reach the fetcher
-    QString m_proxy;
     Ending m_ending = Ending::Done;
     qint64 m_failed = 0;
 };

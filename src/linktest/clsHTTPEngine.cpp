@@ -80,7 +80,6 @@ bool clsHTTPEngine::ConnectToServer(bool /*flag*/)
     clsHTTPControl& control = *m_with.Resources->HTTPControl;
     m_errNumber = 0;
     m_getComplete = false;
-    m_success = false;
 
     const clsPageRequest request = RequestFor(m_url);
     // Before the call: a page that was read ahead may complete, fail and close inside it.
@@ -103,13 +102,12 @@ bool clsHTTPEngine::ConnectToServer(bool /*flag*/)
     }
 
     if (m_getComplete) {
-        m_success = true;
         control.FinishTransfer();
     } else if (m_errNumber == 0) {
         const bool overMidnight = start && m_with.Clock->Now().time() <= *start;
         m_errNumber = overMidnight ? NoCompletionOverMidnight : NoCompletion;
     }
-    return m_success;
+    return m_getComplete;
 }
 
 void clsHTTPEngine::EndConnectToServer()

@@ -91,7 +91,6 @@ private:
     bool m_serverActive = false;
     bool m_getComplete = false;
     bool m_socketOpen = false;
-    bool m_success = false;
     bool m_readingAhead = false;
     bool m_wantsTexts = false;
     const clsPageList m_noAddresses; ///< of a page that did not arrive

@@ -12,8 +12,8 @@ modTestQueue::Outcome modTestQueue::SetTests(clsDatabase& database, const Choice
 
     clsTransaction transaction(database);
     const auto links = database.OpenRecordset(u"tblLinkList"_s);
-    const auto chosen = modLinks::Where(
-        *links, {u"SiteName"_s, u"Status"_s, u"TestQueue"_s}, [&](const std::vector<QVariant>& row) {
+    const auto chosen =
+        modLinks::Where(*links, {u"SiteName"_s, u"Status"_s, u"TestQueue"_s}, [&](const std::vector<QVariant>& row) {
             return choice.statuses.contains(row[1].toInt()) && row[2].toBool() != queued &&
                    (choice.allSites ||
                     modCommonFunctions::TextOf(row[0]).compare(choice.site, Qt::CaseInsensitive) == 0);

@@ -71,7 +71,7 @@ void modResultsLog::SaveLog(const QString& text, const QString& path, clsDisk& d
 void modResultsLog::PrintLog(const QString& text, clsPrinter& printer)
 {
     const QString title = u"Results Log"_s;
-    printer.StartDoc(title, PrintMargin, PrintMargin);
+    clsPrintDocument document(printer, title, PrintMargin, PrintMargin);
     printer.SetFont(u"Arial"_s, 12, true);
     printer.PrintLine(title);
     printer.PrintLine(QString());
@@ -79,5 +79,5 @@ void modResultsLog::PrintLog(const QString& text, clsPrinter& printer)
     const QStringList lines = modCommonFunctions::WrapText(text, WrapColumn).split(u'\n');
     for (const QString& line : lines)
         printer.PrintLine(line);
-    printer.EndDoc();
+    document.End();
 }

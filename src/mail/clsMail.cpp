@@ -29,12 +29,6 @@ namespace
 {
 /// How often a wait shows the time that is left.
 constexpr std::chrono::milliseconds Countdown = 1s;
-
-/// Line breaks in a subject would not survive the journey: they are blanks from here on, in the preview too.
-QString OneLine(QString text)
-{
-    return text.replace("\r\n"_L1, " "_L1).replace(u'\r', u' ').replace(u'\n', u' ');
-}
 } // namespace
 
 /// Everything that lives as long as one run.
@@ -258,7 +252,8 @@ clsMail::Session::Step clsMail::Session::Work()
         if (const Step step = AddTags(*text); step != Step::Done)
             return step;
     }
-    m_message.Subject = OneLine(m_template.Subject);
+    // Line breaks would not survive the journey: they are blanks from here on, in the preview too.
+    m_message.Subject = modCommonFunctions::OnOneLine(m_template.Subject);
     return m_preview ? Preview() : Send();
 }
 

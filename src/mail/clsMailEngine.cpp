@@ -13,6 +13,7 @@
 
 #include <QLocale>
 #include <QRandomGenerator>
+#include <QScopeGuard>
 #include <QUuid>
 #include <utility>
 
@@ -26,19 +27,6 @@ constexpr int NoEncodeError = 1;
 constexpr int Refused = 61;
 constexpr int TimedOut = 60;
 constexpr int NoHost = 38;
-
-/// Runs an action at the end of its scope.
-class AtTheEnd
-{
-public:
-    explicit AtTheEnd(std::function<void()> action) : m_action(std::move(action)) {}
-    ~AtTheEnd() { m_action(); }
-    AtTheEnd(const AtTheEnd&) = delete;
-    AtTheEnd& operator=(const AtTheEnd&) = delete;
-
-private:
-    std::function<void()> m_action;
-};
 
 QString RightTrimmed(QString text)
 {
@@ -106,23 +94,17 @@ clsMailEngine::Missing clsMailEngine::InitSMTP()
         return missing(u"Missing host name."_s, Missing::Host);
     if (MailPort == 0)
         return missing(u"Missing mail port setting."_s, Missing::Port);
-    m_message = Settings();
+    const clsMimeControl& mime = *m_with.Resources->MimeControl;
+    m_message = {}; // without a trace of any message before
+    m_message.sender = RightTrimmed(DomainName);
+    m_message.fromHeader = mime.EncodeAddress(RightTrimmed(Sender), m_message.sender);
+    m_message.host = HostName;
+    m_message.port = MailPort;
+    m_message.mailer = mime.EncodeHeader(XMailer);
+    m_message.login = Login;
     m_with.Resources->smtp->SetLimits(m_with.Limits);
     m_with.Resources->smtp->SetStopped(m_with.Stopped);
     return Missing::Nothing;
-}
-
-/// What belongs to the sender and the server, without a trace of any message.
-clsSmtpControl::Message clsMailEngine::Settings() const
-{
-    clsSmtpControl::Message message;
-    message.sender = RightTrimmed(DomainName);
-    message.fromHeader = m_with.Resources->MimeControl->EncodeAddress(RightTrimmed(Sender), message.sender);
-    message.host = HostName;
-    message.port = MailPort;
-    message.mailer = m_with.Resources->MimeControl->EncodeHeader(XMailer);
-    message.login = Login;
-    return message;
 }
 
 /// Adds the message to the sender's settings.
@@ -209,7 +191,7 @@ bool clsMailEngine::SendMessage()
 bool clsMailEngine::Carry(clsSmtpControl& control)
 {
     {
-        const AtTheEnd endSession([&control] { control.Disconnect(); });
+        const auto endSession = qScopeGuard([&control] { control.Disconnect(); });
         m_socketOpen = control.Connect();
         if (!m_socketOpen) {
             const int code = Code();
@@ -255,21 +237,6 @@ void clsMailEngine::RaiseError() const
     if (const QString failure = m_with.Resources->smtp->Failure(); !failure.isEmpty())
         description += u" ("_s + failure + u')';
     throw clsError(m_errNumber, description, u"smtp"_s);
-}
-
-QByteArray clsMailEngine::MessageBytes()
-{
-    clsSmtpControl& control = *m_with.Resources->smtp;
-    if (m_socketOpen)
-        return control.Bytes();
-    const QString path = Attachment;
-    TakeAttachment();
-    Attachment = path;
-    clsSmtpControl::Message message = Settings();
-    Compose(message);
-    m_attachedPart.clear();
-    control.SetMessage(message);
-    return control.Bytes();
 }
 
 QString clsMailEngine::LastReply() const

@@ -73,9 +73,6 @@ public:
     [[nodiscard]] bool SendMessage();
     /// MIME-encodes a file into the temporary file and keeps the part. @return false on failure or after 60 seconds.
     bool EncodeAttachment(const QString& fileName);
-    /// The bytes that SendMessage would send, for previews and proof; needs the properties alone, connects to nobody.
-    /// Inside BeforeData: the very bytes that go out. @throws clsError TypeMismatch for an address that cannot travel.
-    [[nodiscard]] QByteArray MessageBytes();
 
     [[nodiscard]] bool SocketOpen() const { return m_socketOpen; }
     [[nodiscard]] qint32 ErrNumber() const { return m_errNumber; } ///< 0 = none, else 0x80040000 + the control's
@@ -90,7 +87,6 @@ private:
     void Complete() override { m_encodeComplete = true; }
     void EncodeError(int code) override;
     [[nodiscard]] bool Stopped() const { return m_with.Stopped && m_with.Stopped(); }
-    [[nodiscard]] clsSmtpControl::Message Settings() const;
     void Compose(clsSmtpControl::Message& message) const;
     void TakeAttachment();
     [[nodiscard]] bool Carry(clsSmtpControl& control);

@@ -4,14 +4,12 @@
 #include "data/modMailSecrets.h"
 #include "platform/clsDatabase.h"
 #include "platform/clsDialogs.h"
-#include "platform/clsPrograms.h"
 #include "platform/modSecrets.h"
 #include "shell/modBrambury.h"
 #include "shell/modCommonFunctions.h"
 #include "shell/modErrorHandler.h"
 
-#include <algorithm>
-#include <chrono>
+#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 using modBrambury::Platform;
@@ -19,12 +17,13 @@ using modBrambury::State;
 
 namespace
 {
-constexpr std::chrono::seconds TokenLimit(60);
 const QString Source = u"clsMailLogins"_s;
 
 constexpr std::pair<clsMailSecurity, QLatin1StringView> Words[] = {
     {clsMailSecurity::None, "none"_L1}, {clsMailSecurity::StartTLS, "starttls"_L1}, {clsMailSecurity::TLS, "tls"_L1}};
 } // namespace
+
+clsMailLogins::clsMailLogins(std::function<bool(const modTokenCommand::Use&)> agree) : m_agree(std::move(agree)) {}
 
 clsMailLogins::~clsMailLogins()
 {
@@ -58,24 +57,6 @@ QString clsMailLogins::WordOf(clsMailSecurity security)
     return {};
 }
 
-QByteArray clsMailLogins::Token(const QString& command)
-{
-    QByteArray output = Platform().Programs->Output(command, TokenLimit, [] { return State().StopFlag; });
-    QByteArray token = output.trimmed();
-    modSecrets::Wipe(output);
-    // Tokens are printable (RFC 6750): anything else would break out of the line that carries it.
-    const bool whole =
-        std::all_of(token.cbegin(), token.cend(), [](char letter) { return letter > ' ' && letter < 127; });
-    if (!token.isEmpty() && whole)
-        return token;
-    const bool nothing = token.isEmpty();
-    modSecrets::Wipe(token);
-    throw clsError(clsError::DeviceUnavailable,
-                   nothing ? u"The token command prints nothing."_s
-                           : u"The token command prints something else than one token."_s,
-                   Source);
-}
-
 clsMailLogin clsMailLogins::Of(const clsRecordset& site)
 {
     const auto text = [&](const QString& field) { return modCommonFunctions::TextOf(site.Field(field)); };
@@ -94,7 +75,11 @@ clsMailLogin clsMailLogins::Of(const clsRecordset& site)
         return login;
     if (const QString command = text(u"MailTokenCommand"_s); !command.isEmpty()) {
         login.token = true;
-        const auto failure = failureOf([&] { login.secret = Token(command); });
+        if (!modTokenCommand::Permitted({.command = command, .host = text(u"HostName"_s), .siteID = siteID}, m_agree)) {
+            State().StopFlag = true;
+            return login;
+        }
+        const auto failure = failureOf([&] { login.secret = modTokenCommand::Token(command); });
         if (failure && !(failure->Number() == clsError::WorkStopped && State().StopFlag))
             throw clsError(*failure);
         return login;

@@ -2,11 +2,13 @@
 // How to log in at the mail server of a site: what its record says, and the password from where it is kept.
 #pragma once
 
+#include "mail/modTokenCommand.h"
 #include "platform/clsMailServer.h"
 
 #include <QByteArray>
 #include <QHash>
 #include <QString>
+#include <functional>
 #include <optional>
 
 class clsRecordset;
@@ -15,14 +17,15 @@ class clsRecordset;
 class clsMailLogins
 {
 public:
-    clsMailLogins() = default;
+    /// @param agree  asks the user about a token command, as modTokenCommand::Ask; empty: nobody can be asked.
+    explicit clsMailLogins(std::function<bool(const modTokenCommand::Use&)> agree = {});
     ~clsMailLogins();
     clsMailLogins(const clsMailLogins&) = delete;
     clsMailLogins& operator=(const clsMailLogins&) = delete;
 
     /// @param site  its record in tblSites. A password that is not kept, or that the keyring does not give, is asked
-    /// for, once for a user at a server; the user who cancels then has pressed Stop. After Stop the login has no
-    /// password.
+    /// for, once for a user at a server; the user who cancels then, or does not agree to a token command, has pressed
+    /// Stop. After Stop the login has no password.
     /// @throws clsError  for a security of no known name, a token command that fails, and where nobody can be asked.
     [[nodiscard]] clsMailLogin Of(const clsRecordset& site);
     /// Those that were asked for are asked for again: a server may have refused one.
@@ -31,12 +34,10 @@ public:
     /// What MailSecurity says; Null and the empty text are none. @return empty for a word of another kind.
     [[nodiscard]] static std::optional<clsMailSecurity> SecurityOf(const QString& word);
     [[nodiscard]] static QString WordOf(clsMailSecurity security);
-    /// Runs a token command, for at most a minute or until the process-wide stop flag is set.
-    /// @return its output without the blanks around it. @throws clsError, also when that is no token.
-    [[nodiscard]] static QByteArray Token(const QString& command);
 
 private:
     [[nodiscard]] QByteArray Asked(const QString& siteID, const QString& host, const QString& user, const QString& why);
 
+    std::function<bool(const modTokenCommand::Use&)> m_agree;
     QHash<QString, QByteArray> m_asked; ///< by host and user
 };

@@ -2,7 +2,8 @@
 #include "mail/clsMailQueue.h"
 
 #include "data/clsDAO.h"
-#include "data/modDataModel.h"
+#include "data/clsSiteRecord.h"
+#include "data/modLinks.h"
 #include "mail/modFieldTags.h"
 #include "shell/modBrambury.h"
 #include "shell/modCommonFunctions.h"
@@ -13,7 +14,6 @@ using modCommonFunctions::TextOf;
 namespace
 {
 constexpr int UsualPort = 25;
-constexpr qint64 MessageTypes = 8;
 
 /// A site's own number, else the settings'.
 int Own(const QVariant& value, int usual)
@@ -24,13 +24,8 @@ int Own(const QVariant& value, int usual)
 
 clsMailQueue::clsMailQueue(clsDatabase& database)
     : m_templates(database.OpenRecordset(u"tblMailMessages"_s)), m_tags(database.OpenRecordset(u"tblTagList"_s)),
-      m_sites(database.OpenRecordset(u"tblSites"_s))
+      m_sites(database.OpenRecordset(u"tblSites"_s)), m_links(modLinks::Queued(database, u"qrySendEmail"_s))
 {
-    const auto query = database.QueryDef(u"qrySendEmail"_s);
-    const auto unsorted = query->OpenRecordset();
-    const auto clone = unsorted->Clone();
-    clone->SetSort(modDataModel::SortField(modBrambury::State().Settings.Sort));
-    m_links = clone->OpenRecordset();
 }
 
 clsMailQueue::~clsMailQueue() = default;
@@ -62,7 +57,9 @@ QString clsMailQueue::LoadSiteSettings(const QString& key)
 qint64 clsMailQueue::GetTemplate() const
 {
     const qint64 type = m_links->Field(u"Message"_s).toLongLong();
-    return type < 1 || type > MessageTypes ? 0 : m_sites->Field(u"EMessage%1"_s.arg(type)).toLongLong();
+    return type < 1 || type > clsSiteRecord::MessageTypeCount
+               ? 0
+               : m_sites->Field(clsSiteRecord::TemplateField(static_cast<int>(type) - 1)).toLongLong();
 }
 
 clsMailQueue::Lack clsMailQueue::FindTemplate(Template& found) const

@@ -9,7 +9,6 @@
 #include <QVariant>
 #include <functional>
 #include <memory>
-#include <optional>
 
 class clsDatabase;
 class clsEventLoop;

@@ -8,6 +8,8 @@
 #include "shell/modErrorHandler.h"
 
 using namespace Qt::Literals::StringLiterals;
+using modCommonFunctions::Leftmost;
+using modCommonFunctions::TextOf;
 
 namespace
 {
@@ -23,17 +25,6 @@ const QString SubjectField = u"Subject"_s;
 const QString BodyField = u"Body"_s;
 const QString FileField = u"AttachedFile"_s;
 const QString DateField = u"LastModified"_s;
-
-/// The leftmost characters. @param size  0: all of them.
-QString Leftmost(const QString& text, int size)
-{
-    if (size <= 0 || text.size() <= size)
-        return text;
-    qsizetype end = 0;
-    for (int count = 0; count < size && end < text.size(); ++count)
-        end += text[end].isHighSurrogate() && end + 1 < text.size() && text[end + 1].isLowSurrogate() ? 2 : 1;
-    return text.first(end);
-}
 } // namespace
 
 clsMailTemplate::clsMailTemplate(clsDatabase& database) : m_database(database)
@@ -68,7 +59,6 @@ void clsMailTemplate::Clear()
 
 void clsMailTemplate::LoadCurrent()
 {
-    using modCommonFunctions::TextOf;
     // All is read before the first field is given up.
     const clsRecordset& records = *m_templates;
     const qint32 id = records.Field(KeyField).toInt();
@@ -181,8 +171,7 @@ bool clsMailTemplate::LoadMessageNames(std::vector<Name>& list, qint16 type, boo
                    names.emplace_back();
                for (const auto& row : records->Rows(0, records->RecordCount(), {NameField, KeyField, TypeField})) {
                    if (!row.empty()) // deleted meanwhile
-                       names.push_back({modCommonFunctions::TextOf(row[0]), row[1].toLongLong(),
-                                        static_cast<qint16>(row[2].toInt())});
+                       names.push_back({TextOf(row[0]), row[1].toLongLong(), static_cast<qint16>(row[2].toInt())});
                }
                list = std::move(names);
            }) == Guarded::Done;

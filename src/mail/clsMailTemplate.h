@@ -61,11 +61,11 @@ public:
     /// The open templates by name: MessageID, Type, Template, Subject, Body, AttachedFile, LastModified. Empty after a
     /// failure.
     [[nodiscard]] const clsRecordset* Templates() const { return m_templates.get(); }
-    /// A name as it is stored: without blanks around it, and not longer than its field.
+    /// A name as it is stored: without blanks around it, and not longer than its field. @throws clsError
     [[nodiscard]] QString StoredName(const QString& name) const;
     /// Whether a name is that of the templates that cannot be deleted.
     [[nodiscard]] static bool IsDefault(const QString& name);
-    /// The most characters of a subject.
+    /// The most characters of a subject. @throws clsError
     [[nodiscard]] int SubjectSize() const;
 
 private:

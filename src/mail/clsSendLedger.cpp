@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "mail/clsSendLedger.h"
 
+#include "data/clsDAO.h"
 #include "platform/clsDatabase.h"
 #include "platform/clsDisk.h"
 #include "shell/modCommonFunctions.h"
@@ -28,12 +29,6 @@ QString Word(clsSendLedger::Outcome outcome)
         return u"dropped"_s;
     }
     return {};
-}
-
-/// A text inside a statement.
-QString Quoted(QString text)
-{
-    return u'"' + text.replace(u'"', "\"\""_L1) + u'"';
 }
 } // namespace
 
@@ -101,10 +96,10 @@ std::vector<clsSendLedger::Doubt> clsSendLedger::InDoubt() const
 
 std::optional<milliseconds> clsSendLedger::BegunBefore(const QString& server, const QDateTime& now, int n) const
 {
-    const auto records =
-        m_database.OpenRecordset("SELECT Instant FROM "_L1 + Table + " WHERE Server = "_L1 + Quoted(server) +
-                                 " AND Instant <= "_L1 + QString::number(now.toMSecsSinceEpoch()) +
-                                 " ORDER BY Instant DESC LIMIT 1 OFFSET "_L1 + QString::number(n - 1));
+    const auto records = m_database.OpenRecordset("SELECT Instant FROM "_L1 + Table + " WHERE "_L1 +
+                                                  clsDAO::TextCriteria(u"Server"_s, server) + " AND Instant <= "_L1 +
+                                                  QString::number(now.toMSecsSinceEpoch()) +
+                                                  " ORDER BY Instant DESC LIMIT 1 OFFSET "_L1 + QString::number(n - 1));
     if (records->RecordCount() == 0)
         return std::nullopt;
     return milliseconds(records->Field(u"Instant"_s).toLongLong());

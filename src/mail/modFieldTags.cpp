@@ -98,8 +98,8 @@ void ThrowTooLong(const QString& tag)
 }
 } // namespace
 
-QString modFieldTags::AddTags(QString& text, clsRecordset& tags, const FieldValue& fieldValue, clsEventLoop& eventLoop,
-                              const std::function<bool()>& stopped)
+QString modFieldTags::AddTags(QString& text, const clsRecordset& tags, const FieldValue& fieldValue,
+                              clsEventLoop& eventLoop, const std::function<bool()>& stopped)
 {
     const auto breathe = [&] {
         eventLoop.Yield();

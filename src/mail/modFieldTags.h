@@ -23,12 +23,12 @@ inline constexpr qint32 TextTooLong = 14;
 /// Replaces in `text` every tag of the list by its value, in any letter case. The list's order counts: a value may hold
 /// tags of later rows, which are replaced in their turn, but not of earlier ones. An empty tag is passed over, what is
 /// no tag stays. The value is fetched for every occurrence. Lets pending events run now and then. Waits for nothing.
-/// @param tags  records of tblTagList; its current record stays.  @param stopped  asked while the work goes on.
+/// @param tags  records of tblTagList.  @param stopped  asked while the work goes on.
 /// @return the expanded text, which is left in `text` too. After an exception `text` is as it was.
 /// @throws clsError TextTooLong when a limit is passed, as by a value that holds its own tag; WorkStopped when
 /// `stopped` says so, so that nothing half done is sent: the caller knows that the user wanted it, and reports nothing.
 /// And whatever `fieldValue` throws.
-QString AddTags(QString& text, clsRecordset& tags, const FieldValue& fieldValue, clsEventLoop& eventLoop,
+QString AddTags(QString& text, const clsRecordset& tags, const FieldValue& fieldValue, clsEventLoop& eventLoop,
                 const std::function<bool()>& stopped);
 
 /// A field of the current record with its type, which the database keeps for numbers and texts alone: truth values and

@@ -88,6 +88,7 @@ QStringList AboutLogin(const clsMailServerReport& report, const Target& target)
             u"Many providers want an app password here, which you make for Brambury in your account's security "
             "settings, and not the password of the account."_s};
 }
+
 QStringList AdviceOn(const clsMailServerReport& report, const Target& target)
 {
     if (!report.connected)

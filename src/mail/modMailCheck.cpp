@@ -216,10 +216,10 @@ void clsCheck::CheckUnknownTags()
 
 void clsCheck::CheckTags(const QString& partner, QString text)
 {
-    auto tags = m_queue.Tags().Clone();
     const auto failure = failureOf([&] {
         modFieldTags::AddTags(
-            text, *tags, [&](const QString& table, const QString& field) { return Value(partner, table, field); },
+            text, m_queue.Tags(),
+            [&](const QString& table, const QString& field) { return Value(partner, table, field); },
             *m_platform.EventLoop, [] { return false; });
     });
     if (failure)

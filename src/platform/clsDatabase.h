@@ -3,12 +3,10 @@
 // callers. What engine stands behind them is known to platform/impl alone.
 #pragma once
 
-#include <QHash>
 #include <QString>
 #include <QStringList>
 #include <QVariant>
 #include <chrono>
-#include <functional>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -126,7 +124,7 @@ public:
     virtual void AppendField(const QString& table, const QString& field, int type, int size,
                              const QVariant& defaultValue) = 0;
 
-    /// Runs statements, divided by semicolons, that declare tables and indexes: all or none.
+    /// Runs statements, divided by semicolons, that declare tables and indexes or add what is shipped: all or none.
     virtual void Declare(const QString& statements) = 0;
 
     /// Gives fields of many records of a table the same values, or deletes the records: all or none. A record that no

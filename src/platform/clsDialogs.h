@@ -49,7 +49,8 @@ public:
     [[nodiscard]] virtual QString SaveFile(const FileRequest& request) = 0;
     [[nodiscard]] virtual QString OpenFile(const FileRequest& request) = 0;
     /// Asks for one line of text. @param offered  stands there at first.  @return Null when the user cancels.
-    [[nodiscard]] virtual QString InputBox(const QString& prompt, const QString& title, const QString& offered = {}) = 0;
+    [[nodiscard]] virtual QString InputBox(const QString& prompt, const QString& title,
+                                           const QString& offered = {}) = 0;
     /// Asks for a password, which is not shown.  @return Null when the user cancels.
     /// @throws clsError DialogCancelled where nobody can be asked.
     [[nodiscard]] virtual QString PasswordBox(const QString& prompt, const QString& title) = 0;

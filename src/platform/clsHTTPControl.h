@@ -2,7 +2,6 @@
 // The internet component that downloads pages and lists what stands on them.
 #pragma once
 
-#include <QByteArray>
 #include <QHash>
 #include <QString>
 #include <QStringList>

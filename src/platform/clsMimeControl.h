@@ -19,8 +19,8 @@ class clsMimeControl
 public:
     virtual ~clsMimeControl() = default;
     virtual void SetEvents(clsMimeEvents* events) = 0;
-    /// Encodes a file as one MIME part, part headers included, each line ended by CR LF. Complete or EncodeError follows out
-    /// of the event loop. The part begins with its first header.
+    /// Encodes a file as one MIME part, part headers included, each line ended by CR LF. Complete or EncodeError
+    /// follows out of the event loop. The part begins with its first header.
     virtual void Encode(const QString& inputFile, const QString& outputFile) = 0;
 
     /// A body as it travels.

@@ -20,6 +20,9 @@ public:
         QString name; ///< letters, digits and dashes
         QString description;
         QStringList command; ///< a program by its full path, and its arguments
+        /// More arguments, by which the command does nothing unless a time of the job has come since it ran last. For
+        /// systems that make up for nothing: there the command is run every hour, and sees for itself.
+        QStringList onlyIfDue;
         Often often = Often::Daily;
         QTime at; ///< hours and minutes, local time
     };

@@ -6,7 +6,6 @@
 
 #include <QByteArray>
 #include <QString>
-#include <QStringList>
 #include <functional>
 
 /// What the SMTP control reports; calls come out of the event loop, while one of its operations waits.

@@ -47,16 +47,6 @@ void Exclaim(const QString& text)
     MsgBox(text, clsDialogs::Buttons::OK, clsDialogs::Icon::Exclamation);
 }
 
-/// The first `size` characters, as the fields count them; 0: all.
-QString Cut(const QString& text, int size)
-{
-    if (size <= 0 || text.size() <= size)
-        return text;
-    const auto characters = text.toUcs4();
-    return QString::fromUcs4(reinterpret_cast<const char32_t*>(characters.constData()),
-                             std::min(characters.size(), qsizetype{size}));
-}
-
 /// "www.host.example:8080" without its port.
 QString WithoutPort(const QString& host)
 {
@@ -333,7 +323,7 @@ bool clsHarvest::Write(const std::vector<std::size_t>& chosen)
         const QString& address = m_links.at(index).address;
         records->AddNew();
         records->SetField(u"SiteName"_s, siteID);
-        records->SetField(u"Title"_s, Cut(address, titleSize));
+        records->SetField(u"Title"_s, modCommonFunctions::Leftmost(address, titleSize));
         records->SetField(u"HomePage"_s, address);
         records->SetField(u"Message"_s, FirstMessage);
         records->SetField(u"Status"_s, int{modDataModel::Offer});

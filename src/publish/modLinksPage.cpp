@@ -15,7 +15,6 @@
 
 #include <QSet>
 #include <QUrl>
-#include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
 using modBrambury::Platform;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "publish/modSiteReport.h"
 
-#include "data/modDataModel.h"
+#include "data/modLinks.h"
 #include "data/modSites.h"
 #include "platform/clsClock.h"
 #include "platform/clsDatabase.h"
@@ -107,12 +107,7 @@ void PrintSettings(const clsRecordset& site, clsPrinter& printer)
 bool PrintLinks(clsDatabase& database, const QString& siteID, clsPrinter& printer,
                 const std::function<bool(double)>& goOn)
 {
-    const auto query = database.QueryDef(u"qryLinkList"_s);
-    const modDataModel::StatusBounds all = modDataModel::BoundsOf(modDataModel::ViewAll, false);
-    query->SetParameter(u"Site"_s, siteID);
-    query->SetParameter(u"StatusLow"_s, all.low);
-    query->SetParameter(u"StatusHigh"_s, all.high);
-    const auto links = query->OpenRecordset();
+    const auto links = modLinks::Of(database, siteID);
     const qint64 count = links->RecordCount();
     const QStringList fields{u"Title"_s, u"HomePage"_s, u"LinkPage"_s, u"Email"_s};
 
@@ -134,15 +129,6 @@ bool PrintLinks(clsDatabase& database, const QString& siteID, clsPrinter& printe
     return true;
 }
 } // namespace
-
-QStringList modSiteReport::AllSites(clsDatabase& database)
-{
-    QStringList keys;
-    const auto sites = database.OpenRecordset(SiteTable);
-    for (; !sites->AfterLast(); sites->MoveNext())
-        keys << TextOf(sites->Field(u"SiteID"_s));
-    return keys;
-}
 
 bool modSiteReport::Find(clsDatabase& database, const QString& siteID)
 {

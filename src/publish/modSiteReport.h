@@ -22,8 +22,6 @@ enum class Outcome
 /// @return false to cancel.
 using Progress = std::function<bool(double done)>;
 
-/// The keys of all sites, in stored order.
-[[nodiscard]] QStringList AllSites(clsDatabase& database);
 /// Whether the site is there; the user is told when it is not.
 [[nodiscard]] bool Find(clsDatabase& database, const QString& siteID);
 /// Prints the sites as one document, each from a new page with the number 1. A site that is missing is told to the user

@@ -17,6 +17,6 @@ public:
     QString Source;
     qint32 LastSystemError = 0;
     qint32 LineNumber = 0;
-    int Count = 0;      ///< errors reported by this process; a cancelled dialog is none
-    QString Hidden;     ///< description of the first error that went to Error.log alone and was not told since
+    int Count = 0;  ///< errors reported by this process; a cancelled dialog is none
+    QString Hidden; ///< description of the first error that went to Error.log alone and was not told since
 };

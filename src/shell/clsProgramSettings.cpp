@@ -58,13 +58,11 @@ QString DefaultOf(const clsSettingEntry& entry)
     return text.startsWith(u'\\') ? modBrambury::FolderPath(text) : text;
 }
 
-std::optional<QString> DefaultOf(const QString& section, const QString& key)
+const clsSettingEntry* EntryOf(const QString& section, const QString& key)
 {
     const auto& table = SettingsTable();
     const auto found = std::find_if(table.cbegin(), table.cend(), [&](const clsSettingEntry& entry) {
         return section == QLatin1String(entry.section) && key == QLatin1String(entry.key);
     });
-    if (found == table.cend())
-        return std::nullopt;
-    return DefaultOf(*found);
+    return found == table.cend() ? nullptr : &*found;
 }

@@ -3,7 +3,6 @@
 #pragma once
 
 #include <QString>
-#include <optional>
 #include <variant>
 #include <vector>
 
@@ -76,5 +75,5 @@ struct clsSettingEntry
 const std::vector<clsSettingEntry>& SettingsTable();
 /// An entry's default as text, with the program folder filled in.
 QString DefaultOf(const clsSettingEntry& entry);
-/// The default of a (section, key) that the table knows.
-std::optional<QString> DefaultOf(const QString& section, const QString& key);
+/// The entry of a (section, key); null for one that the table does not know.
+const clsSettingEntry* EntryOf(const QString& section, const QString& key);

@@ -259,6 +259,20 @@ std::unique_ptr<clsFileLock> modBrambury::LockDatabase()
     return lock;
 }
 
+std::unique_ptr<clsFileLock> modBrambury::LockRun()
+{
+    return Platform().Disk->Lock(State().Settings.DataPath + u"Bramdat.run"_s, clsDisk::Share::Exclusive);
+}
+
+std::unique_ptr<clsFileLock> modBrambury::LockRunAloud()
+{
+    auto lock = LockRun();
+    if (!lock)
+        MsgBox(u"Another link test or e-mail run is in progress on this database.  Please wait until it has ended."_s,
+               clsDialogs::Buttons::OK, clsDialogs::Icon::Exclamation);
+    return lock;
+}
+
 void modBrambury::PutBackDatabase()
 {
     clsDisk& disk = *Platform().Disk;

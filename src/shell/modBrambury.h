@@ -8,7 +8,6 @@
 #include <QString>
 #include <QStringList>
 #include <memory>
-#include <optional>
 #include <vector>
 
 class clsDatabase;
@@ -61,8 +60,8 @@ struct ProcessState
     bool FileInUse = false;      ///< the last attempt to get at the database met somebody who needs it alone
     bool StopFlag = false;       ///< the Stop button was pressed; cleared by whoever starts a run
 
-    /// What a repair has to say; the window that the restart loads puts it into its results log. The entry routine
-    /// leaves it alone.
+    /// What a repair or restore has to say; the window that the restart loads puts it into its results log. The entry
+    /// routine leaves it alone.
     QStringList RepairReport;
 
     QString CurrentSite;                   ///< SiteID of the selected site
@@ -129,6 +128,11 @@ void PutBackDatabase();
 /// Bramdat.use for this process alone. @return empty when others have the database open, or work on the file; the user
 /// has been told, and FileInUse is set.
 std::unique_ptr<clsFileLock> LockDatabase();
+/// Bramdat.run for this process alone: one run at a time, whichever copy of the program has started it. @return empty
+/// while another run is under way.
+std::unique_ptr<clsFileLock> LockRun();
+/// The same; the user is told of the other run.
+std::unique_ptr<clsFileLock> LockRunAloud();
 
 /// Clears the results of one site's links.
 void ClearResults(const QString& siteID);

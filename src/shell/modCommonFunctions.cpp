@@ -113,6 +113,21 @@ QString modCommonFunctions::TextOf(const QVariant& value)
     return NullToDefault(value, QString()).toString();
 }
 
+QString modCommonFunctions::Leftmost(const QString& text, qsizetype size)
+{
+    if (size <= 0 || text.size() <= size)
+        return text;
+    qsizetype end = 0;
+    for (qsizetype count = 0; count < size && end < text.size(); ++count)
+        end += text[end].isHighSurrogate() && end + 1 < text.size() && text[end + 1].isLowSurrogate() ? 2 : 1;
+    return text.first(end);
+}
+
+QString modCommonFunctions::OnOneLine(QString text)
+{
+    return text.replace(u"\r\n"_s, u" "_s).replace(u'\r', u' ').replace(u'\n', u' ');
+}
+
 bool modCommonFunctions::InternetConnection()
 {
     bool connected = false;

@@ -15,7 +15,7 @@ namespace modCommonFunctions
 /// The one entry for message boxes; the caption is the program's title unless another is given.
 clsDialogs::Answer MsgBox(const QString& text, clsDialogs::Buttons buttons = clsDialogs::Buttons::OK,
                           clsDialogs::Icon icon = clsDialogs::Icon::None, const QString& caption = {});
-/// May what the user was editing be left? Asks when something has `changed` since it was saved; `save`s when he says so.
+/// May what the user was editing be left? Asks when something has `changed` since it was saved, and may `save` it.
 /// @param save  whether it went well.
 bool MayLeave(bool changed, const std::function<bool()>& save);
 
@@ -27,6 +27,10 @@ bool HasWebPrefix(const QString& text);
 QVariant NullToDefault(const QVariant& value, const QVariant& defaultValue);
 /// The same for texts: Null becomes empty.
 QString TextOf(const QVariant& value);
+/// The first `size` characters, as fields count them; 0: all.
+QString Leftmost(const QString& text, qsizetype size);
+/// Line breaks as blanks.
+QString OnOneLine(QString text);
 /// True when a connection is up or could be dialled (then the dialled flag is set).
 bool InternetConnection();
 /// "1,023 bytes (1,023 bytes)", "1.0KB (1,024 bytes)"; megabytes from 1,048,000 on.

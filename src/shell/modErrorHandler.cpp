@@ -61,12 +61,6 @@ QString MessageText()
            u" and restart the program.\r\nIf it still persists, please contact Technical Support Services."_s;
 }
 
-/// One entry stays one line, whatever a library put into its description.
-QString OnOneLine(QString text)
-{
-    return text.replace(u"\r\n"_s, u" "_s).replace(u'\r', u' ').replace(u'\n', u' ');
-}
-
 /// Components number their errors from a base of their own; the log shows the component's small number. Unsigned,
 /// because the sum is meant to wrap.
 qint32 WithoutComponentBase(qint32 number)
@@ -90,8 +84,8 @@ void AppendToErrorLog(const clsErrorHandler& error)
                              QString::number(error.LastSystemError),
                              QString::number(error.LineNumber)};
     QString line;
-    for (const QString& field : fields)
-        line += u'"' + OnOneLine(field) + u"\","_s;
+    for (const QString& field : fields) // one entry stays one line, whatever a library put into its description
+        line += u'"' + modCommonFunctions::OnOneLine(field) + u"\","_s;
     modBrambury::Platform().Disk->AppendFile(ErrorLog(), (line + u"\r\n"_s).toUtf8());
 }
 
@@ -122,7 +116,7 @@ ErrorAction modErrorHandler::ErrorHandler(const QString& module, const QString& 
     if (verdict.window == Verdict::Window::Shown || (verdict.window == Verdict::Window::ShownWithoutLog && !logged))
         ignoringErrors([&] { ShowErrorWindow(verdict.icon); });
     else if (verdict.window == Verdict::Window::ShownWithoutLog && last.Hidden.isEmpty())
-        last.Hidden = OnOneLine(last.Description);
+        last.Hidden = modCommonFunctions::OnOneLine(last.Description);
     return verdict.action;
 }
 

@@ -12,6 +12,8 @@ constexpr int Gap = 2;
 constexpr int PictureSize = 16;
 /// Around a caption, so that it does not touch the button's edge.
 constexpr int Margins = 16;
+/// Columns of one width may take so many rows; beyond that, room counts for more than calm.
+constexpr int MostRows = 3;
 } // namespace
 
 clsButtonRow::clsButtonRow(QWidget* parent) : QWidget(parent)
@@ -65,17 +67,34 @@ clsButtonRow::Plan clsButtonRow::PlanFor(int width) const
             return {Look::PictureAndCaption, columns, columnWidth};
         if (columnWidth >= widest(Look::Caption))
             return {Look::Caption, columns, columnWidth};
+        if (rows == MostRows)
+            break;
     }
-    return {Look::Caption, 1, width};
+    return {Look::Caption, 0, 0};
+}
+
+int clsButtonRow::PlaceButtons(int width, const std::function<void(QToolButton&, const QRect&)>& place) const
+{
+    const Plan plan = PlanFor(width);
+    const int height = ButtonHeight();
+    QRect at(0, 0, 0, height);
+    int inRow = 0;
+    for (QToolButton* button : m_buttons) {
+        at.setWidth(plan.columnWidth > 0 ? plan.columnWidth : WidthOf(*button, plan.look));
+        if (plan.columns > 0 ? inRow == plan.columns : inRow > 0 && at.right() >= width) {
+            at.moveTo(0, at.bottom() + 1 + Gap);
+            inRow = 0;
+        }
+        place(*button, at);
+        at.moveLeft(at.right() + 1 + Gap);
+        ++inRow;
+    }
+    return at.bottom() + 1;
 }
 
 int clsButtonRow::heightForWidth(int width) const
 {
-    if (m_buttons.empty())
-        return 0;
-    const int columns = PlanFor(width).columns;
-    const int rows = (static_cast<int>(m_buttons.size()) + columns - 1) / columns;
-    return rows * ButtonHeight() + (rows - 1) * Gap;
+    return m_buttons.empty() ? 0 : PlaceButtons(width, [](QToolButton&, const QRect&) {});
 }
 
 QSize clsButtonRow::sizeHint() const
@@ -93,23 +112,11 @@ QSize clsButtonRow::minimumSizeHint() const
 
 void clsButtonRow::LayOut()
 {
-    const Plan plan = PlanFor(width());
-    const int height = ButtonHeight();
-    int x = 0;
-    int y = 0;
-    int inRow = 0;
-    for (QToolButton* button : m_buttons) {
-        if (inRow == plan.columns) {
-            inRow = 0;
-            x = 0;
-            y += height + Gap;
-        }
-        const int buttonWidth = plan.columnWidth > 0 ? plan.columnWidth : WidthOf(*button, plan.look);
-        button->setToolButtonStyle(plan.look == Look::Caption ? Qt::ToolButtonTextOnly : Qt::ToolButtonTextBesideIcon);
-        button->setGeometry(x, y, buttonWidth, height);
-        x += buttonWidth + Gap;
-        ++inRow;
-    }
+    const bool pictures = PlanFor(width()).look == Look::PictureAndCaption;
+    PlaceButtons(width(), [pictures](QToolButton& button, const QRect& place) {
+        button.setToolButtonStyle(pictures ? Qt::ToolButtonTextBesideIcon : Qt::ToolButtonTextOnly);
+        button.setGeometry(place);
+    });
 }
 
 void clsButtonRow::resizeEvent(QResizeEvent* /*event*/)

@@ -3,12 +3,13 @@
 #pragma once
 
 #include <QWidget>
+#include <functional>
 #include <vector>
 
 class QToolButton;
 
-/// Shows its buttons with picture and caption where they fit into one row, else with captions only, else in as many
-/// rows of equal columns as are needed.
+/// Shows its buttons with picture and caption where they fit into one row, else with captions only, else in rows of
+/// equal columns; where those would be many, in rows of as many as fit.
 class clsButtonRow : public QWidget
 {
     Q_OBJECT
@@ -36,12 +37,14 @@ private:
     struct Plan
     {
         Look look = Look::PictureAndCaption;
-        int columns = 1;
+        int columns = 1;     ///< 0: as many in each row as fit
         int columnWidth = 0; ///< 0: each button as wide as it wants to be
     };
     [[nodiscard]] Plan PlanFor(int width) const;
     [[nodiscard]] int WidthOf(const QToolButton& button, Look look) const;
     [[nodiscard]] int ButtonHeight() const;
+    /// Hands each button its place. @return the height of them all.
+    int PlaceButtons(int width, const std::function<void(QToolButton&, const QRect&)>& place) const;
     void LayOut();
 
     std::vector<QToolButton*> m_buttons;

@@ -6,8 +6,6 @@
 #include <QLayout>
 #include <QScopeGuard>
 
-using namespace Qt::Literals::StringLiterals;
-
 namespace
 {
 /// Below this share of its size a caption is no longer easy to read.

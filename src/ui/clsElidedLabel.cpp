@@ -32,6 +32,7 @@ bool clsElidedLabel::event(QEvent* event)
     if (event->type() != QEvent::ToolTip)
         return QLabel::event(event);
     const bool whole = fontMetrics().horizontalAdvance(text()) <= contentsRect().width();
-    QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(), whole ? QString() : modTips::Plain(text()), this);
+    const QString tip = !toolTip().isEmpty() ? toolTip() : whole ? QString() : modTips::Plain(text());
+    QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(), tip, this);
     return true;
 }

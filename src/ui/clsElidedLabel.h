@@ -4,8 +4,8 @@
 
 #include <QLabel>
 
-/// Ends in an ellipsis when it is too narrow, and tells the rest in its tool tip. Plain text; "&" marks a mnemonic only
-/// for a label with a buddy.
+/// Ends in an ellipsis when it is too narrow, and tells the rest in its tool tip where it has none of its own. Plain
+/// text without a mnemonic, also with a buddy.
 class clsElidedLabel : public QLabel
 {
     Q_OBJECT

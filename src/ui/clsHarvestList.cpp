@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ui/clsHarvestList.h"
 
+#include "ui/modDialogParts.h"
+
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QKeyEvent>
@@ -56,8 +58,6 @@ clsHarvestList::clsHarvestList(QWidget* parent)
     m_search->setObjectName(u"txtSearch"_s);
     m_search->setClearButtonEnabled(true);
     m_search->setPlaceholderText(u"Address, title or mark"_s);
-    auto* searchLabel = new QLabel(u"&Search:"_s);
-    searchLabel->setBuddy(m_search);
     connect(m_search, &QLineEdit::textChanged, this, [this](const QString& text) {
         m_shown->setFilterFixedString(text.trimmed());
         UpdateCounts();
@@ -82,7 +82,7 @@ clsHarvestList::clsHarvestList(QWidget* parent)
     m_search->installEventFilter(this);
 
     auto* search = new QHBoxLayout;
-    search->addWidget(searchLabel);
+    search->addWidget(modDialogParts::LabelFor(m_search, u"&Search:"_s));
     search->addWidget(m_search, 1);
 
     auto* row = new QHBoxLayout;
@@ -117,9 +117,10 @@ clsHarvestList::clsHarvestList(QWidget* parent)
 
 void clsHarvestList::Show(const clsHarvest& harvest)
 {
+    // First, because the search and the order look at the rows that the model has.
+    m_links->SetLinks(harvest.Links());
     m_search->clear();
     m_list->sortByColumn(-1, Qt::AscendingOrder);
-    m_links->SetLinks(harvest.Links());
     m_list->setCurrentIndex(m_shown->index(0, 0));
     m_count->setText(harvest.CountText() +
                      u"\nSelect the links you wish to add to your site's link list and click the Next button to "

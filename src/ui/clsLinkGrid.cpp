@@ -83,6 +83,7 @@ clsLinkGrid::clsLinkGrid(QWidget* parent) : QTableView(parent), m_links(new clsL
     m_emptyAdvice = new QLabel;
     m_emptyAdvice->setObjectName(u"lblEmptyAdvice"_s);
     for (QLabel* label : {m_emptyTitle, m_emptyAdvice}) {
+        label->setTextFormat(Qt::PlainText);
         label->setAlignment(Qt::AlignCenter);
         label->setWordWrap(true);
     }
@@ -254,6 +255,10 @@ void clsLinkGrid::RemoveLinks(const std::vector<qint64>& links)
     };
     place.current = neighbour(place.current);
     place.top = neighbour(place.top);
+    const bool any = !place.selected.empty();
+    std::erase_if(place.selected, [&](qint64 link) { return gone.contains(link); });
+    if (any && place.selected.empty())
+        place.selected = {place.current};
     auto rest = m_links->Recordset()->Clone();
     rest->Forget(links);
     if (m_links->SetRecordset(std::move(rest)) == clsLinkModel::Rows::Changed)
@@ -269,6 +274,16 @@ bool clsLinkGrid::MakeCurrent(qint64 linkID)
     const QModelIndex index = m_links->index(row, std::max(0, column));
     selectionModel()->setCurrentIndex(index, QItemSelectionModel::NoUpdate);
     scrollTo(index);
+    return true;
+}
+
+bool clsLinkGrid::GoToLink(qint64 linkID)
+{
+    if (!MakeCurrent(linkID))
+        return false;
+    // One of several selected ones leaves it at that.
+    if (!selectionModel()->isRowSelected(currentIndex().row()))
+        selectionModel()->select(currentIndex(), QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
     return true;
 }
 

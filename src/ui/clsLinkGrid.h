@@ -20,7 +20,7 @@ public:
     /// Shows another set of links; null: none. Selection, current row and scroll place are kept, by link.
     void SetLinks(std::unique_ptr<clsRecordset> links);
     /// Takes links out of the view that were deleted, or belong to another view now; nothing is read or sorted anew.
-    /// If the current one goes, its next neighbour becomes current.
+    /// If the current one goes, its next neighbour becomes current; if all selected ones go, it is selected too.
     void RemoveLinks(const std::vector<qint64>& links);
     /// Shows only the links in whose shown columns every word stands. See clsLinkModel::SetFilter.
     void SetFilter(const QString& words);
@@ -31,6 +31,8 @@ public:
     [[nodiscard]] qint64 CurrentLink() const;
     /// Makes a link's row current and visible; the selection stays. @return false when the view does not show it.
     bool MakeCurrent(qint64 linkID);
+    /// The same as the user does it: the row is selected as well, and no other, unless it was among those selected.
+    bool GoToLink(qint64 linkID);
 
     /// What stands in the place of the rows when there are none: what is missing, and what to do.
     void SetEmptyState(const QString& title, const QString& advice);

@@ -3,6 +3,7 @@
 
 #include "shell/modCommonFunctions.h"
 
+#include <QAccessibleWidget>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
@@ -15,13 +16,18 @@ namespace
 {
 /// How far an arrow key moves a bar.
 constexpr int KeyStep = 8;
-/// The inside of a window of the first size, below a menu bar of any style.
-constexpr QSize FirstSize(632, 425);
-/// What the list of sites gets of a larger window's width before its names are long enough, and the upper panes of its
-/// height.
+/// What the list of sites gets of a larger window's width before its names are long enough, and the upper panes of a
+/// height that is gained or lost.
 constexpr double LeftShare = 0.25;
 constexpr int LargestGrowth = 150;
 constexpr double TopShare = 0.67;
+
+/// What a screen reader calls a bar.
+QAccessibleInterface* MakeAccessible(const QString& /*className*/, QObject* object)
+{
+    auto* bar = qobject_cast<clsSplitterBar*>(object);
+    return bar ? new QAccessibleWidget(bar, QAccessible::Splitter) : nullptr;
+}
 } // namespace
 
 clsSplitterBar::clsSplitterBar(Qt::Orientation orientation, QWidget* parent)
@@ -29,6 +35,7 @@ clsSplitterBar::clsSplitterBar(Qt::Orientation orientation, QWidget* parent)
 {
     setCursor(orientation == Qt::Horizontal ? Qt::SplitHCursor : Qt::SplitVCursor);
     setFocusPolicy(Qt::TabFocus);
+    [[maybe_unused]] static const bool once = (QAccessible::installFactory(&MakeAccessible), true);
 }
 
 void clsSplitterBar::mousePressEvent(QMouseEvent* event)
@@ -125,10 +132,27 @@ int clsPanes::LargestTop() const
     return height() * TwipsPerPixel - BottomMargin;
 }
 
+bool clsPanes::TopMoved() const
+{
+    return m_top != FirstTop || m_topHeight != FirstSize.height();
+}
+
+int clsPanes::TopAt(int height) const
+{
+    const int more = TwipsPerPixel * qRound((height - m_topHeight) * TopShare);
+    return m_top + (TopMoved() ? more : std::max(0, more));
+}
+
+int clsPanes::PaneTop(int height) const
+{
+    return TopMoved() ? TopAt(height) : FirstTop;
+}
+
 void clsPanes::SetPositions(int left, int top)
 {
     m_left = left;
     m_top = top;
+    m_topHeight = top == FirstTop ? FirstSize.height() : height();
     LayOut();
 }
 
@@ -145,26 +169,29 @@ void clsPanes::MoveHorizontal(int top)
     if (top < TopMargin || top > LargestTop())
         return;
     m_top = top;
+    m_topHeight = height();
     LayOut();
 }
 
 QSize clsPanes::minimumSizeHint() const
 {
-    return {(LeftMargin + RightMargin) / TwipsPerPixel + 250, (TopMargin + BottomMargin) / TwipsPerPixel + 60};
+    const int lower = clsSplitterBar::Thickness + m_bottom->minimumSizeHint().height();
+    return {(LeftMargin + RightMargin) / TwipsPerPixel + 250,
+            TopMargin / TwipsPerPixel + std::max(BottomMargin / TwipsPerPixel + 60, lower)};
 }
 
 void clsPanes::LayOut()
 {
     int left = m_left;
-    int top = m_top;
+    const int top = TopAt(height());
     if (left == FirstLeft)
         left += TwipsPerPixel * std::clamp(qRound((width() - FirstSize.width()) * LeftShare), 0, LargestGrowth);
-    if (top == FirstTop)
-        top += TwipsPerPixel * std::max(0, qRound((height() - FirstSize.height()) * TopShare));
     const int x = std::max(LeftMargin, std::min(left, LargestLeft())) / TwipsPerPixel;
-    const int y = std::max(TopMargin, std::min(top, LargestTop())) / TwipsPerPixel;
-    const int head = m_header->sizeHint().height();
     constexpr int bar = clsSplitterBar::Thickness;
+    // With large letters the lower pane needs more than its margin.
+    const int lowest = std::min(LargestTop() / TwipsPerPixel, height() - bar - m_bottom->minimumSizeHint().height());
+    const int y = std::max(TopMargin / TwipsPerPixel, std::min(top / TwipsPerPixel, lowest));
+    const int head = m_header->sizeHint().height();
     m_header->setGeometry(0, 0, width(), head);
     m_topLeft->setGeometry(0, head, x, y - head);
     m_vertical->setGeometry(x, head, bar, y - head);

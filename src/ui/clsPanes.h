@@ -45,8 +45,10 @@ public:
     static constexpr int RightMargin = 1620;
     static constexpr int TopMargin = 2500;
     static constexpr int BottomMargin = 2000;
+    /// The inside of a window of the first size, below a menu bar of any style.
+    static constexpr QSize FirstSize{632, 425};
     // Where the bars stand in a window of the first size, in twips. A bar that is kept at this place has not been put
-    // there by the user, and takes its share of a larger window.
+    // there by the user.
     static constexpr int FirstLeft = 1690;
     static constexpr int FirstTop = 4230;
 
@@ -55,8 +57,9 @@ public:
 
     /// Where the bars were put last. A window too small for them shows them within the margins for the time being.
     [[nodiscard]] int PaneLeft() const { return m_left; }
-    [[nodiscard]] int PaneTop() const { return m_top; }
-    /// Puts the bars where a previous session left them.
+    /// The lower bar shares out what the window's height gains or loses afterwards. @param height  of the panes.
+    [[nodiscard]] int PaneTop(int height) const;
+    /// Puts the bars where they were left before, in panes of the size these have now.
     void SetPositions(int left, int top);
     /// A place outside the margins is refused: the bar stays.
     void MoveVertical(int left);
@@ -72,6 +75,9 @@ private:
     void LayOut();
     [[nodiscard]] int LargestLeft() const;
     [[nodiscard]] int LargestTop() const;
+    [[nodiscard]] bool TopMoved() const;
+    /// Where the lower bar belongs in panes of this height, in twips.
+    [[nodiscard]] int TopAt(int height) const;
 
     QWidget* m_header;
     QWidget* m_topLeft;
@@ -79,6 +85,7 @@ private:
     QWidget* m_bottom;
     clsSplitterBar* m_vertical;
     clsSplitterBar* m_horizontal;
-    int m_left = FirstLeft; ///< twips
-    int m_top = FirstTop;   ///< twips
+    int m_left = FirstLeft;               ///< twips
+    int m_top = FirstTop;                 ///< twips
+    int m_topHeight = FirstSize.height(); ///< pixels of the panes when the bar was put there
 };

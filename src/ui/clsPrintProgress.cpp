@@ -2,6 +2,7 @@
 #include "ui/clsPrintProgress.h"
 
 #include "shell/modBrambury.h"
+#include "ui/modDialogParts.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -26,12 +27,10 @@ clsPrintProgress::clsPrintProgress(QWidget* parent) : QDialog(parent), m_bar(new
     m_bar->setRange(0, Steps);
     m_bar->setMinimumWidth(BarWidth);
     auto* label = new QLabel(u"The pages are being made..."_s);
-    auto* cancel = new QPushButton(u"&Cancel"_s);
-    cancel->setObjectName(u"cmdCancel"_s);
-    connect(cancel, &QPushButton::clicked, this, &QDialog::reject);
     auto* buttons = new QHBoxLayout;
     buttons->addStretch();
-    buttons->addWidget(cancel);
+    connect(modDialogParts::AddButton(*buttons, u"&Cancel"_s, u"cmdCancel"_s), &QPushButton::clicked, this,
+            &QDialog::reject);
     auto* all = new QVBoxLayout(this);
     all->setContentsMargins(16, 16, 16, 16);
     all->setSpacing(12);

@@ -6,6 +6,7 @@
 #include "shell/modCommonFunctions.h"
 #include "shell/modErrorHandler.h"
 #include "ui/clsPortBox.h"
+#include "ui/modDialogParts.h"
 #include "ui/modTextBoxes.h"
 #include "ui/modTips.h"
 
@@ -106,6 +107,7 @@ QPlainTextEdit* clsRecordDialog::TextBox(const QString& name, const QString& fie
     auto* box = new QPlainTextEdit;
     box->setTabChangesFocus(true);
     modTextBoxes::SetLines(*box, lines);
+    modTextBoxes::BreakLongLines(*box);
     connect(box, &QPlainTextEdit::textChanged, this,
             [this, box, field] { Enter(field, modTextBoxes::StoredText(*box)); });
     Bind(box, name, field, [this, box, field] { modTextBoxes::SetText(*box, m_editor.Text(field)); });
@@ -153,9 +155,7 @@ clsPortBox* clsRecordDialog::Port(const QString& name, const QString& field)
 
 QLabel* clsRecordDialog::LabelFor(QWidget* control, const QString& caption)
 {
-    auto* label = new QLabel(caption);
-    label->setTextFormat(Qt::PlainText);
-    label->setBuddy(control);
+    QLabel* label = modDialogParts::LabelFor(control, caption);
     for (const Binding& binding : m_bindings) {
         const clsRecordEditor::Field* field = m_editor.FieldNamed(binding.field);
         if (binding.control != control || !field || field->missing.isEmpty())
@@ -193,7 +193,7 @@ QPushButton* clsRecordDialog::PageButton(const QString& caption, const QString& 
 {
     auto* button = new QPushButton(caption);
     button->setObjectName(name);
-    connect(button, &QPushButton::clicked, this, press);
+    connect(button, &QPushButton::clicked, this, [press] { guarded(Module, "PageButton_Click", press); });
     return button;
 }
 
@@ -213,6 +213,12 @@ void clsRecordDialog::AddAddressRow(QGridLayout& grid, QLineEdit* address, const
     grid.addWidget(PageButton(preview, u"PreviewURL_%1"_s.arg(index),
                               [address] { modCommonFunctions::OpenWebBrowser(address->text()); }),
                    row, 4);
+}
+
+void clsRecordDialog::AddField(QGridLayout& grid, QWidget* control, const QString& caption, int row, int column)
+{
+    grid.addWidget(LabelFor(control, caption), row, column);
+    grid.addWidget(control, row, column + 1, 1, column == 0 ? 1 : -1);
 }
 
 void clsRecordDialog::AddIPAddress(QGridLayout& grid, int row, int column, const QString& caption)
@@ -264,8 +270,7 @@ void clsRecordDialog::ShowRecord()
     const QScopedValueRollback showing(m_showing, true);
     for (const auto& show : m_shows)
         show();
-    // "[*]" in a title is the place of a mark for changes.
-    setWindowTitle(u"%1  [%2]"_s.arg(m_look.caption, modTips::OneLine(m_editor.Name())).replace("[*]"_L1, "[*][*]"_L1));
+    setWindowTitle(modTips::Title(m_look.caption, m_editor.Name()));
 }
 
 void clsRecordDialog::Colour()

@@ -78,9 +78,11 @@ protected:
     /// An address with its button. @param index  of the button.  @param preview  its caption.
     void AddAddressRow(QGridLayout& grid, QLineEdit* address, const QString& caption, int index,
                        const QString& preview);
-    /// The field IPAddress, which nobody has to fill in: one column wide, in the last columns two.
+    // In a given row: the label in column 0 or 2, the control in the next one, or from there to the end.
+    void AddField(QGridLayout& grid, QWidget* control, const QString& caption, int row, int column);
+    /// The field IPAddress, which nobody has to fill in.
     void AddIPAddress(QGridLayout& grid, int row, int column, const QString& caption);
-    /// A button of its own of a page.
+    /// A button of its own of a page. Its failures are reported.
     QPushButton* PageButton(const QString& caption, const QString& name, const std::function<void()>& press);
     /// When the pages are built: adds the rest, and shows the record. The Tab key goes through the controls in the
     /// order in which they have come into the layouts.

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ui/clsResultsBox.h"
 
+#include "ui/clsFocusFrame.h"
+
 #include <QEvent>
 #include <QFontDatabase>
 #include <QGuiApplication>
@@ -27,6 +29,7 @@ clsResultsBox::clsResultsBox(QWidget* parent) : QPlainTextEdit(parent)
     setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     setUndoRedoEnabled(false);
     setLineWrapMode(QPlainTextEdit::WidgetWidth);
+    new clsFocusFrame(*this);
     UseFixedFont();
     m_timer.setSingleShot(true);
     m_timer.setInterval(BatchTime);

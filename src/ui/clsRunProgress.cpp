@@ -23,6 +23,7 @@ clsRunProgress::clsRunProgress(QWidget* parent) : QWidget(parent)
     m_bar->setFixedHeight(10);
     m_label = new QLabel;
     m_label->setObjectName(u"lblRunProgress"_s);
+    m_label->setTextFormat(Qt::PlainText);
     auto* row = new QHBoxLayout(this);
     row->setContentsMargins(0, 0, 0, 0);
     row->addWidget(m_bar, 1);

@@ -39,6 +39,8 @@ public:
 protected:
     void highlightBlock(const QString& text) override
     {
+        if (text.size() >= modTextBoxes::LongLine)
+            return; // each key that is pressed looks through all of it
         for (const modSpellWords::Word& word : m_check.Wrong(text))
             setFormat(static_cast<int>(word.start), static_cast<int>(word.length), Underline());
     }

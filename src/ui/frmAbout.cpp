@@ -4,7 +4,9 @@
 #include "platform/impl/modPlatformImpl.h"
 #include "shell/modBrambury.h"
 #include "shell/modErrorHandler.h"
+#include "ui/clsExplanation.h"
 #include "ui/frmSystemInformation.h"
+#include "ui/modDialogParts.h"
 #include "ui/modIcons.h"
 
 #include <QHBoxLayout>
@@ -26,7 +28,6 @@ QLabel* Line(const QString& text)
 {
     auto* line = new QLabel(text);
     line->setTextFormat(Qt::PlainText);
-    line->setWordWrap(true);
     line->setTextInteractionFlags(Qt::TextSelectableByMouse);
     return line;
 }
@@ -72,32 +73,28 @@ frmAbout::frmAbout(QWidget* parent) : QDialog(parent)
     head->addWidget(picture, 0, Qt::AlignTop);
     head->addLayout(words, 1);
 
-    auto* licence = Line(u"Free software: you may use, pass on and change it under the GNU General Public License, "
-                         "version 3 or later. It comes without any warranty."_s);
-    auto* standsOn = new QLabel(u"&It stands on:"_s);
+    auto* licence =
+        new clsExplanation(u"Free software: you may use, pass on and change it under the GNU General Public License, "
+                           "version 3 or later. It comes without any warranty."_s);
+    licence->setTextInteractionFlags(Qt::TextSelectableByMouse);
     QTreeWidget* libraries = Libraries();
-    standsOn->setBuddy(libraries);
 
-    auto* system = new QPushButton(u"&System Info..."_s);
-    system->setObjectName(u"buttonSystemInfo"_s);
+    auto* buttons = new QHBoxLayout;
+    QPushButton* system = modDialogParts::AddButton(*buttons, u"&System Info..."_s, u"buttonSystemInfo"_s);
     system->setAutoDefault(false);
     connect(system, &QPushButton::clicked, this,
             [this] { guarded("frmAbout", "SystemInfo", [this] { frmSystemInformation(this).exec(); }); });
-    auto* ok = new QPushButton(u"OK"_s);
-    ok->setObjectName(u"buttonOK"_s);
+    buttons->addStretch();
+    QPushButton* ok = modDialogParts::AddButton(*buttons, u"OK"_s, u"buttonOK"_s);
     ok->setDefault(true);
     connect(ok, &QPushButton::clicked, this, &QDialog::accept);
-    auto* buttons = new QHBoxLayout;
-    buttons->addWidget(system);
-    buttons->addStretch();
-    buttons->addWidget(ok);
 
     auto* all = new QVBoxLayout(this);
     all->setContentsMargins(16, 16, 16, 16);
     all->setSpacing(12);
     all->addLayout(head);
     all->addWidget(licence);
-    all->addWidget(standsOn);
+    all->addWidget(modDialogParts::LabelFor(libraries, u"&It stands on:"_s));
     all->addWidget(libraries, 1);
     all->addLayout(buttons);
     ok->setFocus();

@@ -4,11 +4,11 @@
 #include "data/modDBFunctions.h"
 #include "data/modDatedBackups.h"
 #include "platform/clsDisk.h"
-#include "platform/clsWindows.h"
 #include "platform/modHelpTopics.h"
 #include "shell/modBrambury.h"
 #include "shell/modCommonFunctions.h"
 #include "shell/modErrorHandler.h"
+#include "ui/modDialogParts.h"
 
 #include <QButtonGroup>
 #include <QCheckBox>
@@ -23,7 +23,6 @@
 #include <QListWidget>
 #include <QProgressBar>
 #include <QPushButton>
-#include <QShortcut>
 #include <QSignalBlocker>
 #include <QStorageInfo>
 #include <QStyle>
@@ -39,11 +38,6 @@ namespace
 {
 constexpr char Module[] = "frmBackupRestore";
 constexpr QSize FirstSize(540, 520);
-
-void ShowHelp()
-{
-    guarded(Module, "HelpButton_Click", [] { Platform().Windows->ShowHelp(modHelpTopics::BackupRestore); });
-}
 
 /// Where files can be kept: no folders of the system's own making, which look like drives.
 QStringList Drives()
@@ -91,7 +85,8 @@ QLineEdit* PathBox(const QString& name)
 
 frmBackupRestore::frmBackupRestore(QWidget* parent)
     : QDialog(parent), m_modes(new QButtonGroup(this)), m_form(new QFormLayout), m_dated(new QTreeWidget),
-      m_keepDated(new QCheckBox(u"&Keep dated backups: the last ten, made when the program ends"_s)),
+      m_keepDated(
+          new QCheckBox(u"&Keep dated backups: the last ten, made at the program's end and before a restore"_s)),
       m_drive1(new QComboBox), m_dir1(new QListWidget), m_fromPath(PathBox(u"FromPath"_s)),
       m_toPath(PathBox(u"ToPath"_s)), m_lblBackup(new QLabel), m_progress(new QProgressBar),
       m_buttonBR(new QPushButton), m_close(new QPushButton)
@@ -167,8 +162,7 @@ frmBackupRestore::frmBackupRestore(QWidget* parent)
     }
     connect(m_buttonBR, &QPushButton::clicked, this, &frmBackupRestore::Start);
     connect(m_close, &QPushButton::clicked, this, &frmBackupRestore::reject);
-    connect(help, &QPushButton::clicked, this, &ShowHelp);
-    connect(new QShortcut(QKeySequence::HelpContents, this), &QShortcut::activated, this, &ShowHelp);
+    modDialogParts::GiveHelp(*this, modHelpTopics::BackupRestore, help);
 
     auto* all = new QVBoxLayout(this);
     all->setContentsMargins(16, 16, 16, 16);
@@ -268,8 +262,9 @@ void frmBackupRestore::Start()
     const QString path = ChosenPath().text().trimmed();
     guarded(Module, "SSRibbon1_Click", [&] {
         const auto progress = [this](int percent) { return ShowProgress(percent); };
-        ending = m_mode == Backup ? modDBFunctions::BackupDatabase(path, progress)
-                                  : modDBFunctions::RestoreDatabase(modDBFunctions::BackupAt(path), progress);
+        ending = m_mode == Backup
+                     ? modDBFunctions::BackupDatabase(path, progress)
+                     : modDBFunctions::RestoreDatabase(modDBFunctions::BackupAt(path), progress, State().RepairReport);
     });
     SetWorking(false);
     m_completed = ending == Ending::Done;

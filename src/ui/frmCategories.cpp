@@ -2,20 +2,19 @@
 #include "ui/frmCategories.h"
 
 #include "data/modCategories.h"
-#include "platform/clsDatabase.h"
-#include "platform/clsWindows.h"
+#include "data/modSites.h"
 #include "platform/modHelpTopics.h"
 #include "shell/modBrambury.h"
 #include "shell/modCommonFunctions.h"
 #include "shell/modErrorHandler.h"
 #include "ui/clsCategoryGrid.h"
 #include "ui/clsCategoryModel.h"
+#include "ui/modDialogParts.h"
 
 #include <QComboBox>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
-#include <QShortcut>
 #include <QSignalBlocker>
 #include <QTimer>
 #include <QVBoxLayout>
@@ -30,11 +29,6 @@ namespace
 {
 constexpr char Module[] = "frmCategories";
 constexpr QSize FirstSize(440, 420);
-
-void ShowHelp()
-{
-    guarded(Module, "HelpButton_Click", [] { modBrambury::Platform().Windows->ShowHelp(modHelpTopics::Categories); });
-}
 } // namespace
 
 frmCategories::frmCategories(clsDatabase& database, QWidget* parent)
@@ -45,9 +39,6 @@ frmCategories::frmCategories(clsDatabase& database, QWidget* parent)
 
     m_cboxSites->setObjectName(u"cboxSites"_s);
     m_cboxSites->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
-    auto* label = new QLabel(u"&Select a site:"_s);
-    label->setBuddy(m_cboxSites);
-
     int size = 0;
     guarded(Module, "Load", [&] { size = modCategories::NameSize(database); });
     m_gridCategory = new clsCategoryGrid(*m_categories, size);
@@ -63,19 +54,16 @@ frmCategories::frmCategories(clsDatabase& database, QWidget* parent)
         connect(button, &QPushButton::clicked, this, [this, i] { ButtonPressed(i); });
         buttons->addWidget(button);
     }
-    auto* help = new QPushButton(u"&Help"_s);
-    help->setObjectName(u"HelpButton"_s);
+    QPushButton* help = modDialogParts::AddButton(*buttons, u"&Help"_s, u"HelpButton"_s);
     help->setAutoDefault(false);
-    connect(help, &QPushButton::clicked, this, &ShowHelp);
-    connect(new QShortcut(QKeySequence::HelpContents, this), &QShortcut::activated, this, &ShowHelp);
-    buttons->addWidget(help);
+    modDialogParts::GiveHelp(*this, modHelpTopics::Categories, help);
     buttons->addStretch();
 
     auto* body = new QHBoxLayout;
     body->addWidget(m_gridCategory, 1);
     body->addLayout(buttons);
     auto* all = new QVBoxLayout(this);
-    all->addWidget(label);
+    all->addWidget(modDialogParts::LabelFor(m_cboxSites, u"&Select a site:"_s));
     all->addWidget(m_cboxSites);
     all->addSpacing(4);
     all->addLayout(body, 1);
@@ -93,13 +81,7 @@ frmCategories::frmCategories(clsDatabase& database, QWidget* parent)
 
 void frmCategories::FillSites(clsDatabase& database)
 {
-    guarded(Module, "FillSites", [&] {
-        const auto sites = database.OpenRecordset(u"tblSites"_s);
-        for (const auto& row : sites->Rows(0, sites->RecordCount(), {u"SiteID"_s})) {
-            if (!row.empty())
-                m_cboxSites->addItem(modCommonFunctions::TextOf(row[0]));
-        }
-    });
+    guarded(Module, "FillSites", [&] { m_cboxSites->addItems(modSites::Names(database)); });
     const bool any = m_cboxSites->count() > 0;
     if (any)
         m_cboxSites->setCurrentIndex(std::max(0, m_cboxSites->findText(State().CurrentSite, Qt::MatchFixedString)));

@@ -5,7 +5,6 @@
 #include <QDialog>
 
 class QComboBox;
-class QPushButton;
 class clsCategoryGrid;
 class clsCategoryModel;
 class clsDatabase;

@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ui/frmCustomizeGrid.h"
 
-#include "platform/clsWindows.h"
 #include "platform/modHelpTopics.h"
 #include "shell/modBrambury.h"
 #include "shell/modErrorHandler.h"
 #include "ui/clsFieldList.h"
 #include "ui/clsLinkGrid.h"
+#include "ui/modDialogParts.h"
 
 #include <QHBoxLayout>
-#include <QHeaderView>
 #include <QLabel>
 #include <QPushButton>
 #include <QShortcut>
@@ -58,10 +57,8 @@ frmCustomizeGrid::frmCustomizeGrid(clsLinkGrid& grid, QWidget* parent)
     const auto listed = [](clsFieldList* list, const QString& name, const QString& caption) {
         list->setObjectName(name);
         list->setMinimumHeight(ShownFields * (list->fontMetrics().height() + 2));
-        auto* label = new QLabel(caption);
-        label->setBuddy(list);
         auto* column = new QVBoxLayout;
-        column->addWidget(label);
+        column->addWidget(modDialogParts::LabelFor(list, caption));
         column->addWidget(list, 1);
         return column;
     };
@@ -76,7 +73,10 @@ frmCustomizeGrid::frmCustomizeGrid(clsLinkGrid& grid, QWidget* parent)
         auto* button = new QPushButton(captions[i]);
         button->setObjectName(u"CustomizeButtons_%1"_s.arg(i));
         button->setAutoDefault(i != Default);
-        connect(button, &QPushButton::clicked, this, [this, i] { ButtonPressed(i); });
+        if (i == Help)
+            modDialogParts::GiveHelp(*this, modHelpTopics::CustomizeLinkList, button);
+        else
+            connect(button, &QPushButton::clicked, this, [this, i] { ButtonPressed(i); });
         buttons->addWidget(button);
         if (i == Default)
             buttons->addStretch();
@@ -90,8 +90,6 @@ frmCustomizeGrid::frmCustomizeGrid(clsLinkGrid& grid, QWidget* parent)
     all->addSpacing(4);
     all->addLayout(buttons);
 
-    connect(new QShortcut(QKeySequence::HelpContents, this), &QShortcut::activated, this,
-            [this] { ButtonPressed(Help); });
     connect(m_available, &QListWidget::itemDoubleClicked, this, [this] { MoveEntry(ToCurrent); });
     connect(m_current, &QListWidget::itemDoubleClicked, this, [this] { MoveEntry(ToAvailable); });
     for (clsFieldList* list : {m_available, m_current}) {
@@ -146,8 +144,6 @@ void frmCustomizeGrid::ButtonPressed(int index)
             return accept();
         case Cancel:
             return reject();
-        case Help:
-            return Platform().Windows->ShowHelp(modHelpTopics::CustomizeLinkList);
         default:
             return;
         }

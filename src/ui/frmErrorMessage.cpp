@@ -28,7 +28,7 @@ frmErrorMessage::frmErrorMessage(clsWindows::ErrorIcon icon, const QString& mess
     : QDialog(parent)
 {
     setObjectName(u"frmErrorMessage"_s);
-    setWindowTitle(QString(modBrambury::ProgramTitle) + u" error"_s);
+    setWindowTitle(modBrambury::ProgramTitle + u" error"_s);
 
     const bool critical = icon == clsWindows::ErrorIcon::Critical;
     auto* imgError = new QLabel;
@@ -40,7 +40,8 @@ frmErrorMessage::frmErrorMessage(clsWindows::ErrorIcon icon, const QString& mess
     auto* lblMessage = new QLabel(withLineFeeds(message));
     lblMessage->setObjectName(u"lblMessage"_s);
     lblMessage->setTextFormat(Qt::PlainText);
-    lblMessage->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    lblMessage->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    lblMessage->setFocusPolicy(Qt::ClickFocus); // Tab goes to what can be done
 
     auto* close = new QPushButton(u"OK"_s);
     close->setObjectName(u"errorButton_0"_s);

@@ -1,17 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ui/frmExportOption.h"
 
-#include "platform/clsWindows.h"
 #include "platform/modHelpTopics.h"
-#include "shell/modBrambury.h"
-#include "shell/modErrorHandler.h"
+#include "ui/modDialogParts.h"
 
 #include <QComboBox>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
 #include <QRadioButton>
-#include <QShortcut>
 #include <QVBoxLayout>
 
 using namespace Qt::Literals::StringLiterals;
@@ -37,31 +34,18 @@ frmExportOption::frmExportOption(QWidget* parent) : QDialog(parent)
     m_pageStyle->setObjectName(u"PageStyle"_s);
     for (const modIO::PageStyleName& style : modIO::PageStyles())
         m_pageStyle->addItem(style.caption, static_cast<int>(style.style));
-    auto* styleLabel = new QLabel(u"Page &style:"_s);
-    styleLabel->setBuddy(m_pageStyle);
     auto* style = new QHBoxLayout;
-    style->addWidget(styleLabel);
+    style->addWidget(modDialogParts::LabelFor(m_pageStyle, u"Page &style:"_s));
     style->addWidget(m_pageStyle, 1);
 
-    auto* ok = new QPushButton(u"OK"_s);
-    ok->setObjectName(u"Command1_0"_s);
-    ok->setDefault(true);
-    connect(ok, &QPushButton::clicked, this, &QDialog::accept);
-    auto* cancel = new QPushButton(u"&Cancel"_s);
-    cancel->setObjectName(u"Command1_1"_s);
-    connect(cancel, &QPushButton::clicked, this, &QDialog::reject);
-    auto* help = new QPushButton(u"&Help"_s);
-    help->setObjectName(u"HelpButton"_s);
-    const auto showHelp = [] {
-        guarded("frmExportOption", "HelpButton_Click",
-                [] { modBrambury::Platform().Windows->ShowHelp(modHelpTopics::ExportLinks); });
-    };
-    connect(help, &QPushButton::clicked, this, showHelp);
-    connect(new QShortcut(QKeySequence::HelpContents, this), &QShortcut::activated, this, showHelp);
+    using modDialogParts::AddButton;
     auto* buttons = new QHBoxLayout;
     buttons->addStretch();
-    for (QPushButton* button : {ok, cancel, help})
-        buttons->addWidget(button);
+    QPushButton* ok = AddButton(*buttons, u"OK"_s, u"Command1_0"_s);
+    ok->setDefault(true);
+    connect(ok, &QPushButton::clicked, this, &QDialog::accept);
+    connect(AddButton(*buttons, u"&Cancel"_s, u"Command1_1"_s), &QPushButton::clicked, this, &QDialog::reject);
+    modDialogParts::GiveHelp(*this, modHelpTopics::ExportLinks, AddButton(*buttons, u"&Help"_s, u"HelpButton"_s));
 
     auto* all = new QVBoxLayout(this);
     all->setContentsMargins(16, 16, 16, 16);

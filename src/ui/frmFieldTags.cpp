@@ -2,16 +2,14 @@
 #include "ui/frmFieldTags.h"
 
 #include "platform/clsDatabase.h"
-#include "platform/clsWindows.h"
 #include "platform/modHelpTopics.h"
-#include "shell/modBrambury.h"
 #include "shell/modErrorHandler.h"
+#include "ui/modDialogParts.h"
 
 #include <QAbstractTableModel>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QPushButton>
-#include <QShortcut>
 #include <QTableView>
 #include <QVBoxLayout>
 
@@ -61,12 +59,6 @@ private:
     const clsRecordset& m_tags;
     const QStringList m_fields{u"FieldTag"_s, u"Description"_s};
 };
-
-void ShowHelp()
-{
-    guarded(Module, "buttonSelection_Click",
-            [] { modBrambury::Platform().Windows->ShowHelp(modHelpTopics::FieldTags); });
-}
 } // namespace
 
 frmFieldTags::frmFieldTags(clsDatabase& database, QWidget* parent) : QDialog(parent), m_fieldTagGrid(new QTableView)
@@ -96,19 +88,14 @@ frmFieldTags::frmFieldTags(clsDatabase& database, QWidget* parent) : QDialog(par
 
     auto* buttons = new QHBoxLayout;
     buttons->addStretch();
-    const auto add = [&](const QString& caption, const QString& name) {
-        auto* button = new QPushButton(caption);
-        button->setObjectName(name);
-        buttons->addWidget(button);
-        return button;
-    };
-    QPushButton* insert = add(u"&Insert"_s, u"TagButton_%1"_s.arg(Insert));
+    using modDialogParts::AddButton;
+    QPushButton* insert = AddButton(*buttons, u"&Insert"_s, u"TagButton_%1"_s.arg(Insert));
     insert->setDefault(true);
     insert->setEnabled(m_tags && m_tags->RecordCount() > 0);
     connect(insert, &QPushButton::clicked, this, &frmFieldTags::accept);
-    connect(add(u"&Close"_s, u"TagButton_%1"_s.arg(Close)), &QPushButton::clicked, this, &frmFieldTags::reject);
-    connect(add(u"&Help"_s, u"buttonSelection"_s), &QPushButton::clicked, this, &ShowHelp);
-    connect(new QShortcut(QKeySequence::HelpContents, this), &QShortcut::activated, this, &ShowHelp);
+    connect(AddButton(*buttons, u"&Close"_s, u"TagButton_%1"_s.arg(Close)), &QPushButton::clicked, this,
+            &frmFieldTags::reject);
+    modDialogParts::GiveHelp(*this, modHelpTopics::FieldTags, AddButton(*buttons, u"&Help"_s, u"buttonSelection"_s));
 
     auto* all = new QVBoxLayout(this);
     all->addWidget(m_fieldTagGrid, 1);

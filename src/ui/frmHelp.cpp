@@ -3,6 +3,7 @@
 
 #include "platform/modHelpTopics.h"
 #include "shell/modBrambury.h"
+#include "ui/clsFocusFrame.h"
 #include "ui/modIcons.h"
 
 #include <QFile>
@@ -42,6 +43,7 @@ public:
     clsHelpBrowser(const clsHelpFile& help, const QString& pictures) : m_help(help), m_pictures(pictures)
     {
         setSearchPaths({});
+        new clsFocusFrame(*this);
     }
 
     QVariant loadResource(int type, const QUrl& address) override

@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ui/frmImportWizard.h"
 
-#include "platform/clsDatabase.h"
+#include "data/modSites.h"
 #include "platform/clsDisk.h"
-#include "platform/clsWindows.h"
 #include "platform/modHelpTopics.h"
 #include "shell/modBrambury.h"
 #include "shell/modCommonFunctions.h"
 #include "shell/modErrorHandler.h"
 #include "ui/clsHarvestList.h"
 #include "ui/clsRunProgress.h"
+#include "ui/modDialogParts.h"
 
 #include <QAbstractButton>
 #include <QCheckBox>
@@ -21,7 +21,6 @@
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScopeGuard>
-#include <QShortcut>
 #include <QTimer>
 #include <QVBoxLayout>
 #include <utility>
@@ -53,6 +52,7 @@ QPlainTextEdit* ReadOnlyText(const QString& name, const QString& called)
     text->setObjectName(name);
     text->setAccessibleName(called);
     text->setReadOnly(true);
+    text->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     text->setTabChangesFocus(true);
     text->setFrameShape(QFrame::NoFrame);
     text->viewport()->setAutoFillBackground(false);
@@ -77,10 +77,11 @@ frmImportWizard::frmImportWizard(clsHarvest::Collaborators collaborators, QWidge
     NameButtons();
     FillSites();
     resize(FirstSize);
+    // Pages do not count what their explanations need when the window gets narrow.
+    setMinimumHeight(FirstSize.height());
 
     connect(this, &QWizard::currentIdChanged, this, &frmImportWizard::PageShown);
-    connect(this, &QWizard::helpRequested, this, &frmImportWizard::ShowHelp);
-    connect(new QShortcut(QKeySequence::HelpContents, this), &QShortcut::activated, this, &frmImportWizard::ShowHelp);
+    modDialogParts::GiveHelp(*this, modHelpTopics::ImportWizard, button(HelpButton));
 }
 
 void frmImportWizard::AddPage(Page id, QWizardPage* page, const QString& title)
@@ -159,9 +160,7 @@ QWizardPage* frmImportWizard::MakeSourcePage()
     auto* form = new QFormLayout;
     form->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
     form->addRow(u"Add the links to this &site:"_s, m_comboSiteList);
-    auto* label = new QLabel(u"&Web page or file:"_s);
-    label->setBuddy(m_txtURL);
-    form->addRow(label, address);
+    form->addRow(modDialogParts::LabelFor(m_txtURL, u"&Web page or file:"_s), address);
     auto* all = new QVBoxLayout(page);
     all->setSpacing(12);
     all->addWidget(about);
@@ -226,13 +225,7 @@ QWizardPage* frmImportWizard::MakeResultPage()
 
 void frmImportWizard::FillSites()
 {
-    guarded(Module, "Form_Load", [this] {
-        const auto sites = m_with.Database->OpenRecordset(u"tblSites"_s);
-        for (const auto& row : sites->Rows(0, sites->RecordCount(), {u"SiteID"_s})) {
-            if (!row.empty())
-                m_comboSiteList->addItem(modCommonFunctions::TextOf(row[0]));
-        }
-    });
+    guarded(Module, "Form_Load", [this] { m_comboSiteList->addItems(modSites::Names(*m_with.Database)); });
     m_comboSiteList->setCurrentIndex(m_comboSiteList->findText(State().CurrentSite, Qt::MatchFixedString));
 }
 
@@ -277,6 +270,7 @@ bool frmImportWizard::TakeWish()
                        .url = m_txtURL->text(),
                        .FilterDuplicates = m_filterDuplicates->isChecked(),
                        .FilterBaseURL = m_filterBaseURL->isChecked()});
+    m_list->Show(m_harvest); // the links that it shows are gone
     const QString problem = m_harvest.Problem();
     if (problem.isEmpty())
         return true;
@@ -316,15 +310,9 @@ void frmImportWizard::RunHarvest()
         return;
     clsHarvest::Ending ending = clsHarvest::Ending::Failed;
     guarded(Module, "Harvest", [&] {
-        // One run at a time, whichever copy of the program has started it.
-        const auto run =
-            m_with.Platform.Disk->Lock(State().Settings.DataPath + u"Bramdat.run"_s, clsDisk::Share::Exclusive);
-        if (!run) {
-            MsgBox(u"Another link test or e-mail run is in progress on this database.  Please wait until it has "
-                   "ended."_s,
-                   clsDialogs::Buttons::OK, clsDialogs::Icon::Exclamation);
+        const auto run = modBrambury::LockRunAloud();
+        if (!run)
             return;
-        }
         State().StopFlag = false;
         m_harvesting = true;
         m_progress->Start();
@@ -356,9 +344,4 @@ void frmImportWizard::reject()
         return QWizard::reject();
     m_leaving = true;
     m_harvest.Abandon();
-}
-
-void frmImportWizard::ShowHelp()
-{
-    guarded(Module, "HelpButton_Click", [] { modBrambury::Platform().Windows->ShowHelp(modHelpTopics::ImportWizard); });
 }

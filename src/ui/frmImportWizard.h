@@ -54,7 +54,6 @@ private:
     /// Lets the user choose a file instead of an address.
     void ChooseFile();
     void RunHarvest();
-    void ShowHelp();
 
     clsHarvest::Collaborators m_with;
     clsHarvest m_harvest;

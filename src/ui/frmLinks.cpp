@@ -2,6 +2,7 @@
 #include "ui/frmLinks.h"
 
 #include "data/clsLinkRecord.h"
+#include "data/modCategories.h"
 #include "platform/clsClock.h"
 #include "platform/modHelpTopics.h"
 #include "shell/modBrambury.h"
@@ -31,13 +32,8 @@ void FillCategories(QComboBox& list, clsDatabase& database)
 {
     list.addItem(QString());
     guarded("frmLinks", "FillCategories", [&] {
-        const auto query = database.QueryDef(u"qryCategories"_s);
-        query->SetParameter(u"Site"_s, modBrambury::State().CurrentSite);
-        const auto records = query->OpenRecordset();
-        for (const auto& row : records->Rows(0, records->RecordCount(), {u"Category"_s, u"ID"_s})) {
-            if (row.size() == 2)
-                list.addItem(row[0].toString(), row[1]);
-        }
+        for (const auto& [id, name] : modCategories::ByName(database, modBrambury::State().CurrentSite))
+            list.addItem(name, id);
     });
 }
 
@@ -71,22 +67,14 @@ QWidget* frmLinks::Information(clsDatabase& database)
     AddAddressRow(*grid, Line(u"txtHomePage"_s, u"HomePage"_s), u"Home Page &URL:"_s, 0, u"Pre&view Home Page..."_s);
     AddAddressRow(*grid, Line(u"txtLinkPage"_s, u"LinkPage"_s), u"Lin&k Page URL:"_s, 1, u"Previe&w Link Page..."_s);
 
-    int row = grid->rowCount();
-    const auto left = [&](QWidget* control, const QString& caption) {
-        grid->addWidget(LabelFor(control, caption), row, 0);
-        grid->addWidget(control, row, 1);
-    };
-    const auto right = [&](QWidget* control, const QString& caption) {
-        grid->addWidget(LabelFor(control, caption), row, 2);
-        grid->addWidget(control, row++, 3, 1, 2);
-    };
-    left(Line(u"txtImageFile"_s, u"ImageFile"_s), u"Image &File Name:"_s);
-    right(Line(u"txtFullName"_s, u"FullName"_s), u"We&bmaster:"_s);
-    left(Line(u"txtEmail"_s, u"Email"_s), u"&E-Mail Address:"_s);
-    AddIPAddress(*grid, row++, 2, u"IP Add&ress:"_s);
+    const int row = grid->rowCount();
+    AddField(*grid, Line(u"txtImageFile"_s, u"ImageFile"_s), u"Image &File Name:"_s, row, 0);
+    AddField(*grid, Line(u"txtFullName"_s, u"FullName"_s), u"We&bmaster:"_s, row, 2);
+    AddField(*grid, Line(u"txtEmail"_s, u"Email"_s), u"&E-Mail Address:"_s, row + 1, 0);
+    AddIPAddress(*grid, row + 1, 2, u"IP Add&ress:"_s);
     QComboBox* category = List(u"comboCategory"_s, u"CategoryID"_s);
     FillCategories(*category, database);
-    left(category, u"Link Cate&gory:"_s);
+    AddField(*grid, category, u"Link Cate&gory:"_s, row + 2, 0);
     return information;
 }
 
@@ -98,6 +86,7 @@ QWidget* frmLinks::Results()
     lastResults->setObjectName(u"txtLastResults"_s);
     lastResults->setAccessibleName(results->title());
     lastResults->setReadOnly(true);
+    lastResults->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     lastResults->setTabChangesFocus(true);
     lastResults->setMinimumHeight(ResultsLines * lastResults->fontMetrics().lineSpacing());
     auto* lastTest = new QLabel;
@@ -124,21 +113,17 @@ void frmLinks::BuildGeneral(clsDatabase& database)
     grid->setContentsMargins(12, 0, 12, 0); // as in the frames above and below
     grid->setColumnStretch(1, 1);
     grid->setColumnStretch(3, 1);
-    const auto add = [&](QWidget* control, const QString& caption, int row, int column) {
-        grid->addWidget(LabelFor(control, caption), row, column);
-        grid->addWidget(control, row, column + 1);
-    };
     const modBrambury::ProcessState& state = modBrambury::State();
     QComboBox* status = List(u"comboStatus"_s, u"Status"_s);
     for (const QString& name : state.StatusNames)
         status->addItem(name, status->count());
-    add(status, u"Current &Status:"_s, 0, 0);
+    AddField(*grid, status, u"Current &Status:"_s, 0, 0);
 
     auto* offers = new QLineEdit;
     offers->setReadOnly(true);
     offers->setObjectName(u"txtOffers"_s);
     Shows([this, offers] { offers->setText(Editor().Text(u"Offers"_s)); });
-    add(offers, u"Offers &Made:"_s, 0, 2);
+    AddField(*grid, offers, u"Offers &Made:"_s, 0, 2);
 
     auto* queue = new QWidget;
     auto* boxes = new QHBoxLayout(queue);
@@ -157,7 +142,7 @@ void frmLinks::BuildGeneral(clsDatabase& database)
     QComboBox* nextEmail = List(u"comboNextEmail"_s, u"Message"_s);
     for (const modBrambury::MessageType& type : state.MessageTypes)
         nextEmail->addItem(type.Title, type.ID);
-    add(nextEmail, u"Select Ne&xt E-mail:"_s, 1, 2);
+    AddField(*grid, nextEmail, u"Select Ne&xt E-mail:"_s, 1, 2);
 
     page->addLayout(grid);
     page->addWidget(Results(), 1);

@@ -14,11 +14,13 @@
 #include "ui/clsSpellCheck.h"
 #include "ui/frmFieldTags.h"
 #include "ui/frmSpelling.h"
+#include "ui/modDialogParts.h"
 #include "ui/modIcons.h"
 #include "ui/modMenus.h"
 #include "ui/modPrintJob.h"
 #include "ui/modTemplateList.h"
 #include "ui/modTextBoxes.h"
+#include "ui/modTips.h"
 
 #include <QAction>
 #include <QComboBox>
@@ -34,7 +36,6 @@
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScopedValueRollback>
-#include <QTextBlock>
 #include <QTimer>
 #include <QVBoxLayout>
 #include <algorithm>
@@ -43,6 +44,7 @@ using namespace Qt::Literals::StringLiterals;
 using modBrambury::Platform;
 using modBrambury::State;
 using modCommonFunctions::MsgBox;
+using modDialogParts::LabelFor;
 using Answer = clsDialogs::Answer;
 using Buttons = clsDialogs::Buttons;
 using Icon = clsDialogs::Icon;
@@ -88,13 +90,6 @@ const Look& LookOf(int command)
         {u"&Help", u"Help", u"help", QKeySequence::HelpContents},
     };
     return looks[command];
-}
-
-QLabel* LabelFor(QWidget* control, const QString& caption)
-{
-    auto* label = new QLabel(caption);
-    label->setBuddy(control);
-    return label;
 }
 
 /// "January 05, 2026 3:7:09 PM" has its minutes and seconds as they are counted.
@@ -263,6 +258,7 @@ void frmMailEditor::BuildTexts()
     m_tBody->setObjectName(u"tBody"_s);
     m_tBody->setTabChangesFocus(true);
     modTextBoxes::SetLines(*m_tBody, BodyLines);
+    modTextBoxes::BreakLongLines(*m_tBody);
     m_spelling->Watch(*m_tSubject);
     m_spelling->Watch(*m_tBody);
     connect(m_tSubject, &QLineEdit::textChanged, this, &frmMailEditor::Changed);
@@ -477,7 +473,7 @@ void frmMailEditor::ShowAttachment()
     }
     for (std::size_t i = 0; i < facts.size(); ++i)
         m_lblFileInfo[i]->setText(facts[i]);
-    m_lblFileInfo[0]->setToolTip(m_attachment);
+    m_lblFileInfo[0]->setToolTip(modTips::Plain(m_attachment));
     m_removeAttachButton->setEnabled(!m_attachment.isEmpty());
     m_commands[RemoveAttachment]->setEnabled(!m_attachment.isEmpty());
 }
@@ -585,8 +581,6 @@ void frmMailEditor::Attach()
                    "TIFF (*.tiff)|*.tiff|Windows Metafile (*.wmf)|*.wmf|Text File (*.txt)|*.txt"_s,
          .fileName = {},
          .folder = m_attachment.isEmpty() ? modBrambury::ProgramFolder() : QFileInfo(m_attachment).path()});
-    if (path.isEmpty())
-        return;
     m_attachment = path;
     Changed();
     ShowAttachment();

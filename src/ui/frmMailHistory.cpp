@@ -3,16 +3,16 @@
 
 #include "mail/clsSendLedger.h"
 #include "platform/clsDatabase.h"
-#include "platform/clsWindows.h"
 #include "platform/modHelpTopics.h"
-#include "shell/modBrambury.h"
 #include "shell/modErrorHandler.h"
+#include "ui/clsRowDelegate.h"
+#include "ui/modDialogParts.h"
+#include "ui/modTips.h"
 
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
 #include <QPushButton>
-#include <QShortcut>
 #include <QTreeWidget>
 #include <QVBoxLayout>
 
@@ -21,7 +21,7 @@ using namespace Qt::Literals::StringLiterals;
 namespace
 {
 constexpr char Module[] = "frmMailHistory";
-constexpr QSize FirstSize(760, 320);
+constexpr QSize FirstSize(880, 320);
 const QStringList Fields{u"Begun"_s, u"Outcome"_s, u"Subject"_s, u"Recipient"_s, u"Reply"_s};
 constexpr int OutcomeColumn = 1;
 } // namespace
@@ -30,30 +30,23 @@ frmMailHistory::frmMailHistory(clsDatabase& database, qint64 linkID, const QStri
     : QDialog(parent), m_list(new QTreeWidget)
 {
     setObjectName(u"frmMailHistory"_s);
-    setWindowTitle(u"Mail History  ["_s + title + u']');
+    setWindowTitle(modTips::Title(u"Mail History"_s, title));
     m_list->setObjectName(u"HistoryList"_s);
     m_list->setAccessibleName(u"Messages sent to this partner"_s);
     m_list->setRootIsDecorated(false);
     m_list->setAlternatingRowColors(true);
     m_list->setUniformRowHeights(true);
+    m_list->setItemDelegate(new clsRowDelegate(*m_list));
     m_list->setHeaderLabels({u"Sent"_s, u"Outcome"_s, u"Subject"_s, u"E-mail Address"_s, u"Server's Reply"_s});
 
-    auto* close = new QPushButton(u"&Close"_s);
-    close->setObjectName(u"buttonHistory_0"_s);
-    close->setDefault(true);
-    connect(close, &QPushButton::clicked, this, &QDialog::accept);
-    auto* help = new QPushButton(u"&Help"_s);
-    help->setObjectName(u"buttonHistory_1"_s);
-    const auto showHelp = [] {
-        guarded(Module, "Help", [] { modBrambury::Platform().Windows->ShowHelp(modHelpTopics::SendingMail); });
-    };
-    connect(help, &QPushButton::clicked, this, showHelp);
-    connect(new QShortcut(QKeySequence::HelpContents, this), &QShortcut::activated, this, showHelp);
-
+    using modDialogParts::AddButton;
     auto* buttons = new QHBoxLayout;
     buttons->addStretch();
-    buttons->addWidget(close);
-    buttons->addWidget(help);
+    QPushButton* close = AddButton(*buttons, u"&Close"_s, u"buttonHistory_0"_s);
+    close->setDefault(true);
+    connect(close, &QPushButton::clicked, this, &QDialog::accept);
+    modDialogParts::GiveHelp(*this, modHelpTopics::SendingMail,
+                             AddButton(*buttons, u"&Help"_s, u"buttonHistory_1"_s));
     auto* column = new QVBoxLayout(this);
     column->addWidget(m_list, 1);
     guarded(Module, "Fill", [&] { Fill(database, linkID); });
@@ -75,7 +68,7 @@ void frmMailHistory::Fill(clsDatabase& database, qint64 linkID)
             const QString text =
                 column == OutcomeColumn ? clsSendLedger::OutcomeText(value) : value.toString().simplified();
             item->setText(column, text);
-            item->setToolTip(column, text);
+            item->setToolTip(column, modTips::Plain(text));
         }
         m_list->insertTopLevelItem(0, item); // newest first
     }

@@ -5,13 +5,13 @@
 #include "mail/clsMailLogins.h"
 #include "mail/modMailAdvice.h"
 #include "platform/clsKeyring.h"
-#include "platform/clsWindows.h"
 #include "platform/modHelpTopics.h"
 #include "platform/modSecrets.h"
 #include "shell/modBrambury.h"
 #include "shell/modCommonFunctions.h"
 #include "shell/modErrorHandler.h"
 #include "ui/clsExplanation.h"
+#include "ui/modDialogParts.h"
 #include "ui/modTextBoxes.h"
 
 #include <QButtonGroup>
@@ -27,7 +27,6 @@
 #include <QPushButton>
 #include <QRadioButton>
 #include <QScopeGuard>
-#include <QShortcut>
 #include <QSpinBox>
 #include <QTabWidget>
 #include <QTimer>
@@ -51,11 +50,6 @@ void Warn(const QString& text)
 {
     MsgBox(text, clsDialogs::Buttons::OK, clsDialogs::Icon::Exclamation);
 }
-
-void ShowHelp()
-{
-    guarded(Module, "buttonHelp_Click", [] { Platform().Windows->ShowHelp(modHelpTopics::MailLogin); });
-}
 } // namespace
 
 frmMailLogin::frmMailLogin(clsSiteRecord& site, QWidget* parent) : QDialog(parent), m_site(site), m_tabs(new QTabWidget)
@@ -68,27 +62,17 @@ frmMailLogin::frmMailLogin(clsSiteRecord& site, QWidget* parent) : QDialog(paren
     m_tabs->addTab(BuildTest(), u"Test"_s);
 
     auto* buttons = new QHBoxLayout;
-    m_buttonTest = new QPushButton(u"&Test"_s);
-    m_buttonTest->setObjectName(u"buttonTest"_s);
+    using modDialogParts::AddButton;
+    m_buttonTest = AddButton(*buttons, u"&Test"_s, u"buttonTest"_s);
     m_buttonTest->setToolTip(u"Connect and log in with what is entered here; no message is sent"_s);
     m_buttonTest->setAutoDefault(false);
     connect(m_buttonTest, &QPushButton::clicked, this, &frmMailLogin::TestPressed);
-    buttons->addWidget(m_buttonTest);
     buttons->addStretch();
-    m_buttonOK = new QPushButton(u"&OK"_s);
-    m_buttonOK->setObjectName(u"buttonOK"_s);
+    m_buttonOK = AddButton(*buttons, u"&OK"_s, u"buttonOK"_s);
     m_buttonOK->setDefault(true);
     connect(m_buttonOK, &QPushButton::clicked, this, &frmMailLogin::accept);
-    buttons->addWidget(m_buttonOK);
-    auto* cancel = new QPushButton(u"&Cancel"_s);
-    cancel->setObjectName(u"buttonCancel"_s);
-    connect(cancel, &QPushButton::clicked, this, &frmMailLogin::reject);
-    buttons->addWidget(cancel);
-    auto* help = new QPushButton(u"&Help"_s);
-    help->setObjectName(u"buttonHelp"_s);
-    connect(help, &QPushButton::clicked, this, &ShowHelp);
-    buttons->addWidget(help);
-    connect(new QShortcut(QKeySequence::HelpContents, this), &QShortcut::activated, this, &ShowHelp);
+    connect(AddButton(*buttons, u"&Cancel"_s, u"buttonCancel"_s), &QPushButton::clicked, this, &frmMailLogin::reject);
+    modDialogParts::GiveHelp(*this, modHelpTopics::MailLogin, AddButton(*buttons, u"&Help"_s, u"buttonHelp"_s));
 
     auto* all = new QVBoxLayout(this);
     all->setContentsMargins(12, 12, 12, 12);
@@ -245,6 +229,7 @@ void frmMailLogin::ShowRecord()
     m_cbPort->setEditText(port > 0 ? QString::number(port) : QString());
     m_txtUser->setText(m_site.Text(u"MailUser"_s));
     m_txtTokenCommand->setText(m_site.Text(u"MailTokenCommand"_s));
+    m_tokenShown = m_txtTokenCommand->text();
     Place place = m_site.MailSecretPlace();
     // Where nothing is kept yet the keyring is offered.
     if (place == Place::Nowhere && m_site.Text(u"MailUser"_s).isEmpty())
@@ -328,6 +313,19 @@ bool frmMailLogin::Check()
     return false;
 }
 
+bool frmMailLogin::CommandTyped() const
+{
+    return m_txtTokenCommand->text() != m_tokenShown;
+}
+
+modTokenCommand::Use frmMailLogin::Token() const
+{
+    // A line shows a text with line breaks as another one.
+    return {.command = CommandTyped() ? m_txtTokenCommand->text().trimmed() : m_site.Text(u"MailTokenCommand"_s),
+            .host = m_site.Text(u"HostName"_s),
+            .siteID = m_site.Text(u"SiteID"_s)};
+}
+
 void frmMailLogin::TakeOver()
 {
     const auto take = [this](const QString& field, const QString& text) {
@@ -340,7 +338,10 @@ void frmMailLogin::TakeOver()
     if (m_site.Value(u"MailPort"_s).toLongLong() != Port())
         m_site.SetValue(u"MailPort"_s, Port());
     take(u"MailUser"_s, m_txtUser->text());
-    take(u"MailTokenCommand"_s, m_txtTokenCommand->text().trimmed());
+    const modTokenCommand::Use token = Token();
+    if (CommandTyped() && !token.command.isEmpty())
+        modTokenCommand::Agree(token);
+    take(u"MailTokenCommand"_s, token.command);
     for (const auto& pace : m_paces)
         pace();
 }
@@ -382,11 +383,10 @@ void frmMailLogin::accept()
 
 void frmMailLogin::reject()
 {
-    m_stopped = true;
-    if (m_waiting)
-        m_closing = true;
-    else
-        QDialog::reject();
+    if (!m_waiting)
+        return QDialog::reject();
+    m_closing = true;
+    TestPressed(); // stops what is waited for, as the button does
 }
 
 void frmMailLogin::Waiting(const std::function<void()>& body)
@@ -426,15 +426,18 @@ bool frmMailLogin::Fill(clsMailLogin& login)
 {
     login.security = static_cast<clsMailSecurity>(m_cbSecurity->currentData().toInt());
     login.user = m_txtUser->text();
-    const QString command = m_txtTokenCommand->text().trimmed();
-    login.token = !command.isEmpty();
+    const modTokenCommand::Use token = Token();
+    login.token = !token.command.isEmpty();
     if (login.user.isEmpty())
         return true;
     QString problem;
+    bool permitted = true;
     const auto failure = failureOf([&] {
-        if (login.token)
-            login.secret = clsMailLogins::Token(command);
-        else if (!m_txtPassword->text().isEmpty())
+        if (login.token) {
+            permitted = CommandTyped() || modTokenCommand::Permitted(token, &modTokenCommand::Ask);
+            if (permitted)
+                login.secret = modTokenCommand::Token(token.command);
+        } else if (!m_txtPassword->text().isEmpty())
             login.secret = m_txtPassword->text().toUtf8();
         else if (const auto kept = m_site.MailSecret())
             login.secret = *kept;
@@ -444,7 +447,7 @@ bool frmMailLogin::Fill(clsMailLogin& login)
     if (failure)
         problem = failure->Description();
     if (problem.isEmpty())
-        return true;
+        return permitted;
     if (!m_stopped)
         Warn(problem);
     return false;

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "data/modMailSecrets.h"
+#include "mail/modTokenCommand.h"
 
 #include <QDialog>
 #include <functional>
@@ -49,6 +50,9 @@ private:
     [[nodiscard]] int Port() const;
     /// What cannot be taken as it stands. @return whether all can; the user has been told.
     [[nodiscard]] bool Check();
+    /// Whether the user has entered the token command, rather than found it here.
+    [[nodiscard]] bool CommandTyped() const;
+    [[nodiscard]] modTokenCommand::Use Token() const;
     void TakeOver();
     void TestPressed();
     void Test();
@@ -68,6 +72,7 @@ private:
     QButtonGroup* m_places = nullptr;
     clsExplanation* m_lblKeyring = nullptr;
     QLineEdit* m_txtTokenCommand = nullptr;
+    QString m_tokenShown; ///< in it at first
     clsExplanation* m_lblAdvice = nullptr;
     QPlainTextEdit* m_txtReport = nullptr;
     QPushButton* m_buttonTest = nullptr;

@@ -17,22 +17,19 @@
 #include "shell/modBrambury.h"
 #include "shell/modCommonFunctions.h"
 #include "shell/modErrorHandler.h"
+#include "ui/clsInvitation.h"
 #include "ui/clsLinkGrid.h"
 #include "ui/clsPanes.h"
-#include "ui/clsResultsBox.h"
 #include "ui/clsRunProgress.h"
 #include "ui/frmMainInside.h"
 #include "ui/modIcons.h"
-#include "ui/modMenus.h"
 
-#include <QAction>
 #include <QCheckBox>
 #include <QCloseEvent>
 #include <QGuiApplication>
-#include <QMenu>
+#include <QLayout>
 #include <QScreen>
-#include <QTabBar>
-#include <QTreeWidget>
+#include <QWindow>
 
 using namespace Qt::Literals::StringLiterals;
 using namespace std::chrono_literals;
@@ -85,10 +82,32 @@ void SetHelpAndLexicons()
                                           .userWords = FolderPath(u"\\bramdat.tlx"_s),
                                           .corrections = FolderPath(u"\\correct.tlx"_s)});
 }
+/// While it lives, a window that is closed stays, and something else is done. A window in the middle of its own closing
+/// does not hear of it.
+class clsInsteadOfClosing final : public QObject
+{
+public:
+    clsInsteadOfClosing(QObject* window, std::function<void()> action) : m_action(std::move(action))
+    {
+        if (window)
+            window->installEventFilter(this);
+    }
+    bool eventFilter(QObject*, QEvent* event) override
+    {
+        if (event->type() != QEvent::Close)
+            return false;
+        event->ignore();
+        m_action();
+        return true;
+    }
+
+private:
+    std::function<void()> m_action;
+};
 } // namespace
 
 frmMain::frmMain(QWidget* parent)
-    : QMainWindow(parent), m_mailLogins(std::make_unique<clsMailLogins>()),
+    : QMainWindow(parent), m_mailLogins(std::make_unique<clsMailLogins>(&modTokenCommand::Ask)),
       m_deletedLinks(std::make_unique<clsDeletedLinks>())
 {
     setObjectName(u"frmMain"_s);
@@ -147,8 +166,14 @@ void frmMain::RestoreSettings()
     m_chkShowURL->setChecked(settings.ShowURL != 0);
     // Each in its own trap: one bad value must not cost the others.
     guarded(Module, "RestorePlacement", [this] { RestorePlacement(); });
-    guarded(Module, "RestorePanes",
-            [&] { m_panes->SetPositions(ToNumber(settings.PaneLeft), ToNumber(settings.PaneTop)); });
+    guarded(Module, "RestorePanes", [&] {
+        // The panes are to have their size.
+        if (!testAttribute(Qt::WA_Resized))
+            adjustSize();
+        layout()->invalidate();
+        layout()->activate();
+        m_panes->SetPositions(ToNumber(settings.PaneLeft), ToNumber(settings.PaneTop));
+    });
     SetIconSize(settings.IconSize);
 }
 
@@ -183,10 +208,11 @@ void frmMain::SavePlacement()
 {
     clsProgramSettings& settings = State().Settings;
     settings.PaneLeft = QString::number(m_panes->PaneLeft());
-    settings.PaneTop = QString::number(m_panes->PaneTop());
     settings.WindowState = QString::number(isMinimized() ? Minimised : isMaximized() ? Maximised : Normal);
     // A maximised or minimised window comes back to its normal place later. Places count the frame in.
     const QRect place = IsNormal() ? QRect(pos(), size()) : normalGeometry().translated(-m_frame);
+    settings.PaneTop =
+        QString::number(m_panes->PaneTop(m_panes->height() + (place.isValid() ? place.height() - height() : 0)));
     if (!place.isValid())
         return;
     settings.WindowWidth = ToTwips(place.width());
@@ -204,6 +230,9 @@ bool frmMain::event(QEvent* event)
 {
     const bool done = QMainWindow::event(event);
     const QEvent::Type type = event->type();
+    // The hourglass of a command is not that of the window which the command opens.
+    if (type == QEvent::WindowBlocked)
+        Platform().Windows->SetPointer(clsWindows::Pointer::Default);
     // Who comes back may have been at work in another copy of the program.
     if (type == QEvent::WindowActivate)
         QTimer::singleShot(0, this, &frmMain::FollowOtherPrograms);
@@ -247,19 +276,22 @@ void frmMain::KeepDatedBackup()
         return;
     const clsClock& clock = *Platform().Clock;
     const auto start = clock.Monotonic();
-    bool shown = false;
+    State().StopFlag = false;
+    const clsInsteadOfClosing closing(windowHandle(), [this] { StopRun(); });
     guarded(Module, "KeepDatedBackup", [&] {
         modDatedBackups::KeepAtEnd([&](int percent) {
             // Of a small file nobody is to see anything.
-            if (!shown && clock.Monotonic() - start > 300ms) {
-                shown = true;
-                m_gridLinkList->SetEmptyState(u"Keeping a dated backup..."_s, u"The program then ends by itself."_s);
-                m_progress->Start();
+            if (!m_busy && clock.Monotonic() - start > 300ms) {
+                m_invitation->hide();
+                m_gridLinkList->SetEmptyState(u"Keeping a dated backup..."_s,
+                                              u"The program then ends by itself.  \"Stop\" ends it without."_s);
+                SetBusy(true);
             }
-            m_progress->Show(percent, 100);
-            return true;
+            RunProgress(percent, 100);
+            return !State().StopFlag;
         });
     });
+    m_busy = false;
 }
 
 void frmMain::closeEvent(QCloseEvent* event)

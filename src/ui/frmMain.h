@@ -26,6 +26,7 @@ class QTreeWidget;
 class QTreeWidgetItem;
 class clsButtonRow;
 class clsDeletedLinks;
+class clsInvitation;
 class clsLinkGrid;
 class clsLogo;
 class clsMailLogins;
@@ -34,6 +35,7 @@ class clsQueryDef;
 class clsRecordset;
 class clsResultsBox;
 class clsRunProgress;
+class clsSampleBar;
 
 class frmMain final : public QMainWindow, public clsRunParent
 {
@@ -76,6 +78,8 @@ protected:
 
 private:
     class clsInside;
+    /// Entry of the sort menu for the category, whose sort code is another one.
+    static constexpr int CategoryEntry = 12;
 
     // Building (frmMainControls.cpp)
     void BuildMenus();
@@ -114,6 +118,9 @@ private:
     void UpdateEmptyState();
     void UpdateSort();
     void StatusViewChosen(int tab);
+    /// Whether a status view has a tab now; those of two can be hidden.
+    [[nodiscard]] bool HasTab(int view) const;
+    void ShowView(int view);
     void HideInactiveDeclinedClicked(bool hide);
     void ShowPendingLink();
     void ReportReadFailure();
@@ -134,6 +141,9 @@ private:
     void ResultButton(int index);
     void ShowLegend();
     void ToggleTips();
+    /// Shows in the Help menu whether tips come at the start.
+    void TickTips();
+    void TestLinks();
     void SetForTest();
     void SetMultipleTests();
     /// A link test or mail run, from the button that is pressed to the list that is filled anew.
@@ -170,8 +180,14 @@ private:
     void BeginRename();
     void RenameSite(const QString& siteID, const QString& label);
     void DeleteSite();
+    void AddSample();
+    void RemoveSample();
     /// @param linkID  clsLinks::NewLink for a new one.
     void EditLink(qint64 linkID);
+    /// Links have left the view by being edited. @param added  one of them that is new; 0: none.
+    void ShowWhereFiled(const std::vector<qint64>& links, qint64 added);
+    /// Says below the list where links have gone. @param status  modDataModel::ViewAll: several.
+    void TellFiled(int status, qint64 count, const QString& title);
     void DeleteLinks();
     void UndoDelete();
     void ChangeStatus();
@@ -179,8 +195,6 @@ private:
     void EditCategories();
     void CustomizeList();
     void SetOptions();
-    /// Shows in the Help menu whether tips come at the start.
-    void TickTips();
 
     QMenu* m_fileMenu = nullptr;
     QMenu* m_sitesMenu = nullptr;
@@ -199,9 +213,12 @@ private:
     std::array<QToolButton*, 4> m_siteButtons{};
     QCheckBox* m_hideInactiveDeclined = nullptr;
     QLabel* m_lblLinksInView = nullptr;
+    QLabel* m_lblFiled = nullptr; ///< where the links are that have just left the view
     QTabBar* m_linksTab = nullptr;
     QLineEdit* m_txtFilter = nullptr;
     clsLinkGrid* m_gridLinkList = nullptr;
+    clsInvitation* m_invitation = nullptr;
+    clsSampleBar* m_sampleBar = nullptr;
     clsButtonRow* m_linkButtonContainer = nullptr;
     std::array<QToolButton*, 8> m_linkButtons{};
     clsRunProgress* m_progress = nullptr;

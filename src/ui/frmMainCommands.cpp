@@ -3,25 +3,29 @@
 #include "ui/frmMain.h"
 
 #include "data/modDataModel.h"
+#include "data/modSample.h"
 #include "linktest/clsHTTP.h"
 #include "linktest/modTestQueue.h"
 #include "log/clsStatusLog.h"
 #include "platform/clsDatabase.h"
 #include "platform/clsDisk.h"
+#include "platform/clsPageServer.h"
 #include "platform/clsPrinter.h"
 #include "platform/clsWindows.h"
+#include "platform/impl/modPlatformImpl.h"
 #include "platform/modHelpTopics.h"
 #include "publish/modLinksPage.h"
 #include "shell/clsHourglass.h"
 #include "shell/modBrambury.h"
 #include "shell/modCommonFunctions.h"
 #include "shell/modErrorHandler.h"
-#include "ui/clsButtonRow.h"
+#include "ui/clsInvitation.h"
 #include "ui/clsLinkGrid.h"
 #include "ui/clsLinks.h"
 #include "ui/clsLogo.h"
 #include "ui/clsResultsBox.h"
 #include "ui/clsRunProgress.h"
+#include "ui/clsSampleBar.h"
 #include "ui/frmAbout.h"
 #include "ui/frmExportOption.h"
 #include "ui/frmMainInside.h"
@@ -33,7 +37,6 @@
 #include <QCheckBox>
 #include <QLineEdit>
 #include <QMenu>
-#include <QMenuBar>
 #include <QTabBar>
 #include <QToolBar>
 #include <QToolButton>
@@ -50,7 +53,7 @@ namespace
 {
 constexpr char Module[] = "frmMain";
 const QString OnlineHome = u"https://www.example.com/brambury/"_s;
-/// Entries that stay when a run is busy.
+/// The entry that stays while a run is busy.
 constexpr int ExitEntry = 10;
 
 void Tell(const QString& text)
@@ -75,6 +78,7 @@ void frmMain::Command(const char* routine, const std::function<void()>& body)
     if (m_busy || m_unloaded || m_inside > 0)
         return;
     const clsInside inside(*this);
+    const clsHourglass hourglass; // another program's lock is waited for, up to the first window that opens
     guardedAloud(Module, routine, body);
 }
 
@@ -115,7 +119,7 @@ void frmMain::ServicesMenuElement(int index)
         case 1:
             return SendMail(false);
         case 2:
-            return RunSession("TestLinks", [](const clsRun::Collaborators& with) { clsHTTP(with).CheckLinks(); });
+            return TestLinks();
         case 4:
             return ImportLinks();
         case 5:
@@ -199,9 +203,8 @@ void frmMain::LinkMenuElement(int index)
 
 void frmMain::LinkMenuElementSub(int index)
 {
-    constexpr int byCategory = 12;
     Command("LinkMenuElementSub_Click",
-            [&] { SortLinkGrid(index == byCategory ? int{clsLinkModel::Category} : index); });
+            [&] { SortLinkGrid(index == CategoryEntry ? int{clsLinkModel::Category} : index); });
 }
 
 void frmMain::ToolsMenuElement(int index)
@@ -287,6 +290,16 @@ void frmMain::TickTips()
     EntryOf(*m_helpMenu, 4)->setChecked(IsOn(State().Settings.ShowTips));
 }
 
+void frmMain::TestLinks()
+{
+    RunSession("TestLinks", [](const clsRun::Collaborators& with) {
+        const auto pages = modSample::There(*with.Database)
+                               ? modPlatformImpl::MakePageServer(modSample::Pages(), modSample::PagesPort)
+                               : nullptr;
+        clsHTTP(with).CheckLinks();
+    });
+}
+
 void frmMain::SetForTest()
 {
     const clsHourglass hourglass;
@@ -319,13 +332,9 @@ void frmMain::SetMultipleTests()
 
 void frmMain::RunSession(const char* routine, const std::function<void(const clsRun::Collaborators&)>& session)
 {
-    // One run at a time, whichever copy of the program has started it.
-    const auto run = Platform().Disk->Lock(State().Settings.DataPath + u"Bramdat.run"_s, clsDisk::Share::Exclusive);
-    if (!run) {
-        MsgBox(u"Another link test or e-mail run is in progress on this database.  Please wait until it has ended."_s,
-               clsDialogs::Buttons::OK, clsDialogs::Icon::Exclamation);
+    const auto run = modBrambury::LockRunAloud();
+    if (!run)
         return;
-    }
     State().StopFlag = false;
     modErrorHandler::ForgetHiddenErrors();
     SetBusy(true);
@@ -413,11 +422,14 @@ void frmMain::SetBusy(bool busy)
     for (QToolButton* button : m_linkButtons)
         button->setEnabled(!busy);
     m_siteList->setEnabled(!busy);
+    m_invitation->setEnabled(!busy);
+    m_sampleBar->setEnabled(!busy);
     m_linksTab->setEnabled(!busy);
     m_txtFilter->setEnabled(!busy);
     m_hideInactiveDeclined->setEnabled(!busy);
     m_chkShowURL->setEnabled(!busy);
     if (busy) {
+        Platform().Windows->SetPointer(clsWindows::Pointer::Default);
         m_highlight = 0;
         m_highlighted = 0;
         m_logo->Start();
@@ -461,6 +473,5 @@ void frmMain::SaveLog()
                                                        .fileName = u"Results.log"_s,
                                                        .folder = modBrambury::ProgramFolder(),
                                                        .confirmOverwrite = false});
-    if (!path.isEmpty())
-        modResultsLog::SaveLog(m_txtResults->Text(), path, *Platform().Disk);
+    modResultsLog::SaveLog(m_txtResults->Text(), path, *Platform().Disk);
 }

@@ -3,18 +3,20 @@
 #include "ui/frmMain.h"
 
 #include "platform/clsWindows.h"
+#include "platform/modHelpTopics.h"
 #include "shell/modBrambury.h"
 #include "ui/clsButtonRow.h"
 #include "ui/clsCommandBar.h"
 #include "ui/clsElidedLabel.h"
+#include "ui/clsInvitation.h"
 #include "ui/clsLinkGrid.h"
 #include "ui/clsLinkHead.h"
 #include "ui/clsLogo.h"
 #include "ui/clsPanes.h"
 #include "ui/clsResultsBox.h"
-#include "ui/clsSiteLabel.h"
-#include "ui/clsRowDelegate.h"
+#include "ui/clsSampleBar.h"
 #include "ui/clsRunProgress.h"
+#include "ui/clsSiteLabel.h"
 #include "ui/modIcons.h"
 #include "ui/modMenus.h"
 
@@ -22,7 +24,6 @@
 #include <QActionGroup>
 #include <QCheckBox>
 #include <QHBoxLayout>
-#include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
@@ -36,6 +37,7 @@
 #include <QVBoxLayout>
 
 using namespace Qt::Literals::StringLiterals;
+using modBrambury::Platform;
 using modBrambury::State;
 using modMenus::EntryOf;
 
@@ -162,7 +164,16 @@ QWidget* frmMain::BuildToolbar()
         if (!m_busy)
             m_toolbarMenu->popup(m_topToolbar->mapToGlobal(place));
     });
-    return m_topToolbar;
+    m_sampleBar = new clsSampleBar;
+    m_sampleBar->hide();
+    connect(m_sampleBar, &clsSampleBar::RemoveWanted, this, &frmMain::RemoveSample);
+    auto* header = new QWidget;
+    auto* column = new QVBoxLayout(header);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(0);
+    column->addWidget(m_topToolbar);
+    column->addWidget(m_sampleBar);
+    return header;
 }
 
 QWidget* frmMain::BuildSitePane()
@@ -241,9 +252,19 @@ QWidget* frmMain::BuildLinkPane()
     connect(m_gridLinkList, &clsLinkGrid::SortWanted, this,
             [this](int column) { Command("gridLinkList_HeadClick", [this, column] { SortLinkGrid(column); }); });
     connect(&m_gridLinkList->Links(), &clsLinkModel::ReadFailed, this, &frmMain::ReportReadFailure);
+    m_invitation = new clsInvitation(*m_gridLinkList);
+    connect(m_invitation, &clsInvitation::SiteWanted, this, [this] { SitesMenuElement(0); });
+    connect(m_invitation, &clsInvitation::FirstStepsWanted, this, [this] {
+        Command("FirstSteps", [] { Platform().Windows->ShowHelp(modHelpTopics::FirstSteps); });
+    });
+    connect(m_invitation, &clsInvitation::SampleWanted, this, &frmMain::AddSample);
 
     m_lblLinksInView = new clsElidedLabel;
     m_lblLinksInView->setObjectName(u"lblLinksInView"_s);
+    m_lblFiled = new clsElidedLabel;
+    m_lblFiled->setObjectName(u"lblFiled"_s);
+    m_lblFiled->setContentsMargins(0, Gap - 2, 0, 0);
+    m_lblFiled->hide();
     m_hideInactiveDeclined = new QCheckBox(u"Hide Inactive && Declined Tabs"_s);
     m_hideInactiveDeclined->setObjectName(u"HideInactiveDeclined"_s);
     m_hideInactiveDeclined->setToolTip(u"Leave out links that are not to be exchanged any more"_s);
@@ -323,7 +344,8 @@ QWidget* frmMain::BuildLinkPane()
     auto* head = new QHBoxLayout;
     head->setSpacing(Gap);
     auto* heading = Heading(u"Reciprocal Links"_s, m_gridLinkList);
-    heading->setMinimumWidth(heading->sizeHint().width()); // the counter gives way first
+    heading->setMinimumWidth(heading->sizeHint().width()); // the counter gives way first, wholly if need be
+    m_lblLinksInView->setMinimumWidth(1);
     head->addWidget(heading);
     head->addWidget(m_lblLinksInView);
     head->addStretch();
@@ -335,6 +357,7 @@ QWidget* frmMain::BuildLinkPane()
     column->addSpacing(Gap);
     column->addWidget(new clsLinkHead(m_linksTab, m_txtFilter));
     column->addWidget(m_gridLinkList, 1);
+    column->addWidget(m_lblFiled);
     column->addSpacing(Gap - 2);
     column->addWidget(m_linkButtonContainer);
     return pane;
@@ -396,9 +419,10 @@ void frmMain::SetTabOrder()
         if (!action->isSeparator())
             order.append(m_bigToolBar->widgetForAction(action));
     }
+    order << m_sampleBar->Button();
     order.append(QList<QWidget*>(m_siteButtons.begin(), m_siteButtons.end()));
     order << m_siteList << findChild<QWidget*>(u"imgVertSplitter"_s) << m_hideInactiveDeclined << m_linksTab
-          << m_txtFilter << m_gridLinkList;
+          << m_txtFilter << m_gridLinkList << m_invitation->Buttons();
     order.append(QList<QWidget*>(m_linkButtons.begin(), m_linkButtons.end()));
     order << findChild<QWidget*>(u"imgHorzSplitter"_s) << m_chkShowURL << m_txtResults;
     order.append(QList<QWidget*>(m_resultButtons.begin(), m_resultButtons.end()));

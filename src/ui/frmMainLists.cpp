@@ -2,15 +2,19 @@
 // The lists of the main window: sites, categories, status views and links.
 #include "ui/frmMain.h"
 
-#include "data/clsDAO.h"
 #include "data/clsDeletedLinks.h"
+#include "data/modCategories.h"
 #include "data/modDataModel.h"
+#include "data/modSample.h"
 #include "data/modSites.h"
 #include "platform/clsDatabase.h"
+#include "shell/clsHourglass.h"
 #include "shell/modBrambury.h"
 #include "shell/modCommonFunctions.h"
 #include "shell/modErrorHandler.h"
+#include "ui/clsInvitation.h"
 #include "ui/clsLinkGrid.h"
+#include "ui/clsSampleBar.h"
 #include "ui/frmMainInside.h"
 #include "ui/modIcons.h"
 #include "ui/modMenus.h"
@@ -43,8 +47,6 @@ constexpr int SiteRole = Qt::UserRole;
 constexpr int RecordRole = Qt::UserRole + 1;
 /// The tab of the first status; the one before it shows all.
 constexpr int FirstStatusTab = 1;
-/// Entry of the sort menu for the category, whose sort code is another one.
-constexpr int CategoryEntry = 12;
 
 struct StatusTab
 {
@@ -98,6 +100,7 @@ void frmMain::FillSiteList()
             node->setIcon(0, modIcons::Icon(u"site"_s));
         }
     }
+    m_sampleBar->setVisible(modSample::There(modBrambury::OpenDatabase()));
     if (modSites::MoveToLastUsed(*m_sites, State().Settings.Site)) {
         LoadSite(modCommonFunctions::TextOf(m_sites->Field(u"SiteID"_s)));
         return;
@@ -113,6 +116,7 @@ void frmMain::FollowOtherPrograms()
     if (m_busy || m_inside > 0 || m_unloaded || !m_sites || !State().Database || m_siteList->findChild<QLineEdit*>())
         return;
     const clsInside inside(*this);
+    const clsHourglass hourglass;
     ignoringErrors([this] {
         m_sites->Requery();
         const auto stored = m_sites->Rows(0, m_sites->RecordCount(), {u"SiteID"_s});
@@ -194,16 +198,9 @@ void frmMain::FillCategoryList()
     m_lstCategory->clear();
     QHash<qint64, QString> names;
     if (HasSite()) {
-        const auto query = State().Database->QueryDef(u"qryCategories"_s);
-        query->SetParameter(u"Site"_s, State().CurrentSite);
-        const auto categories = query->OpenRecordset();
-        for (const auto& row : categories->Rows(0, categories->RecordCount(), {u"ID"_s, u"Category"_s})) {
-            if (row.empty())
-                continue;
-            const QString name = modCommonFunctions::TextOf(row[1]);
-            auto* item = new QListWidgetItem(name, m_lstCategory);
-            item->setData(Qt::UserRole, row[0]);
-            names.insert(row[0].toLongLong(), name);
+        for (const auto& [id, name] : modCategories::ByName(*State().Database, State().CurrentSite)) {
+            (new QListWidgetItem(name, m_lstCategory))->setData(Qt::UserRole, id);
+            names.insert(id, name);
         }
     }
     m_gridLinkList->Links().SetCategories(std::move(names));
@@ -216,6 +213,7 @@ modDataModel::StatusBounds frmMain::Bounds() const
 
 void frmMain::FillLinkGrid()
 {
+    m_lblFiled->hide();
     std::unique_ptr<clsRecordset> links;
     if (HasSite() && m_linkQuery) {
         const modDataModel::StatusBounds bounds = Bounds();
@@ -248,25 +246,26 @@ void frmMain::UpdateCounter()
 void frmMain::UpdateEmptyState()
 {
     clsLinkModel& links = m_gridLinkList->Links();
+    m_invitation->setVisible(m_sites && !HasSite());
     if (links.Filtering())
         m_gridLinkList->SetEmptyState(u"Searching the links..."_s, {});
     else if (links.Filtered() && links.Recordset() && links.Recordset()->RecordCount() > 0)
         m_gridLinkList->SetEmptyState(u"No link in this view matches the filter"_s,
                                       u"Press Esc to clear the filter."_s);
     else if (!HasSite())
-        m_gridLinkList->SetEmptyState(u"There is no site yet"_s,
-                                      u"Begin with your own web site: choose \"New...\" in the Sites menu."_s);
+        m_gridLinkList->SetEmptyState({}, {}); // the invitation lies over it
     else if (m_view >= 0)
         m_gridLinkList->SetEmptyState(
             u"No link of this site has the status \"%1\""_s.arg(State().StatusNames.value(m_view)),
             u"The tab \"All\" shows the others."_s);
     else if (m_hideInactiveDeclined->isChecked())
         m_gridLinkList->SetEmptyState(u"There are no links to show"_s,
-                                      u"Choose \"New Link\" to add a partner.  Links that are inactive or declined "
-                                      "are hidden."_s);
+                                      u"Choose \"New Link\", or \"Import Links...\" in the File menu.  Links that are "
+                                      "inactive or declined are hidden."_s);
     else
         m_gridLinkList->SetEmptyState(u"This site has no links yet"_s,
-                                      u"Choose \"New Link\" below the list to add your first partner."_s);
+                                      u"Choose \"New Link\" below the list, or \"Import Links...\" in the File menu, to add "
+                                      "your first partners."_s);
 }
 
 void frmMain::SortLinkGrid(int code)
@@ -324,16 +323,24 @@ void frmMain::StatusViewChosen(int tab)
     }
     if (view == m_view)
         return;
-    Command("LinksTab_Click", [this, view] {
-        const int before = std::exchange(m_view, view);
-        auto failed = qScopeGuard([&] {
-            const QSignalBlocker quiet(m_linksTab);
-            m_view = before;
-            m_linksTab->setCurrentIndex(before + FirstStatusTab);
-        });
-        FillLinkGrid();
-        failed.dismiss();
+    Command("LinksTab_Click", [this, view] { ShowView(view); });
+}
+
+bool frmMain::HasTab(int view) const
+{
+    return view + FirstStatusTab < m_linksTab->count();
+}
+
+void frmMain::ShowView(int view)
+{
+    const int before = std::exchange(m_view, view);
+    const auto show = qScopeGuard([this] {
+        const QSignalBlocker quiet(m_linksTab);
+        m_linksTab->setCurrentIndex(m_view + FirstStatusTab);
     });
+    auto failed = qScopeGuard([&] { m_view = before; });
+    FillLinkGrid();
+    failed.dismiss();
 }
 
 void frmMain::HideInactiveDeclinedClicked(bool hide)

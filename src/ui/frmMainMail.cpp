@@ -94,11 +94,10 @@ void frmMain::EditTemplates()
 
 void frmMain::CheckMail()
 {
-    modMailCheck::Report report;
     State().StopFlag = false;
     SetBusy(true);
     const auto idle = qScopeGuard([this] { SetBusy(false); });
-    report = modMailCheck::Check(*State().Database, Platform(), [this](qint64 done, qint64 total) {
+    const auto report = modMailCheck::Check(*State().Database, Platform(), [this](qint64 done, qint64 total) {
         RunProgress(done, total);
         return !State().StopFlag;
     });

@@ -5,6 +5,7 @@
 #include "data/clsDeletedLinks.h"
 #include "data/modDataModel.h"
 #include "data/modLinks.h"
+#include "data/modSample.h"
 #include "data/modSites.h"
 #include "platform/clsDatabase.h"
 #include "shell/clsHourglass.h"
@@ -20,7 +21,10 @@
 #include "ui/frmImportWizard.h"
 #include "ui/frmMainInside.h"
 #include "ui/frmOptions.h"
+#include "ui/modTips.h"
 
+#include <QAccessible>
+#include <QLabel>
 #include <QLineEdit>
 #include <QTreeWidget>
 
@@ -139,15 +143,42 @@ void frmMain::DeleteSite()
     ShowSite(next ? SiteOf(*next) : QString());
 }
 
+void frmMain::AddSample()
+{
+    Command("AddSample", [this] {
+        clsDatabase& database = modBrambury::OpenDatabase();
+        const clsHourglass hourglass;
+        // Another copy of the program may have begun meanwhile.
+        if (modSample::Problem(database).isEmpty())
+            State().Settings.Site = modSample::Add(database);
+        FillSiteList();
+        m_gridLinkList->setFocus();
+    });
+}
+
+void frmMain::RemoveSample()
+{
+    Command("RemoveSample", [this] {
+        clsDatabase& database = modBrambury::OpenDatabase();
+        if (!modSample::Remove(database))
+            return;
+        ShowSite(State().CurrentSite);
+        m_gridLinkList->setFocus();
+    });
+}
+
 void frmMain::EditLink(qint64 linkID)
 {
     clsLinks links(*State().Database, this);
-    const auto show = [this](qint64 id) { m_gridLinkList->MakeCurrent(id); };
+    const auto show = [this](qint64 id) { m_gridLinkList->GoToLink(id); };
     std::vector<qint64> saved;
+    qint64 lastAdded = 0;
     connect(&links, &clsLinks::LinkSaved, this, [&](qint64 id, bool added) {
+        std::erase(saved, id);
         saved.push_back(id);
         guarded(Module, "LinkProperties", [&] {
             if (added) {
+                lastAdded = id;
                 // A filter that is in the way would hide what has just been made.
                 m_txtFilter->clear();
                 FillLinkGrid();
@@ -171,6 +202,44 @@ void frmMain::EditLink(qint64 linkID)
         return UpdateCounter();
     m_gridLinkList->RemoveLinks(saved);
     FillLinkGrid();
+    ShowWhereFiled(saved, lastAdded);
+}
+
+void frmMain::ShowWhereFiled(const std::vector<qint64>& links, qint64 added)
+{
+    QList<int> statuses;
+    QString title;
+    for (const qint64 id : links) {
+        const auto link =
+            State().Database->OpenRecordset(u"SELECT ID, Title, Status FROM tblLinkList WHERE ID = %1"_s.arg(id));
+        if (link->RecordCount() == 0)
+            continue; // deleted meanwhile
+        title = modCommonFunctions::TextOf(link->Field(u"Title"_s));
+        statuses << link->Field(u"Status"_s).toInt();
+        // Whoever has made a link wants to see it.
+        if (id == added && HasTab(statuses.last())) {
+            ShowView(statuses.last());
+            m_gridLinkList->GoToLink(id);
+            return;
+        }
+    }
+    if (statuses.isEmpty())
+        return;
+    const bool together = statuses.count(statuses.first()) == statuses.size();
+    TellFiled(together ? statuses.first() : modDataModel::ViewAll, statuses.size(), title);
+}
+
+void frmMain::TellFiled(int status, qint64 count, const QString& title)
+{
+    const QString what = count == 1 ? modTips::OneLine(title) : u"%1 links"_s.arg(count);
+    const QString where = status == modDataModel::ViewAll ? u"other tabs"_s
+                          : HasTab(status)
+                              ? u"the tab \"%1\""_s.arg(State().StatusNames.value(status))
+                              : u"the status \"%1\", whose tab is hidden"_s.arg(State().StatusNames.value(status));
+    m_lblFiled->setText(u"Now in %1:  %2"_s.arg(where, what));
+    m_lblFiled->show();
+    QAccessibleEvent told(m_lblFiled, QAccessible::Alert);
+    QAccessible::updateAccessibility(&told);
 }
 
 void frmMain::DeleteLinks()
@@ -211,10 +280,15 @@ void frmMain::ChangeStatus()
     const std::vector<qint64> chosen = m_gridLinkList->ChosenLinks();
     modLinks::SetFields(*State().Database, chosen, {{u"Status"_s, status}});
     // Links that leave the view do so first, so that a neighbour becomes the current one.
-    if (status <= Bounds().low || status >= Bounds().high)
+    const bool leave = status <= Bounds().low || status >= Bounds().high;
+    const clsLinkModel& shown = m_gridLinkList->Links();
+    const QString title = shown.index(shown.RowOf(chosen.front()), clsLinkModel::Title).data().toString();
+    if (leave)
         m_gridLinkList->RemoveLinks(chosen);
     FillLinkGrid();
     m_gridLinkList->Links().RefreshAll();
+    if (leave)
+        TellFiled(status, std::ssize(chosen), title);
 }
 
 void frmMain::ImportLinks()

@@ -1,15 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ui/frmOptions.h"
 
+#include "data/clsRecordEditor.h"
 #include "data/modMessageTypes.h"
 #include "platform/clsDatabase.h"
 #include "platform/clsDisk.h"
 #include "platform/clsSound.h"
-#include "platform/clsWindows.h"
 #include "platform/modHelpTopics.h"
 #include "shell/clsHourglass.h"
 #include "shell/modCommonFunctions.h"
 #include "shell/modErrorHandler.h"
+#include "ui/modDialogParts.h"
 #include "ui/modIcons.h"
 #include "ui/modTextBoxes.h"
 
@@ -24,7 +25,6 @@
 #include <QPushButton>
 #include <QRadioButton>
 #include <QScopedValueRollback>
-#include <QShortcut>
 #include <QSpinBox>
 #include <QTabWidget>
 #include <QVBoxLayout>
@@ -39,17 +39,9 @@ namespace
 {
 constexpr char Module[] = "frmOptions";
 constexpr int MostDays = 32767;
-constexpr int MostPort = 65535;
 constexpr int UsualHTTPPort = 80;
 constexpr int SignatureLines = 4;
 constexpr int TypesPage = 2;
-
-QLabel* LabelFor(QWidget* control, const QString& caption)
-{
-    auto* label = new QLabel(caption);
-    label->setBuddy(control);
-    return label;
-}
 
 int SizeOf(clsDatabase& database, const QString& table, const QString& field)
 {
@@ -73,8 +65,6 @@ frmOptions::frmOptions(clsDatabase& database, QWidget* parent)
     all->setContentsMargins(12, 12, 12, 12);
     all->addWidget(m_tabs, 1);
     all->addLayout(BuildButtons());
-    connect(new QShortcut(QKeySequence::HelpContents, this), &QShortcut::activated, this,
-            [this] { ButtonPressed(Help); });
 
     // Another program may have changed them.
     modBrambury::LoadMessageTypes();
@@ -130,7 +120,10 @@ QPushButton* frmOptions::MakeButton(Button index, const QString& caption)
     button->setObjectName(u"buttonOptions_%1"_s.arg(int{index}));
     button->setAutoDefault(index <= Help);
     button->setDefault(index == OK);
-    connect(button, &QPushButton::clicked, this, [this, index] { ButtonPressed(index); });
+    if (index == Help)
+        modDialogParts::GiveHelp(*this, modHelpTopics::ProgramOptions, button);
+    else
+        connect(button, &QPushButton::clicked, this, [this, index] { ButtonPressed(index); });
     return button;
 }
 
@@ -221,44 +214,42 @@ QWidget* frmOptions::BuildGeneral()
 QWidget* frmOptions::BuildDefaults()
 {
     const clsProgramSettings& settings = State().Settings;
-    const auto add = [](QFormLayout* form, const QString& caption, QWidget* control) {
-        form->addRow(LabelFor(control, caption), control);
-    };
     auto* mail = new QGroupBox(u"E-mail Settings"_s);
     auto* mailForm = new QFormLayout(mail);
-    add(mailForm, u"Web&master:"_s, Default(u"txtFullName"_s, &clsProgramSettings::DefaultWebMaster, u"FullName"_s));
-    add(mailForm, u"A&ddress:"_s, Default(u"txtEmail"_s, &clsProgramSettings::DefaultEmail, u"Email"_s));
-    add(mailForm, u"S&ender:"_s, Default(u"txtSender"_s, &clsProgramSettings::DefaultSender, u"Sender"_s));
+    mailForm->addRow(u"Web&master:"_s, Default(u"txtFullName"_s, &clsProgramSettings::DefaultWebMaster, u"FullName"_s));
+    mailForm->addRow(u"A&ddress:"_s, Default(u"txtEmail"_s, &clsProgramSettings::DefaultEmail, u"Email"_s));
+    mailForm->addRow(u"S&ender:"_s, Default(u"txtSender"_s, &clsProgramSettings::DefaultSender, u"Sender"_s));
     auto* signature = new QPlainTextEdit;
     signature->setObjectName(u"txtSignatureBlock"_s);
     signature->setTabChangesFocus(true);
     modTextBoxes::SetLines(*signature, SignatureLines);
+    modTextBoxes::BreakLongLines(*signature);
     modTextBoxes::SetText(*signature, settings.DefaultSignatureBlock);
     connect(signature, &QPlainTextEdit::textChanged, this, &frmOptions::Changed);
     m_takeBacks.push_back(
         [signature](clsProgramSettings& to) { to.DefaultSignatureBlock = modTextBoxes::StoredText(*signature); });
-    add(mailForm, u"&Signature:"_s, signature);
+    mailForm->addRow(u"&Signature:"_s, signature);
 
     auto* smtp = new QGroupBox(u"E-mail Server (SMTP)"_s);
     auto* smtpForm = new QFormLayout(smtp);
-    add(smtpForm, u"Hos&t:"_s, Default(u"txtHostName"_s, &clsProgramSettings::DefaultHostName, u"HostName"_s));
-    QSpinBox* mailPort = Number(u"txtMailPort"_s, 0, MostPort, settings.DefaultMailPort);
+    smtpForm->addRow(u"Hos&t:"_s, Default(u"txtHostName"_s, &clsProgramSettings::DefaultHostName, u"HostName"_s));
+    QSpinBox* mailPort = Number(u"txtMailPort"_s, 0, clsRecordEditor::MostPort, settings.DefaultMailPort);
     mailPort->setAccessibleName(u"SMTP Port"_s);
     m_takeBacks.push_back(
         [mailPort](clsProgramSettings& to) { to.DefaultMailPort = static_cast<quint16>(mailPort->value()); });
-    add(smtpForm, u"&Port:"_s, mailPort);
+    smtpForm->addRow(u"&Port:"_s, mailPort);
 
     auto* http = new QGroupBox(u"HTTP Server"_s);
     auto* httpForm = new QFormLayout(http);
-    add(httpForm, u"Pro&xy:"_s,
+    httpForm->addRow(u"Pro&xy:"_s,
         Default(u"txtProxyServer"_s, &clsProgramSettings::DefaultProxyServer, u"ProxyServer"_s));
     bool isNumber = false;
     const int stored = settings.DefaultHTTPPort.toInt(&isNumber);
-    QSpinBox* httpPort = Number(u"txtHTTPPort"_s, 0, MostPort, isNumber ? stored : UsualHTTPPort);
+    QSpinBox* httpPort = Number(u"txtHTTPPort"_s, 0, clsRecordEditor::MostPort, isNumber ? stored : UsualHTTPPort);
     httpPort->setAccessibleName(u"HTTP Port"_s);
     m_takeBacks.push_back(
         [httpPort](clsProgramSettings& to) { to.DefaultHTTPPort = QString::number(httpPort->value()); });
-    add(httpForm, u"Po&rt:"_s, httpPort);
+    httpForm->addRow(u"Po&rt:"_s, httpPort);
 
     // The boxes of all three begin at the same place.
     int widest = 0;
@@ -302,7 +293,7 @@ QWidget* frmOptions::BuildTypes()
         offer->setAccessibleName(u"Message type %1 is an offer"_s.arg(number));
         connect(title, &QLineEdit::textChanged, this, &frmOptions::Changed);
         connect(offer, &QCheckBox::toggled, this, &frmOptions::Changed);
-        grid->addWidget(LabelFor(title, u"&%1"_s.arg(number)), number, 0);
+        grid->addWidget(modDialogParts::LabelFor(title, u"&%1"_s.arg(number)), number, 0);
         grid->addWidget(title, number, 1);
         grid->addWidget(offer, number, 2);
         m_titles.at(i) = title;
@@ -426,8 +417,6 @@ void frmOptions::ButtonPressed(int index)
         case Apply:
             Save();
             return;
-        case Help:
-            return Platform().Windows->ShowHelp(modHelpTopics::ProgramOptions);
         case Browse:
             return BrowseSound();
         case Play:

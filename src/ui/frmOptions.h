@@ -13,7 +13,6 @@ class QCheckBox;
 class QGroupBox;
 class QLineEdit;
 class QPushButton;
-class QRadioButton;
 class QSpinBox;
 class QTabWidget;
 class clsDatabase;

@@ -1,18 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ui/frmPreview.h"
 
-#include "platform/clsWindows.h"
 #include "platform/modHelpTopics.h"
-#include "shell/modBrambury.h"
-#include "shell/modErrorHandler.h"
 #include "ui/clsElidedLabel.h"
+#include "ui/modDialogParts.h"
 
 #include <QHBoxLayout>
 #include <QLineEdit>
 #include <QMimeData>
 #include <QPlainTextEdit>
 #include <QPushButton>
-#include <QShortcut>
 #include <QTextBlock>
 #include <QVBoxLayout>
 #include <algorithm>
@@ -78,12 +75,6 @@ private:
     static constexpr qsizetype Piece = 2000;
     static constexpr int Continued = 1;
 };
-
-void ShowHelp()
-{
-    guarded("frmPreview", "buttonHelp_Click",
-            [] { modBrambury::Platform().Windows->ShowHelp(modHelpTopics::MailPreview); });
-}
 } // namespace
 
 frmPreview::frmPreview(const QString& caption, const QString& text, const QString& attachment, QWidget* parent)
@@ -119,11 +110,8 @@ frmPreview::frmPreview(const QString& caption, const QString& text, const QStrin
         if (i == 1)
             button->setFocus();
     }
-    auto* help = new QPushButton(u"&Help"_s);
-    help->setObjectName(u"buttonHelp"_s);
-    connect(help, &QPushButton::clicked, this, &ShowHelp);
-    connect(new QShortcut(QKeySequence::HelpContents, this), &QShortcut::activated, this, &ShowHelp);
-    buttons->addWidget(help);
+    modDialogParts::GiveHelp(*this, modHelpTopics::MailPreview,
+                             modDialogParts::AddButton(*buttons, u"&Help"_s, u"buttonHelp"_s));
 
     auto* all = new QVBoxLayout(this);
     all->addWidget(preview, 1);

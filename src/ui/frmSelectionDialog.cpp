@@ -1,15 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ui/frmSelectionDialog.h"
 
-#include "platform/clsWindows.h"
 #include "platform/modHelpTopics.h"
-#include "shell/modBrambury.h"
-#include "shell/modErrorHandler.h"
+#include "ui/modDialogParts.h"
 
 #include <QHBoxLayout>
 #include <QListWidget>
 #include <QPushButton>
-#include <QShortcut>
 #include <QVBoxLayout>
 #include <algorithm>
 
@@ -44,23 +41,16 @@ frmSelectionDialog::frmSelectionDialog(const QString& caption, const QStringList
         std::clamp(m_lstSelections->sizeHintForColumn(0) + 6 * letter, FewestLetters * letter, MostLetters * letter));
     connect(m_lstSelections, &QListWidget::itemDoubleClicked, this, &QDialog::accept);
 
-    auto* ok = new QPushButton(u"&OK"_s);
-    ok->setObjectName(u"buttonSelection_0"_s);
+    using modDialogParts::AddButton;
+    auto* buttons = new QHBoxLayout;
+    buttons->addStretch();
+    QPushButton* ok = AddButton(*buttons, u"&OK"_s, u"buttonSelection_0"_s);
     ok->setDefault(true);
     ok->setEnabled(!entries.isEmpty());
     connect(ok, &QPushButton::clicked, this, &QDialog::accept);
-    auto* cancel = new QPushButton(u"&Cancel"_s);
-    cancel->setObjectName(u"buttonSelection_1"_s);
-    connect(cancel, &QPushButton::clicked, this, &QDialog::reject);
-    connect(new QShortcut(QKeySequence::HelpContents, this), &QShortcut::activated, this, [] {
-        guarded("frmSelectionDialog", "Help",
-                [] { modBrambury::Platform().Windows->ShowHelp(modHelpTopics::Selection); });
-    });
+    connect(AddButton(*buttons, u"&Cancel"_s, u"buttonSelection_1"_s), &QPushButton::clicked, this, &QDialog::reject);
+    modDialogParts::GiveHelp(*this, modHelpTopics::Selection);
 
-    auto* buttons = new QHBoxLayout;
-    buttons->addStretch();
-    buttons->addWidget(ok);
-    buttons->addWidget(cancel);
     auto* all = new QVBoxLayout(this);
     all->addWidget(m_lstSelections, 1);
     all->addLayout(buttons);

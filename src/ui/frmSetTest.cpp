@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ui/frmSetTest.h"
 
-#include "platform/clsWindows.h"
 #include "platform/modHelpTopics.h"
 #include "shell/modBrambury.h"
-#include "shell/modErrorHandler.h"
+#include "ui/modDialogParts.h"
 #include "ui/modIcons.h"
 
 #include <QCheckBox>
@@ -13,14 +12,13 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
-#include <QShortcut>
 #include <QVBoxLayout>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace
 {
-constexpr int helpButton = 3;
+constexpr int HelpButton = 3;
 } // namespace
 
 frmSetTest::frmSetTest(QWidget* parent) : QDialog(parent)
@@ -58,11 +56,12 @@ frmSetTest::frmSetTest(QWidget* parent) : QDialog(parent)
         auto* button = new QPushButton(captions[i]);
         button->setObjectName(u"buttonLinks_%1"_s.arg(i));
         button->setDefault(i == 0);
-        connect(button, &QPushButton::clicked, this, [this, i] { ButtonPressed(i); });
         buttons->addWidget(button);
+        if (i == HelpButton)
+            modDialogParts::GiveHelp(*this, modHelpTopics::SetForTest, button);
+        else
+            connect(button, &QPushButton::clicked, this, [this, i] { ButtonPressed(i); });
     }
-    auto* help = new QShortcut(QKeySequence::HelpContents, this);
-    connect(help, &QShortcut::activated, this, [this] { ButtonPressed(helpButton); });
 
     auto* all = new QVBoxLayout(this);
     all->setContentsMargins(16, 16, 16, 16);
@@ -96,12 +95,6 @@ bool frmSetTest::SelectAllSites() const
 
 void frmSetTest::ButtonPressed(int index)
 {
-    guarded("frmSetTest", "buttonLinks_Click", [&] {
-        if (index == helpButton) {
-            modBrambury::Platform().Windows->ShowHelp(modHelpTopics::SetForTest);
-            return;
-        }
-        m_userChoice = QString::number(index);
-        done(index == static_cast<int>(Choice::Cancel) ? Rejected : Accepted);
-    });
+    m_userChoice = QString::number(index);
+    done(index == static_cast<int>(Choice::Cancel) ? Rejected : Accepted);
 }

@@ -6,8 +6,6 @@
 #include <array>
 
 class QCheckBox;
-class QLabel;
-class QPushButton;
 
 /// Caption "Set Links for Testing". Show it with exec(), then read the choice.
 class frmSetTest : public QDialog

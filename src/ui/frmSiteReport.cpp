@@ -1,23 +1,22 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ui/frmSiteReport.h"
 
+#include "data/modSites.h"
 #include "platform/clsPrinter.h"
 #include "platform/clsSettingsStore.h"
-#include "platform/clsWindows.h"
 #include "platform/modHelpTopics.h"
 #include "publish/modSiteReport.h"
 #include "shell/modBrambury.h"
-#include "shell/modCommonFunctions.h"
 #include "shell/modErrorHandler.h"
 #include "ui/clsElidedLabel.h"
 #include "ui/clsPrintProgress.h"
+#include "ui/modDialogParts.h"
 #include "ui/modPrintJob.h"
 
 #include <QCheckBox>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
-#include <QShortcut>
 #include <QVBoxLayout>
 
 using namespace Qt::Literals::StringLiterals;
@@ -62,8 +61,7 @@ frmSiteReport::frmSiteReport(QWidget* parent) : QDialog(parent), m_chkPreview(ne
         if (i == PrintCurrent)
             button->setFocus();
     }
-    connect(new QShortcut(QKeySequence::HelpContents, this), &QShortcut::activated, this,
-            [] { guarded("frmSiteReport", "Help", [] { Platform().Windows->ShowHelp(modHelpTopics::SiteReport); }); });
+    modDialogParts::GiveHelp(*this, modHelpTopics::SiteReport);
 
     auto* all = new QVBoxLayout(this);
     all->setContentsMargins(16, 16, 16, 16);
@@ -84,7 +82,7 @@ void frmSiteReport::ButtonPressed(int index)
                 Print({State().CurrentSite});
             return;
         case PrintAll:
-            return Print(modSiteReport::AllSites(*State().Database));
+            return Print(modSites::Names(*State().Database));
         default:
             return reject();
         }

@@ -5,7 +5,6 @@
 #include "mail/clsMailTemplate.h"
 #include "platform/modHelpTopics.h"
 #include "shell/modBrambury.h"
-#include "shell/modErrorHandler.h"
 #include "ui/clsExplanation.h"
 #include "ui/clsPortBox.h"
 #include "ui/frmMailLogin.h"
@@ -58,16 +57,9 @@ void frmSites::BuildGeneral()
 
     int row = grid->rowCount();
     AddIPAddress(*grid, row, 0, u"&IP Address:"_s);
-    auto* imageFile = Line(u"txtImageFile"_s, u"ImageFile"_s);
-    grid->addWidget(LabelFor(imageFile, u"Image &File Name:"_s), row, 2);
-    grid->addWidget(imageFile, row++, 3, 1, 2);
-
-    auto* fullName = Line(u"txtFullName"_s, u"FullName"_s);
-    grid->addWidget(LabelFor(fullName, u"We&bmaster's Name:"_s), row, 0);
-    grid->addWidget(fullName, row, 1);
-    auto* email = Line(u"txtEmail"_s, u"Email"_s);
-    grid->addWidget(LabelFor(email, u"&E-Mail Address:"_s), row, 2);
-    grid->addWidget(email, row++, 3, 1, 2);
+    AddField(*grid, Line(u"txtImageFile"_s, u"ImageFile"_s), u"Image &File Name:"_s, row++, 2);
+    AddField(*grid, Line(u"txtFullName"_s, u"FullName"_s), u"We&bmaster's Name:"_s, row, 0);
+    AddField(*grid, Line(u"txtEmail"_s, u"Email"_s), u"&E-Mail Address:"_s, row, 2);
     AddRow(*grid, Line(u"txtSender"_s, u"Sender"_s), u"E-&Mail Sender:"_s);
 
     row = grid->rowCount();
@@ -102,10 +94,8 @@ void frmSites::BuildGeneral()
 
 void frmSites::EditLogin()
 {
-    guarded("frmSites", "buttonLogin_Click", [this] {
-        if (frmMailLogin(m_site, this).exec() == Accepted)
-            ShowRecord();
-    });
+    if (frmMailLogin(m_site, this).exec() == Accepted)
+        ShowRecord();
 }
 
 void frmSites::BuildTemplates(clsDatabase& database)

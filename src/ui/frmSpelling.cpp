@@ -1,18 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ui/frmSpelling.h"
 
-#include "platform/clsWindows.h"
 #include "platform/modHelpTopics.h"
-#include "shell/modBrambury.h"
 #include "shell/modErrorHandler.h"
+#include "ui/clsExplanation.h"
 #include "ui/clsSpellCheck.h"
+#include "ui/modDialogParts.h"
 
-#include <QGridLayout>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
-#include <QShortcut>
 #include <QVBoxLayout>
 #include <algorithm>
 
@@ -33,31 +31,25 @@ QString Shown(QStringView text)
 } // namespace
 
 frmSpelling::frmSpelling(clsSpellCheck& check, QWidget* parent)
-    : QDialog(parent), m_check(check), m_lblContext(new QLabel), m_txtChangeTo(new QLineEdit),
+    : QDialog(parent), m_check(check), m_lblContext(new clsExplanation({})), m_txtChangeTo(new QLineEdit),
       m_lstSuggestions(new QListWidget)
 {
     setObjectName(u"frmSpelling"_s);
     setWindowTitle(u"Check Spelling"_s);
     m_lblContext->setObjectName(u"lblContext"_s);
     m_lblContext->setTextFormat(Qt::RichText);
-    m_lblContext->setWordWrap(true);
     m_lblContext->setFrameShape(QFrame::StyledPanel);
     m_lblContext->setMargin(6);
-    m_lblContext->setMinimumHeight(3 * fontMetrics().lineSpacing());
     m_txtChangeTo->setObjectName(u"txtChangeTo"_s);
     m_lstSuggestions->setObjectName(u"lstSuggestions"_s);
 
     auto* texts = new QVBoxLayout;
-    const auto add = [&](const QString& caption, QWidget* control, int stretch) {
-        auto* label = new QLabel(caption);
-        label->setBuddy(control);
-        texts->addWidget(label);
-        texts->addWidget(control, stretch);
-    };
     texts->addWidget(new QLabel(u"Not in the dictionary:"_s));
     texts->addWidget(m_lblContext);
-    add(u"Change &to:"_s, m_txtChangeTo, 0);
-    add(u"&Suggestions:"_s, m_lstSuggestions, 1);
+    texts->addWidget(modDialogParts::LabelFor(m_txtChangeTo, u"Change &to:"_s));
+    texts->addWidget(m_txtChangeTo);
+    texts->addWidget(modDialogParts::LabelFor(m_lstSuggestions, u"&Suggestions:"_s));
+    texts->addWidget(m_lstSuggestions, 1);
 
     auto* buttons = new QVBoxLayout;
     const QStringList captions{u"&Ignore"_s, u"I&gnore All"_s, u"&Add to Dictionary"_s,
@@ -79,9 +71,7 @@ frmSpelling::frmSpelling(clsSpellCheck& check, QWidget* parent)
             m_txtChangeTo->setText(text);
     });
     connect(m_lstSuggestions, &QListWidget::itemDoubleClicked, this, [this] { ButtonPressed(Change); });
-    connect(new QShortcut(QKeySequence::HelpContents, this), &QShortcut::activated, this, [] {
-        guarded(Module, "Help", [] { modBrambury::Platform().Windows->ShowHelp(modHelpTopics::MailEditor); });
-    });
+    modDialogParts::GiveHelp(*this, modHelpTopics::MailEditor);
 
     auto* all = new QHBoxLayout(this);
     all->addLayout(texts, 1);
@@ -119,7 +109,7 @@ void frmSpelling::ShowWord(const QString& text)
     const qsizetype end = m_place.start + m_place.length;
     const qsizetype first = std::max<qsizetype>(0, m_place.start - Context);
     const QStringView all(text);
-    m_lblContext->setText((first > 0 ? u"\u2026"_s : QString()) + Shown(all.sliced(first, m_place.start - first)) +
+    m_lblContext->Tell((first > 0 ? u"\u2026"_s : QString()) + Shown(all.sliced(first, m_place.start - first)) +
                           u"<b>"_s + Shown(all.sliced(m_place.start, m_place.length)) + u"</b>"_s +
                           Shown(all.sliced(end, std::min(Context, all.size() - end))) +
                           (end + Context < all.size() ? u"\u2026"_s : QString()));

@@ -7,11 +7,10 @@
 #include <QDialog>
 #include <QHash>
 
-class QLabel;
 class QLineEdit;
 class QListWidget;
+class clsExplanation;
 class clsSpellCheck;
-class clsSpelledBox;
 
 class frmSpelling final : public QDialog
 {
@@ -41,7 +40,7 @@ private:
     void ChangeTo(const QString& replacement);
 
     clsSpellCheck& m_check;
-    QLabel* m_lblContext;
+    clsExplanation* m_lblContext;
     QLineEdit* m_txtChangeTo;
     QListWidget* m_lstSuggestions;
     std::size_t m_box = 0;

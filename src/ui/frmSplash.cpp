@@ -21,7 +21,7 @@ frmSplash::frmSplash(const QString& version, const QString& build)
       m_build(u"Build %1"_s.arg(build))
 {
     setObjectName(u"frmSplash"_s);
-    setWindowTitle(QString(modBrambury::ProgramTitle));
+    setWindowTitle(modBrambury::ProgramTitle);
     setAccessibleName(u"%1, %2, %3"_s.arg(windowTitle(), m_version, m_build));
     setFixedSize(splashSize);
     move(screen()->availableGeometry().center() - rect().center());

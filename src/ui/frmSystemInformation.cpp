@@ -9,6 +9,7 @@
 #include "shell/modBrambury.h"
 #include "shell/modCommonFunctions.h"
 #include "shell/modErrorHandler.h"
+#include "ui/modDialogParts.h"
 
 #include <QApplication>
 #include <QClipboard>
@@ -106,8 +107,8 @@ frmSystemInformation::frmSystemInformation(QWidget* parent) : QDialog(parent)
     text->setMinimumSize(text->fontMetrics().averageCharWidth() * Letters / 2,
                          text->fontMetrics().lineSpacing() * Lines / 2);
 
-    auto* copy = new QPushButton(u"&Copy"_s);
-    copy->setObjectName(u"buttonCopy"_s);
+    auto* buttons = new QHBoxLayout;
+    QPushButton* copy = modDialogParts::AddButton(*buttons, u"&Copy"_s, u"buttonCopy"_s);
     copy->setAutoDefault(false);
     copy->setToolTip(u"Copy all of it, for a report of a fault"_s);
     connect(copy, &QPushButton::clicked, this, [text, copy] {
@@ -115,14 +116,10 @@ frmSystemInformation::frmSystemInformation(QWidget* parent) : QDialog(parent)
         copy->setText(u"Copied"_s);
         QTimer::singleShot(CopiedMs, copy, [copy] { copy->setText(u"&Copy"_s); });
     });
-    auto* close = new QPushButton(u"C&lose"_s);
-    close->setObjectName(u"buttonClose"_s);
+    buttons->addStretch();
+    QPushButton* close = modDialogParts::AddButton(*buttons, u"C&lose"_s, u"buttonClose"_s);
     close->setDefault(true);
     connect(close, &QPushButton::clicked, this, &QDialog::accept);
-    auto* buttons = new QHBoxLayout;
-    buttons->addWidget(copy);
-    buttons->addStretch();
-    buttons->addWidget(close);
 
     auto* all = new QVBoxLayout(this);
     all->addWidget(text, 1);

@@ -7,6 +7,7 @@
 #include "shell/modBrambury.h"
 #include "shell/modCommonFunctions.h"
 #include "shell/modErrorHandler.h"
+#include "ui/modDialogParts.h"
 #include "ui/modIcons.h"
 
 #include <QCheckBox>
@@ -32,8 +33,10 @@ frmTips::frmTips(const clsRecordset& tips, qint64 day, QWidget* parent)
 
     setObjectName(u"frmTips"_s);
     setWindowTitle(u"Tip of the Day"_s);
-    for (const std::vector<QVariant>& row : tips.Rows(0, tips.RecordCount(), {u"Header"_s, u"Body"_s, u"HelpIndex"_s}))
-        m_tips.push_back({TextOf(row[0]), TextOf(row[1]), row[2].toInt()});
+    for (const auto& row : tips.Rows(0, tips.RecordCount(), {u"Header"_s, u"Body"_s, u"HelpIndex"_s})) {
+        if (!row.empty())
+            m_tips.push_back({TextOf(row[0]), TextOf(row[1]), row[2].toInt()});
+    }
 
     auto* picture = new QLabel;
     picture->setPixmap(modIcons::BoxPicture(clsDialogs::Icon::Information)
@@ -53,9 +56,9 @@ frmTips::frmTips(const clsRecordset& tips, qint64 day, QWidget* parent)
     m_body->setMinimumSize(m_body->fontMetrics().averageCharWidth() * BodyLetters,
                            m_body->fontMetrics().lineSpacing() * BodyLines);
 
-    const auto button = [](const QString& caption, const QString& name) {
-        auto* made = new QPushButton(caption);
-        made->setObjectName(name);
+    auto* buttons = new QHBoxLayout;
+    const auto button = [buttons](const QString& caption, const QString& name) {
+        QPushButton* made = modDialogParts::AddButton(*buttons, caption, name);
         made->setAutoDefault(false);
         return made;
     };
@@ -65,6 +68,7 @@ frmTips::frmTips(const clsRecordset& tips, qint64 day, QWidget* parent)
             modBrambury::Platform().Windows->ShowHelp(m_tips[static_cast<std::size_t>(m_shown)].HelpTopic);
         });
     });
+    buttons->addStretch();
     auto* previous = button(u"&Previous Tip"_s, u"buttonPrevious"_s);
     connect(previous, &QPushButton::clicked, this, [this] { Step(-1); });
     auto* next = button(u"&Next Tip"_s, u"buttonNext"_s);
@@ -85,11 +89,6 @@ frmTips::frmTips(const clsRecordset& tips, qint64 day, QWidget* parent)
     tip->setSpacing(16);
     tip->addWidget(picture, 0, Qt::AlignTop);
     tip->addLayout(words, 1);
-    auto* buttons = new QHBoxLayout;
-    buttons->addWidget(m_more);
-    buttons->addStretch();
-    for (QPushButton* each : {previous, next, close})
-        buttons->addWidget(each);
     auto* all = new QVBoxLayout(this);
     all->setContentsMargins(16, 16, 16, 16);
     all->setSpacing(12);

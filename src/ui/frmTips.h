@@ -3,7 +3,6 @@
 #pragma once
 
 #include <QDialog>
-#include <QVariant>
 #include <vector>
 
 class QCheckBox;

@@ -5,6 +5,7 @@
 #include "data/clsLinkRecord.h"
 #include "data/clsSiteRecord.h"
 #include "linktest/clsHTTPEngine.h"
+#include "mail/clsMailQueue.h"
 #include "platform/clsConnection.h"
 #include "platform/clsDatabase.h"
 #include "platform/clsDialogs.h"
@@ -13,13 +14,18 @@
 #include "platform/clsEventLoop.h"
 #include "platform/clsKeyring.h"
 #include "platform/clsMailServer.h"
+#include "platform/clsPrinter.h"
 #include "platform/impl/clsPlatformParts.h"
 #include "platform/impl/modPlatformImpl.h"
 #include "platform/modHelpTopics.h"
+#include "platform/widgets/modWidgets.h"
+#include "publish/modSiteReport.h"
 #include "shell/modBrambury.h"
 #include "shell/modErrorHandler.h"
 #include "ui/clsLinkGrid.h"
 #include "ui/clsPanes.h"
+#include "ui/clsPrintProgress.h"
+#include "ui/clsResultsBox.h"
 #include "ui/clsSpellCheck.h"
 #include "ui/clsWindowParts.h"
 #include "ui/frmAbout.h"
@@ -32,9 +38,10 @@
 #include "ui/frmHelp.h"
 #include "ui/frmImportWizard.h"
 #include "ui/frmLinks.h"
+#include "ui/frmMailEditor.h"
+#include "ui/frmMailHistory.h"
 #include "ui/frmMailLogin.h"
 #include "ui/frmMain.h"
-#include "ui/frmMailEditor.h"
 #include "ui/frmOptions.h"
 #include "ui/frmPreview.h"
 #include "ui/frmSelectionDialog.h"
@@ -45,7 +52,9 @@
 #include "ui/frmSplash.h"
 #include "ui/frmSystemInformation.h"
 #include "ui/frmTips.h"
+#include "ui/modIcons.h"
 
+#include <QAction>
 #include <QApplication>
 #include <QDir>
 #include <QFontMetrics>
@@ -54,6 +63,7 @@
 #include <QProcess>
 #include <QPushButton>
 #include <QScopeGuard>
+#include <QScrollBar>
 #include <QTabWidget>
 #include <QTemporaryDir>
 #include <QTimer>
@@ -114,10 +124,11 @@ QPalette DarkPalette()
     return palette;
 }
 
-/// Saves one window in every theme.
+/// Saves one window in every theme, or has somebody else look at it.
 class clsCamera
 {
 public:
+    explicit clsCamera(modWindow::Look look) : m_look(std::move(look)) {}
     clsCamera(const QString& folder, bool lightOnly) : m_folder(folder)
     {
         const int scale = qRound(qApp->devicePixelRatio());
@@ -126,13 +137,21 @@ public:
         if (!lightOnly)
             m_themes.append({u"dark"_s, DarkPalette()});
     }
-    ~clsCamera() { QApplication::setPalette(m_themes.first().palette); }
+    ~clsCamera()
+    {
+        if (!m_themes.isEmpty())
+            QApplication::setPalette(m_themes.first().palette);
+    }
     clsCamera(const clsCamera&) = delete;
     clsCamera& operator=(const clsCamera&) = delete;
 
     void Take(QWidget& window, const QString& name)
     {
         window.show();
+        if (m_look) {
+            modBrambury::Platform().EventLoop->Yield();
+            return m_look(window, name);
+        }
         for (const Theme& theme : m_themes) {
             QApplication::setPalette(theme.palette);
             modBrambury::Platform().EventLoop->Yield();
@@ -143,6 +162,7 @@ public:
     }
 
 private:
+    modWindow::Look m_look;
     QString m_folder;
     QString m_suffix; ///< of the files' names: the scale, unless it is 1
     QList<Theme> m_themes;
@@ -156,6 +176,7 @@ bool OfMain(const clsPlatformParts& parts, const std::function<void(frmMain&)>& 
     clsWindowParts with(parts, &dialogs);
     with.Windows.HoldTips();
     bool taken = false;
+    modWidgets::AllowDialogs();
     if (modBrambury::Main() && with.Windows.AnyLoaded())
         taken = guarded("modWindow", "RenderPictures", [&] { take(*with.Windows.Main()); }) == Guarded::Done;
     // An end by abort saves nothing.
@@ -165,28 +186,68 @@ bool OfMain(const clsPlatformParts& parts, const std::function<void(frmMain&)>& 
     return taken;
 }
 
-/// The error window with the texts of a real failure: a stored query that is missing. It is reported in the error log
-/// as well, so this is for an installation that nobody keeps.
-void TakeError(clsCamera& camera)
+/// A dialog that `work` opens and waits for: `take` sees it, then it is closed.
+void TakeModal(const std::function<void()>& work, const std::function<void(QDialog&)>& take)
 {
     bool taken = false;
     QTimer look;
     QObject::connect(&look, &QTimer::timeout, &look, [&] {
-        auto* error = qobject_cast<frmErrorMessage*>(QApplication::activeModalWidget());
-        if (!error)
+        auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+        if (!dialog)
             return;
         look.stop();
-        taken = ignoringErrors([&] {
-            camera.Take(*error, u"error"_s);
-            error->findChild<QPushButton*>(u"errorButton_1"_s)->click();
-            camera.Take(*error, u"error-details"_s);
-        });
-        error->accept();
+        taken = ignoringErrors([&] { take(*dialog); });
+        dialog->reject();
     });
     look.start(0);
-    guarded("frmMain", "OpenLists", [] { (void)modBrambury::State().Database->QueryDef(u"qryLinks"_s); });
+    work();
     if (!taken)
-        throw clsError(clsError::PermissionDenied, u"Could not take the error window's picture"_s, u"modWindow"_s);
+        throw clsError(clsError::PermissionDenied, u"Could not take a dialog's picture"_s, u"modWindow"_s);
+}
+
+/// The error window with the texts of a real failure: a stored query that is missing. It is reported in the error log
+/// as well, so this is for an installation that nobody keeps.
+void TakeError(clsCamera& camera)
+{
+    const auto fail = [] {
+        guarded("frmMain", "OpenLists", [] { (void)modBrambury::State().Database->QueryDef(u"qryLinks"_s); });
+    };
+    TakeModal(fail, [&](QDialog& error) {
+        camera.Take(error, u"error"_s);
+        error.findChild<QPushButton*>(u"errorButton_1"_s)->click();
+        camera.Take(error, u"error-details"_s);
+    });
+}
+
+/// What is not a window of its own: the boxes that ask and tell, and what stands before the printer.
+void TakeBoxes(clsCamera& camera)
+{
+    const auto boxes = modWidgets::MakeDialogs([] { return QApplication::activeWindow(); }, &modIcons::BoxPicture);
+    const auto box = [&](const QString& name, const std::function<void()>& work) {
+        TakeModal(work, [&](QDialog& dialog) { camera.Take(dialog, name); });
+    };
+    const QString title = modBrambury::ProgramTitle;
+    box(u"box"_s, [&] {
+        boxes->MsgBox(clsRecordEditor::MissingRecordText(), clsDialogs::Buttons::OK, clsDialogs::Icon::Exclamation,
+                      title);
+    });
+    box(u"box-question"_s, [&] {
+        boxes->MsgBox(u"You have made changes without saving.  Do you wish to save them now?"_s,
+                      clsDialogs::Buttons::YesNoCancel, clsDialogs::Icon::Question, title);
+    });
+    box(u"box-input"_s, [&] { boxes->InputBox(u"Category:"_s, title, u"Nurseries"_s); });
+    box(u"box-password"_s, [&] { boxes->PasswordBox(u"Password:"_s, title); });
+    clsPrintProgress progress(nullptr);
+    camera.Take(progress, u"print-progress"_s);
+    progress.hide();
+    const modBrambury::ProcessState& state = modBrambury::State();
+    clsPrinter& printer = *state.Platform.Printer;
+    box(u"print-preview"_s, [&] {
+        printer.Preview([&] {
+            return modSiteReport::Print(*state.Database, printer, {state.CurrentSite}, [](double) { return true; }) ==
+                   modSiteReport::Outcome::Printed;
+        });
+    });
 }
 
 /// Every page of a dialog.
@@ -257,6 +318,33 @@ void TakeMailLogin(clsCamera& camera, clsSiteRecord& site)
     TakePages(camera, login, {u"login"_s, u"login-advanced"_s, u"login-test"_s});
 }
 
+/// What was sent to a partner, one message after the other; none of it stays in the database.
+void TakeMailHistory(clsCamera& camera, const clsLinkRecord& link)
+{
+    clsDatabase& database = *modBrambury::State().Database;
+    const clsTransaction never(database);
+    const auto ledger = database.OpenRecordset(u"SELECT * FROM tblSendLedger WHERE 0"_s);
+    for (const auto& [begun, outcome, subject, reply] :
+         {std::tuple(u"2025-11-03 10:20:41"_s, u"sent"_s, u"A link between our gardens?"_s,
+                     u"250 2.0.0 Ok: queued as 4Q8zWk1zz"_s),
+          {u"2025-12-02 09:05:10"_s, u"not sent"_s, u"Our link on your page"_s,
+           u"452 4.2.2 The recipient's mailbox is full"_s},
+          {u"2025-12-03 08:30:02"_s, u"sent"_s, u"Our link on your page"_s, u"250 2.0.0 Ok: queued as 4Q9bTc2zz"_s}}) {
+        ledger->AddNew();
+        for (const auto& [field, value] : {std::pair(u"LinkID"_s, QVariant(link.LinkID())),
+                                           {u"Recipient"_s, link.Text(u"Email"_s)},
+                                           {u"Subject"_s, subject},
+                                           {u"Begun"_s, begun},
+                                           {u"Instant"_s, 0},
+                                           {u"Outcome"_s, outcome},
+                                           {u"Reply"_s, reply}})
+            ledger->SetField(field, value);
+        ledger->Update();
+    }
+    frmMailHistory history(database, link.LinkID(), link.Name());
+    camera.Take(history, u"mail-history"_s);
+}
+
 /// The editors of the selected site and of its first link with failed tests.
 void TakeEditors(clsCamera& camera)
 {
@@ -272,6 +360,7 @@ void TakeEditors(clsCamera& camera)
     clsLinkRecord link(database, state.CurrentSite, state.Tests.MyLinkAtRecipSite);
     if (link.Open(failed->Field(u"ID"_s).toLongLong(), all))
         TakePages(camera, *std::make_unique<frmLinks>(link, database), {u"link"_s, u"link-comments"_s});
+    TakeMailHistory(camera, link);
 }
 
 void TakeSmallDialogs(clsCamera& camera, clsLinkGrid& grid)
@@ -319,10 +408,18 @@ void TakeMail(clsCamera& camera)
     frmSpelling spelling(check, nullptr);
     if (spelling.Begin())
         camera.Take(spelling, u"spelling"_s);
-    frmPreview preview(u"Preview E-mail [Rosewood Nursery]"_s,
-                       templates->Field(u"Subject"_s).toString() + u" [rose@rosewood.example]\r\n\r\n\r\n"_s +
-                           templates->Field(u"Body"_s).toString(),
-                       u"terms.pdf, 31.4KB (32,154 bytes)"_s);
+    clsMailQueue queue(database);
+    queue.Links().MoveFirst();
+    queue.LoadSiteSettings(queue.LinkText(u"SiteName"_s));
+    clsMailQueue::Template message;
+    static_cast<void>(queue.FindTemplate(message));
+    for (QString* text : {&message.Subject, &message.Body})
+        queue.AddTags(*text, *modBrambury::Platform().EventLoop, [] { return false; });
+    frmPreview preview(
+        u"Preview E-mail [%1]"_s.arg(queue.LinkText(u"Title"_s)),
+        u"From: %1 [%2]\r\nTo: %3\r\nSubject: %4\r\n\r\n\r\n%5"_s.arg(
+            queue.Site().Sender, queue.Site().Email, queue.LinkText(u"Email"_s), message.Subject, message.Body),
+        u"terms.pdf, 31.4KB (32,154 bytes)"_s);
     camera.Take(preview, u"mail-preview"_s);
 }
 
@@ -408,6 +505,22 @@ void TakeWizard(clsCamera& camera)
     wizard.hide();
 }
 
+/// The main window after the sample was added and tested. Its pages are the program's own: no network is needed.
+void TakeTestedSample(clsCamera& camera, frmMain& window)
+{
+    modBrambury::ProcessState& state = modBrambury::State();
+    clsDrawnConnection connection;
+    clsConnection* const before = std::exchange(state.Platform.Connection, &connection);
+    const auto restore = qScopeGuard([&] { state.Platform.Connection = before; });
+    state.Settings.PlaySoundComplete = u"No"_s;
+    window.resize(MainSize);
+    window.findChild<clsPanes*>()->SetPositions(clsPanes::FirstLeft, clsPanes::FirstTop);
+    window.findChild<QPushButton*>(u"Invitation_open"_s)->click();
+    window.findChild<QAction*>(u"ServicesMenuElement_2"_s)->trigger();
+    window.findChild<clsResultsBox*>()->verticalScrollBar()->setValue(0);
+    camera.Take(window, u"main-tested"_s);
+}
+
 /// The scale holds for a whole process, so the same pictures at the double scale take a second one.
 int AgainAtDoubleScale(const QString& home, const QString& folder)
 {
@@ -425,17 +538,10 @@ int AgainAtDoubleScale(const QString& home, const QString& folder)
         return CouldNotRun;
     return again.exitStatus() == QProcess::NormalExit ? again.exitCode() : CouldNotRun;
 }
-} // namespace
 
-int modWindow::RenderPictures(clsPlatformParts& parts, const QString& folder, bool lightOnly)
+/// Every window there is. @return whether all were taken.
+bool TakeEverything(clsPlatformParts& parts, clsCamera& camera)
 {
-    if (!QFontMetrics(QApplication::font()).inFont(u'a')) {
-        std::fprintf(stderr, "Without fonts there are no pictures: install some.\n");
-        return CouldNotRun;
-    }
-    if (!QDir().mkpath(folder))
-        return CouldNotRun;
-    clsCamera camera(folder, lightOnly);
     const bool all = OfMain(parts, [&](frmMain& window) {
         window.resize(MainSize);
         window.findChild<clsPanes*>()->SetPositions(clsPanes::FirstLeft, clsPanes::FirstTop);
@@ -451,6 +557,7 @@ int modWindow::RenderPictures(clsPlatformParts& parts, const QString& folder, bo
         TakeSmallDialogs(camera, *grid);
         TakeMail(camera);
         TakeWizard(camera);
+        TakeBoxes(camera);
         frmHelp help(
             clsHelpFile(modBrambury::Platform().Disk->ReadFile(modPlatformImpl::ShareFolder() + u"/Bramdat.hlp"_s)),
             modPlatformImpl::ShareFolder() + u"/pictures"_s);
@@ -463,17 +570,36 @@ int modWindow::RenderPictures(clsPlatformParts& parts, const QString& folder, bo
         camera.Take(splash, u"splash"_s);
     });
     if (!all)
-        return CouldNotRun;
+        return false;
     const QTemporaryDir empty;
     clsPlatformParts newParts(empty.path());
-    if (!ignoringErrors([&] { newParts.LayDown(false); }))
-        return CouldNotRun;
-    const bool emptyToo = OfMain(newParts, [&](frmMain& window) {
+    if (!ignoringErrors([&] { newParts.LayDown(); }))
+        return false;
+    return OfMain(newParts, [&](frmMain& window) {
         window.resize(SmallMainSize);
         camera.Take(window, u"main-empty"_s);
         TakeError(camera);
+        TakeTestedSample(camera, window);
     });
-    if (!emptyToo)
+}
+} // namespace
+
+bool modWindow::EachWindow(clsPlatformParts& parts, const Look& look)
+{
+    clsCamera eyes(look);
+    return TakeEverything(parts, eyes);
+}
+
+int modWindow::RenderPictures(clsPlatformParts& parts, const QString& folder, bool lightOnly)
+{
+    if (!QFontMetrics(QApplication::font()).inFont(u'a')) {
+        std::fprintf(stderr, "Without fonts there are no pictures: install some.\n");
+        return CouldNotRun;
+    }
+    if (!QDir().mkpath(folder))
+        return CouldNotRun;
+    clsCamera camera(folder, lightOnly);
+    if (!TakeEverything(parts, camera))
         return CouldNotRun;
     return lightOnly || qApp->devicePixelRatio() != 1 ? 0 : AgainAtDoubleScale(parts.Home(), folder);
 }

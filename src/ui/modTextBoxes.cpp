@@ -3,6 +3,7 @@
 
 #include <QLineEdit>
 #include <QPlainTextEdit>
+#include <QTextBlock>
 #include <QTextDocument>
 #include <QToolTip>
 #include <QValidator>
@@ -33,6 +34,22 @@ void modTextBoxes::LimitSize(QLineEdit& line, int size)
     QObject::connect(&line, &QLineEdit::inputRejected, &line, [&line, size] {
         QToolTip::showText(line.mapToGlobal(QPoint(0, line.height())),
                            u"At most %1 characters can be kept here."_s.arg(size), &line);
+    });
+}
+
+void modTextBoxes::BreakLongLines(QPlainTextEdit& box)
+{
+    const QTextOption::WrapMode usual = box.wordWrapMode();
+    // Said before the lines are laid out.
+    QObject::connect(box.document(), &QTextDocument::contentsChange, &box, [&box, usual](int position, int, int added) {
+        const QTextDocument& document = *box.document();
+        const bool before = box.wordWrapMode() != usual;
+        bool any = false;
+        // Where there was none, only what has changed can be one.
+        for (QTextBlock block = before ? document.begin() : document.findBlock(position);
+             block.isValid() && (before || block.position() <= position + added) && !any; block = block.next())
+            any = block.length() > LongLine;
+        box.setWordWrapMode(any ? QTextOption::WrapAnywhere : usual);
     });
 }
 

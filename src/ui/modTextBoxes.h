@@ -13,6 +13,12 @@ namespace modTextBoxes
 /// @param size  in characters, 0: unlimited.
 void LimitSize(QLineEdit& line, int size);
 
+/// A longer line is a burden with every key that is pressed in it, in UTF-16 code units.
+constexpr int LongLine = 10'000;
+/// Keeps a box with such a line usable: lines are then broken anywhere, because to look for a place between two words
+/// takes a time that grows with the square of a line's length.
+void BreakLongLines(QPlainTextEdit& box);
+
 /// Makes room for at least so many lines.
 void SetLines(QPlainTextEdit& box, int lines);
 /// Fields keep lines that end in CR LF. A box that shows the text already is left as it is.

@@ -51,3 +51,9 @@ QString modTips::OneLine(QString text)
     }
     return text;
 }
+
+QString modTips::Title(const QString& window, const QString& record)
+{
+    // "[*]" in a title is the place of a mark for changes.
+    return u"%1  [%2]"_s.arg(window, OneLine(record)).replace("[*]"_L1, "[*][*]"_L1);
+}

@@ -10,6 +10,9 @@ namespace modTips
 /// long. No tip for an empty text.
 QString Plain(const QString& text);
 
-/// A text as a row or a title bar shows it: line ends, tabs and other control characters are blanks.
+/// A text as a row shows it: line ends, tabs and other control characters are blanks.
 QString OneLine(QString text);
+
+/// A title bar's text: "Site Properties  [Garden]".
+QString Title(const QString& window, const QString& record);
 } // namespace modTips

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ui/modWindow.h"
 
-#include "data/modDBFunctions.h"
 #include "platform/clsDisk.h"
 #include "platform/impl/clsPlatformParts.h"
 #include "platform/impl/modPlatformImpl.h"
@@ -30,7 +29,7 @@ int modWindow::RunWindow(clsPlatformParts& parts)
     if (parts.Installed())
         // A folder that cannot be written, or a program without its share folder, still opens.
         ignoringErrors([&] { parts.Complete(); });
-    else if (guarded("modBrambury", "Main", [&] { parts.LayDown(false); }) != Guarded::Done)
+    else if (guarded("modBrambury", "Main", [&] { parts.LayDown(); }) != Guarded::Done)
         return CouldNotRun;
 
     const auto instance = modPlatformImpl::MakeInstance(parts.ProgramFolder(), [&] { with.Windows.RaiseMain(); });
@@ -48,7 +47,7 @@ int modWindow::RunWindow(clsPlatformParts& parts)
     } while (started && modBrambury::NextStep() == modBrambury::Next::Restart && !state.SessionEnding &&
              !state.Terminating);
 
-    if (modDBFunctions::LastUse() == modDBFunctions::Use::InUse)
+    if (state.FileInUse)
         return InUse;
     if (state.Terminating)
         return CouldNotRun;

@@ -3,7 +3,9 @@
 #pragma once
 
 #include <QString>
+#include <functional>
 
+class QWidget;
 class clsPlatformParts;
 
 namespace modWindow
@@ -15,4 +17,8 @@ int RunWindow(clsPlatformParts& parts);
 /// `lightOnly` in single size, as the help shows them.
 /// @return the process's exit code.
 int RenderPictures(clsPlatformParts& parts, const QString& folder, bool lightOnly);
+using Look = std::function<void(QWidget& window, const QString& name)>;
+/// Shows everything that RenderPictures takes, one window and page after the other, and calls `look` meanwhile.
+/// @return whether all could be shown.
+bool EachWindow(clsPlatformParts& parts, const Look& look);
 } // namespace modWindow

@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The main job as run.sh shows it: the sample, its partners' pages on a real web server, one run.
+#include "support/command_line.h"
+
 #include <QDir>
 #include <QFile>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
+#include <optional>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -16,13 +15,12 @@ class tst_sample : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void RunOverTheSample_data();
     void RunOverTheSample();
 };
 
 namespace
 {
-constexpr int LimitMs = 60000;
-
 /// The web server, for as long as it lives.
 class sampleServer
 {
@@ -35,7 +33,7 @@ public:
     ~sampleServer()
     {
         m_server.terminate();
-        m_server.waitForFinished(LimitMs);
+        m_server.waitForFinished(commandLine::LimitMs);
     }
     sampleServer(const sampleServer&) = delete;
     sampleServer& operator=(const sampleServer&) = delete;
@@ -48,15 +46,19 @@ private:
 /// Runs the program on an installation. @return its exit code.
 int Run(const QString& home, const QStringList& words, QByteArray& out)
 {
-    QProcess program;
-    program.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    program.start(QStringLiteral(BRAMBURY_BINARY_DIR "/bin/brambury"), QStringList{u"--home"_s, home} + words);
-    if (!program.waitForFinished(LimitMs))
-        return -1;
-    out = program.readAllStandardOutput();
-    return program.exitCode();
+    const commandLine::Outcome outcome = commandLine::Run(home, words);
+    out = outcome.out.toUtf8();
+    return outcome.code;
 }
 } // namespace
+
+/// The partners answer without any server, as in the window; whoever has the port goes first.
+void tst_sample::RunOverTheSample_data()
+{
+    QTest::addColumn<bool>("own");
+    QTest::newRow("the program's own pages") << true;
+    QTest::newRow("nginx") << false;
+}
 
 void tst_sample::RunOverTheSample()
 {
@@ -65,9 +67,13 @@ void tst_sample::RunOverTheSample()
     QVERIFY(QFile::setPermissions(folder.path(), QFile::Permissions(0x7755)));
     const QString web = folder.filePath(u"web"_s);
     const QString home = folder.filePath(u"home"_s);
-    const sampleServer server(web);
-    QTRY_VERIFY2_WITH_TIMEOUT(QFile(web + u"/nginx.pid"_s).size() > 0 || !server.Running(), "no server", LimitMs);
-    QVERIFY2(server.Running(), "The sample's server ended; is port 28480 taken?");
+    QFETCH(const bool, own);
+    std::optional<sampleServer> server;
+    if (!own)
+        server.emplace(web);
+    QTRY_VERIFY2_WITH_TIMEOUT(own || QFile(web + u"/nginx.pid"_s).size() > 0 || !server->Running(), "no server",
+                              commandLine::LimitMs);
+    QVERIFY2(own || server->Running(), "The sample's server ended; is port 28480 taken?");
 
     QByteArray out;
     QCOMPARE(Run(home, {u"init"_s, u"--sample"_s}, out), 0);
@@ -118,6 +124,14 @@ void tst_sample::RunOverTheSample()
                                 .arg(link[u"Status"_s].toInt())
                                 .arg(link[u"Results"_s].toInt())));
         QVERIFY(link[u"TestQueue"_s].toInt() == 0);
+    }
+    if (own) {
+        QCOMPARE(Run(home, {u"sample"_s, u"add"_s}, out), 2);
+        QCOMPARE(Run(home, {u"sample"_s, u"remove"_s}, out), 0);
+        QCOMPARE(Run(home, {u"sites"_s, u"--json"_s}, out), 0);
+        QCOMPARE(out.simplified(), "[]");
+        QCOMPARE(Run(home, {u"sample"_s, u"add"_s}, out), 0);
+        return;
     }
     // The partners of one site offered to the other, which has some of them by other names.
     const QString page = u"http://www.oldmill.localhost:28480/links.html"_s;

@@ -1,15 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Sites and links under the user's hands, without a window: what is refused and in which order, stepping, leaving, and
-// records and files that others have their hands on.
+// Sites and links under the user's hands, without a window: what is refused and in which order, stepping, and records
+// and files that others have their hands on.
 #include "data/clsLinkRecord.h"
 #include "data/clsSiteRecord.h"
 #include "data/modDBFunctions.h"
 #include "data/modSites.h"
-#include "platform/clsDisk.h"
-#include "platform/impl/modPlatformImpl.h"
-#include "shell/modBrambury.h"
-#include "support/fakes.h"
-#include "support/installation.h"
+#include "support/program.h"
 
 #include <QFile>
 #include <QTest>
@@ -49,14 +45,7 @@ class tst_records : public QObject
     Q_OBJECT
 
 private:
-    fakeSettings m_settings;
-    fakeClock m_clock;
-    fakeDialogs m_dialogs;
-    fakeWindows m_windows;
-    fakeEventLoop m_eventLoop;
-    std::unique_ptr<clsDBEngine> m_engine = modPlatformImpl::MakeDBEngine();
-    std::unique_ptr<clsDisk> m_disk = modPlatformImpl::MakeDisk();
-    std::unique_ptr<clsTestInstallation> m_installation;
+    std::unique_ptr<clsTestProgram> m_program;
     clsTestInstallation::Opened m_other; ///< the file as another program has it open
 
     clsDatabase& Db() const { return *State().Database; }
@@ -67,7 +56,7 @@ private:
             for (const QString& value : attempt.values.split(u';'))
                 QCOMPARE(record.Assign(*record.FieldNamed(value.section(u'=', 0, 0)), value.section(u'=', 1)),
                          QString());
-            m_dialogs.Expect(attempt.text);
+            m_program->dialogs.Expect(attempt.text);
             QVERIFY2(record.Save() == Saved::Refused, qPrintable(attempt.text));
             QCOMPARE(record.FieldAtFault(), attempt.fault);
             QVERIFY(record.Changed());
@@ -77,28 +66,18 @@ private:
 private Q_SLOTS:
     void init()
     {
-        m_installation = std::make_unique<clsTestInstallation>();
-        modBrambury::SetProgramFolder(m_installation->Folder());
-        State() = {};
-        State().Platform = {.DBEngine = m_engine.get(),
-                            .Settings = &m_settings,
-                            .EventLoop = &m_eventLoop,
-                            .Clock = &m_clock,
-                            .Dialogs = &m_dialogs,
-                            .Windows = &m_windows,
-                            .Disk = m_disk.get()};
-        State().Settings.DataPath = m_installation->DataPath();
+        m_program = std::make_unique<clsTestProgram>();
+        modBrambury::CloseProcessDatabase();
         QVERIFY(modDBFunctions::OpenProcessDatabase());
         for (const auto& site : {u"Bakery"_s, u"Garage"_s, u"Zoo"_s})
             clsTestInstallation::AddSite(Db(), site);
-        m_other = m_installation->Open();
-        m_windows.lastDetails.clear();
+        m_other = m_program->installation.Open();
     }
     void cleanup()
     {
+        QVERIFY(m_program->dialogs.expected.isEmpty());
         m_other = {};
-        modBrambury::CloseProcessDatabase();
-        QVERIFY(m_dialogs.expected.isEmpty());
+        m_program.reset();
     }
 
     void siteIsCheckedInOrder()
@@ -189,7 +168,7 @@ private Q_SLOTS:
         QVERIFY(site.Open(u"GARAGE"_s));
         const auto step = [&](Step to, const QString& text = {}) {
             if (!text.isEmpty())
-                m_dialogs.Expect(text);
+                m_program->dialogs.Expect(text);
             return site.Move(to) ? site.Name() : u"stayed at "_s + site.Name();
         };
         QCOMPARE(step(Step::Next), u"Zoo"_s);
@@ -206,44 +185,15 @@ private Q_SLOTS:
         QVERIFY(modSites::Find(*others, u"Garage"_s));
         others->Delete();
         site.SetValue(u"FullName"_s, u"Ann"_s);
-        m_dialogs.Expect(clsRecordEditor::MissingRecordText());
+        m_program->dialogs.Expect(clsRecordEditor::MissingRecordText());
         QVERIFY(site.Save() == Saved::Failed);
         QVERIFY(site.Changed() && site.Text(u"FullName"_s) == u"Ann"_s);
-        m_dialogs.Expect(Unsaved, Answer::No);
+        m_program->dialogs.Expect(Unsaved, Answer::No);
         QCOMPARE(step(Step::Next), u"Zoo"_s);
         QVERIFY(modSites::Find(*others, u"Zoo"_s));
         others->Delete();
         QCOMPARE(step(Step::Next, clsRecordEditor::MissingRecordText()), u"stayed at Zoo"_s);
-        QVERIFY2(m_windows.lastDetails.isEmpty(), qPrintable(m_windows.lastDetails));
-    }
-
-    void leavingWithChanges()
-    {
-        int written = 0;
-        clsSiteRecord site(Db());
-        site.OnSaved([&] { ++written; });
-        QVERIFY(site.Open(u"Bakery"_s));
-        const auto leave = [&](Answer answer) {
-            site.SetValue(u"FullName"_s, u"answer %1"_s.arg(int(answer)));
-            m_dialogs.Expect(Unsaved, answer);
-            return site.Move(Step::Next);
-        };
-        QVERIFY(!leave(Answer::Cancel) && site.Changed());
-        QCOMPARE(written, 0);
-        QVERIFY(leave(Answer::Yes) && site.Name() == u"Garage"_s);
-        QCOMPARE(written, 1);
-        QVERIFY(leave(Answer::No) && site.Name() == u"Zoo"_s);
-        QVERIFY(site.Move(Step::Previous));
-        QVERIFY(site.Text(u"FullName"_s) != u"answer %1"_s.arg(int(Answer::No)));
-        QVERIFY(site.Move(Step::Previous));
-        QCOMPARE(site.Text(u"FullName"_s), u"answer %1"_s.arg(int(Answer::Yes)));
-
-        site.SetValue(u"Email"_s, u"nobody"_s);
-        m_dialogs.Expect(Unsaved, Answer::Yes);
-        m_dialogs.Expect(EmailText);
-        QVERIFY(!site.Move(Step::Next) && site.Name() == u"Bakery"_s);
-        m_dialogs.Expect(Unsaved, Answer::Cancel);
-        QVERIFY(!site.MayLeave() && site.FieldAtFault().isEmpty());
+        QVERIFY2(m_program->windows.lastDetails.isEmpty(), qPrintable(m_program->windows.lastDetails));
     }
 
     void fileThatCannotBeWritten()
@@ -255,40 +205,16 @@ private Q_SLOTS:
         m_other->BeginTrans();
         clsTestInstallation::AddSite(*m_other, u"Later"_s);
         QVERIFY(site.Save() == Saved::Failed && site.Changed());
-        QVERIFY(!m_windows.lastDetails.isEmpty());
+        QVERIFY(!m_program->windows.lastDetails.isEmpty());
         m_other->CommitTrans();
         // A folder that takes no journal: this is neither the end of the program nor passed over in silence.
-        const QString journal = m_installation->DatabasePath() + u"-journal"_s;
+        const QString journal = m_program->installation.DatabasePath() + u"-journal"_s;
         QVERIFY(QFile::link(u"/nowhere/journal"_s, journal));
-        m_dialogs.Expect(u"This did not go well:*"_s);
+        m_program->dialogs.Expect(u"This did not go well:*"_s);
         QVERIFY(site.Save() == Saved::Failed && site.Text(u"FullName"_s) == u"Ann"_s && !State().Terminating);
         QVERIFY(QFile::remove(journal));
         QVERIFY(site.Save() == Saved::Yes);
         QVERIFY(site.Open(u"Zoo"_s) && site.Text(u"FullName"_s) == u"Ann"_s);
-    }
-
-    void names()
-    {
-        const QString emoji = QString::fromUcs4(U"\U0001F339");
-        QStringList names{u"Ann's \"old\" mill"_s, u"\""_s, u"'"_s, u"%1"_s, emoji.repeated(50)};
-        State().Settings.DefaultHostName = u"mail.example.com"_s;
-        State().Settings.DefaultHTTPPort = u"80"_s;
-        for (const QString& name : names) {
-            clsSiteRecord site(Db());
-            QCOMPARE(modSites::NameProblem(Db(), name, modSites::NameFor::NewSite), QString());
-            QVERIFY(site.OpenNew(name));
-            for (const auto& field : {u"SiteName"_s, u"Email"_s, u"HomePage"_s, u"LinkPage"_s})
-                site.SetValue(field, u"http://a@b.c"_s);
-            QVERIFY(site.Save() == Saved::Yes);
-            QVERIFY(site.Open(name.toUpper()) && site.Name() == name && State().CurrentSite == name);
-            QCOMPARE(modSites::NameProblem(Db(), name.toUpper(), modSites::NameFor::NewSite),
-                     u"This site name is already in use.  Please enter a new site name."_s);
-        }
-        QCOMPARE(modSites::NameProblem(Db(), emoji.repeated(51), modSites::NameFor::NewSite),
-                 u"The site name must be 50 characters or less."_s);
-        QCOMPARE(modSites::NameProblem(Db(), u"*nEW"_s, modSites::NameFor::NewSite),
-                 u"This name is reserved for system use.  Please choose another name."_s);
-        QCOMPARE(modSites::Trimmed(u" Ann \t "_s), u" Ann"_s);
     }
 
     void linkKeepsWhatIsNotEdited()
@@ -303,7 +229,7 @@ private Q_SLOTS:
         const QList<qint64> ids{add(u"offer"_s, 0), add(u"active"_s, 2), add(u"offer too"_s, 0)};
         clsLinkRecord link(Db(), u"BAKERY"_s, false);
         const auto offers = modDataModel::BoundsOf(modDataModel::Offer, false);
-        m_dialogs.Expect(clsRecordEditor::MissingRecordText());
+        m_program->dialogs.Expect(clsRecordEditor::MissingRecordText());
         QVERIFY(!link.Open(ids[1], offers));
         QVERIFY(link.Open(ids[0], offers));
         // The mail run counts meanwhile.
@@ -335,21 +261,7 @@ private Q_SLOTS:
         QCOMPARE(clsTestInstallation::LinkField(Db(), id, u"SiteName"_s).toString(), u"Mill"_s);
         // It would belong to no site, and be seen nowhere.
         QVERIFY(newLink.Save() == Saved::Failed && newLink.Changed());
-        QVERIFY(!m_windows.lastDetails.isEmpty());
-    }
-
-    void resultsAndStamps()
-    {
-        QCOMPARE(clsLinkRecord::ResultsText(0) + clsLinkRecord::ResultsText(3), QString());
-        QCOMPARE(clsLinkRecord::ResultsText(12), u"1: My image was missing on the reciprocal site\r\n"
-                                                 "2: My link was missing on the reciprocal site"_s);
-        const QStringList all = clsLinkRecord::ResultsText(1023).split(u"\r\n"_s);
-        QCOMPARE(all.size(), 8);
-        QCOMPARE(all[0], u"1: An undetermined error was encountered while accessing the my link page"_s);
-        const QString stamp = u"Entry;  Monday, January 5, 2026 - 03:07 PM:  "_s;
-        const QString once = clsLinkRecord::Stamped({}, m_clock.Now());
-        QCOMPARE(once, stamp);
-        QCOMPARE(clsLinkRecord::Stamped(once, m_clock.Now()), stamp + u"\r\n"_s + stamp);
+        QVERIFY(!m_program->windows.lastDetails.isEmpty());
     }
 };
 

@@ -4,6 +4,7 @@
 #include "data/modDBFunctions.h"
 #include "data/modDatedBackups.h"
 #include "platform/clsDatabase.h"
+#include "platform/impl/clsPageFile.h"
 #include "platform/impl/clsSqlConnection.h"
 #include "support/faults.h"
 #include "support/files.h"
@@ -62,6 +63,7 @@ class tst_safety : public QObject
 private:
     std::unique_ptr<clsTestProgram> m_program;
     QTemporaryDir m_elsewhere;
+    QStringList m_report; ///< of the last restores and repairs
 
     fakeDialogs& Dialogs() { return m_program->dialogs; }
     [[nodiscard]] QString DatabasePath() const { return m_program->installation.DatabasePath(); }
@@ -76,7 +78,7 @@ private:
     Ending Backup(const QString& folder) { return modDBFunctions::BackupDatabase(folder, {}); }
     Ending Restore(const QString& folder)
     {
-        return modDBFunctions::RestoreDatabase(folder.isEmpty() ? folder : folder + u"/Bramdat.mdb"_s, {});
+        return modDBFunctions::RestoreDatabase(folder.isEmpty() ? folder : folder + u"/Bramdat.mdb"_s, {}, m_report);
     }
     /// Nothing but the database and its locks is in the data folder.
     [[nodiscard]] QStringList Leftovers() const
@@ -92,6 +94,7 @@ private Q_SLOTS:
     {
         m_program.reset(); // one at a time
         m_program = std::make_unique<clsTestProgram>();
+        m_report.clear();
         clsTestInstallation::AddSite(*State().Database, u"Shop"_s);
         AddLink();
     }
@@ -268,10 +271,13 @@ private Q_SLOTS:
     {
         clsTestInstallation::AddLinks(*State().Database, u"Shop"_s, 500);
         modBrambury::CloseProcessDatabase();
-        // A page in the middle of the links, and the end of the file.
+        // A page of records in the middle of the file, where the links are.
         QByteArray content = ReadAll(DatabasePath());
-        const qsizetype middle = content.size() / 2 / 1024 * 1024;
-        WriteAll(DatabasePath(), content.replace(middle + 300, 10, QByteArray(10, '\0')));
+        clsPageFile pages(DatabasePath(), u"SandDune"_s);
+        quint32 page = pages.Count() / 2;
+        while (pages.Page(page)->at(0) != '\r')
+            ++page;
+        WriteAll(DatabasePath(), content.replace((page - 1) * clsPageFile::PageSize + 300, 10, QByteArray(10, '\0')));
         const auto isDamaged = [&] {
             return !m_program->databaseFiles->Check(DatabasePath(), modBrambury::ConnectString, {}).isEmpty();
         };
@@ -367,11 +373,62 @@ private Q_SLOTS:
 
         helpingDialogs yes;
         State().Platform.Dialogs = &yes;
-        QCOMPARE(modDBFunctions::RestoreDatabase(all[3].path, {}), Ending::Done);
+        QCOMPARE(modDBFunctions::RestoreDatabase(all[3].path, {}, m_report), Ending::Done);
         State().Platform.Dialogs = &Dialogs();
         QCOMPARE(Links(), all[3].links);
         modDatedBackups::SetKept(true);
         QCOMPARE(int(end().size()), 10); // a state that is kept needs no second file
+    }
+
+    /// What a restore replaces is among the dated backups, and what it takes from there stays, though it be the oldest.
+    void RestoreCanBeUndone()
+    {
+        for (int i = 0; i < 10; ++i) {
+            modBrambury::CloseProcessDatabase();
+            modDatedBackups::KeepAtEnd({});
+            m_program->clock.Advance(24h);
+            QVERIFY(modDBFunctions::OpenProcessDatabase());
+            AddLink();
+        }
+        const auto before = modDatedBackups::All();
+        QCOMPARE(int(before.size()), 10);
+        const auto has = [](const QString& path) {
+            const auto all = modDatedBackups::All();
+            return std::any_of(all.begin(), all.end(), [&](const auto& backup) { return backup.path == path; });
+        };
+        helpingDialogs any;
+        State().Platform.Dialogs = &any;
+        std::optional<fullDisk> full(std::in_place, 20 * 1024);
+        const QByteArray content = ReadAll(DatabasePath());
+        QCOMPARE(modDBFunctions::RestoreDatabase(before.back().path, {}, m_report), Ending::Failed);
+        QVERIFY2(any.texts.last().startsWith(u"The current database could not be kept as a dated backup, and nothing "
+                                             "has been replaced.  "_s) &&
+                     any.texts.last().endsWith(u"\r\nNumber: 61"_s),
+                 qPrintable(any.texts.last()));
+        QVERIFY(ReadAll(DatabasePath()) == content && m_report.isEmpty());
+        any.help = [&] { full.reset(); };
+        QCOMPARE(modDBFunctions::RestoreDatabase(before.back().path, {}, m_report), Ending::Done);
+        QCOMPARE(Links(), 1);
+        const auto after = modDatedBackups::All();
+        QCOMPARE(int(after.size()), 10);
+        QCOMPARE(after.front().links, 11);
+        QCOMPARE(m_report, QStringList{u"The replaced database is kept as "_s + after.front().path});
+        QVERIFY(has(before.back().path) && !has(before[8].path));
+        QCOMPARE(modDBFunctions::RestoreDatabase(after.front().path, {}, m_report), Ending::Done);
+        QCOMPARE(Links(), 11);
+        QCOMPARE(int(modDatedBackups::All().size()), 10); // the state that this replaced is there already
+
+        // What is damaged is no backup, but it is kept.
+        AddLink();
+        modBrambury::CloseProcessDatabase();
+        QByteArray damaged = ReadAll(DatabasePath());
+        WriteAll(DatabasePath(), damaged.replace(20 * 1024, 2048, QByteArray(2048, 'x')));
+        QCOMPARE(modDBFunctions::RestoreDatabase(before.front().path, {}, m_report), Ending::Done);
+        State().Platform.Dialogs = &Dialogs();
+        QCOMPARE(Links(), 10);
+        QCOMPARE(int(Leftovers().size()), 1);
+        QCOMPARE(m_report.last(), u"The damaged database is kept as "_s + Beside(Leftovers().first()));
+        QCOMPARE(ReadAll(Beside(Leftovers().first())), damaged);
     }
 
     /// What is in the way is told with Retry; when it is gone, the same work goes on.
@@ -439,7 +496,7 @@ private Q_SLOTS:
         Dialogs().Expect(CompactQuestion, Answer::No);
         Dialogs().Expect(inUse);
         QCOMPARE(modDBFunctions::Compactdatabase({}), Ending::InUse);
-        QCOMPARE(modDBFunctions::LastUse(), modDBFunctions::Use::InUse);
+        QVERIFY(modBrambury::State().FileInUse);
         QCOMPARE(Links(), 1);
     }
 

@@ -3,7 +3,6 @@
 #include "log/clsStatusLog.h"
 #include "platform/clsDisk.h"
 #include "platform/clsError.h"
-#include "platform/clsPrinter.h"
 #include "platform/impl/modPlatformImpl.h"
 #include "support/fakes.h"
 #include "support/table.h"
@@ -33,34 +32,6 @@ protected:
     void ShowCleared() override { appended.clear(); }
 };
 
-/// Writes down what is printed.
-class recordingPrinter : public clsPrinter
-{
-public:
-    QStringList calls;
-    void StartDoc(const QString& title, int left, int top) override
-    {
-        calls << u"start %1 %2 %3"_s.arg(title).arg(left).arg(top);
-    }
-    void SetFont(const QString& family, double points, bool bold) override
-    {
-        calls << u"font %1 %2 %3"_s.arg(family).arg(points).arg(bold);
-    }
-    void PrintLine(const QString& text) override { calls << u"line "_s + text; }
-    void EndDoc() override { calls << u"end"_s; }
-    void SetFooter(const QString&) override {}
-    void PrintField(const QString&, const QString&) override {}
-    void StartTable(const std::vector<Column>&) override {}
-    void PrintRow(const QStringList&) override {}
-    void EndTable() override {}
-    void RestartPages() override {}
-    void CancelDoc() noexcept override {}
-    void SetOutputFile(const QString&) override {}
-    bool Available() const override { return true; }
-    bool AskPrinter() override { return true; }
-    Choice Preview(const std::function<bool()>&) override { return Choice::Close; }
-    void SetUp() override {}
-};
 } // namespace
 
 class tst_log : public QObject
@@ -72,13 +43,9 @@ private Q_SLOTS:
     {
         const testTable<QString, QString, int, bool, QString> row; // before, text, indent, bullet, after
         row("only the first bulleted line begins with a blank", {}, u"a"_s, 1, true, u"   \u2022 a"_s);
-        row("first without bullet", {}, u"a"_s, 1, false, u"  a"_s);
-        row("first and empty", {}, {}, 0, true, u" \u2022 "_s);
         row("later", u"x"_s, u"a"_s, 2, true, u"x\r\n    \u2022 a"_s);
-        row("later without bullet", u"x"_s, u"a"_s, 4, false, u"x\r\n        a"_s);
         row("later and empty: a line break only", u"x"_s, {}, 4, true, u"x\r\n"_s);
         row("-1 goes on in the line", u"x"_s, u"a"_s, -1, true, u"xa"_s);
-        row("-1 on an empty log", {}, u"a"_s, -1, true, u"a"_s);
         row("-2 is 2", u"x"_s, u"a"_s, -2, true, u"x\r\n    \u2022 a"_s);
     }
     void Lines()
@@ -120,7 +87,7 @@ private Q_SLOTS:
         QCOMPARE(window.Text(), u" \u2022 d"_s);
     }
 
-    void SaveAndPrint()
+    void SaveAppends()
     {
         const QTemporaryDir dir;
         const auto disk = modPlatformImpl::MakeDisk();
@@ -131,13 +98,6 @@ private Q_SLOTS:
         QCOMPARE(disk->ReadFile(path),
                  " \xE2\x80\xA2 " + word.toLatin1() + "\r\n" + word.toLatin1() + "\r\n\r\nend\r\nagain\r\n");
         QVERIFY_EXCEPTION_THROWN(modResultsLog::SaveLog(u"a"_s, dir.filePath(u"no/x.log"_s), *disk), clsError);
-
-        recordingPrinter printer;
-        modResultsLog::PrintLog(u"a\r\n\r\n"_s + QString(111, u'w'), printer);
-        QCOMPARE(
-            printer.calls.join(u'|'),
-            u"start Results Log 1008 1008|font Arial 12 1|line Results Log|line |font Arial 10 0|line a|line |line "_s +
-                QString(110, u'w') + u"|line w|end"_s);
     }
 };
 

@@ -5,31 +5,8 @@
 #include "mail/clsMail.h"
 #include "platform/clsDatabase.h"
 #include "support/program.h"
+#include "support/run_parent.h"
 #include "support/scripted_smtp.h"
-
-#include <QStringList>
-
-/// Hears a run as the main window would.
-class recordingParent : public clsRunParent
-{
-public:
-    QStringList highlighted;
-    QStringList progress;
-    QStringList waits;
-    std::function<void(std::chrono::milliseconds left)> onWait;
-
-    void HighLightLink(qint64 linkID, const QString& siteName) override
-    {
-        highlighted << QString::number(linkID) + siteName;
-    }
-    void RunProgress(qint64 done, qint64 total) override { progress << QStringLiteral("%1/%2").arg(done).arg(total); }
-    void RunWaits(std::chrono::milliseconds left, const QString& why) override
-    {
-        waits << QString::number(left.count()) + u' ' + why;
-        if (onWait)
-            onWait(left);
-    }
-};
 
 /// A fresh installation and a fresh server for every test function.
 class mailFixture
@@ -41,9 +18,7 @@ public:
     scriptedSmtp server;
     recordingParent parent;
     fakeLogWindow log;
-    std::vector<clsSendLedger::Doubt> asked; ///< what the user was asked about
-    int questions = 0;
-    clsMail::Doubts decision = clsMail::Doubts::Leave;
+    int questions = 0; ///< about messages in doubt
     clsMail::Ending ending = clsMail::Ending::Failed;
     qint64 notSent = -1;
 
@@ -93,12 +68,11 @@ public:
     void Run(bool preview = false)
     {
         log.Clear();
-        clsMail mail({.Run = {&parent, &log, modBrambury::Platform(), &Database()},
-                      .AskAboutDoubts = [this](const auto& doubts) {
-                          ++questions;
-                          asked = doubts;
-                          return decision;
-                      }});
+        clsMail mail(
+            {.Run = {&parent, &log, modBrambury::Platform(), &Database()}, .AskAboutDoubts = [this](const auto&) {
+                 ++questions;
+                 return clsMail::Doubts::Leave;
+             }});
         mail.SendMail(preview);
         ending = mail.LastEnding();
         notSent = mail.NotSent();

@@ -13,6 +13,7 @@
 #include <QProcess>
 #include <QRandomGenerator>
 #include <QTest>
+#include <QTimer>
 #include <unistd.h>
 
 using namespace Qt::Literals::StringLiterals;
@@ -85,12 +86,9 @@ private Q_SLOTS:
         row("marks in the name", u"Smith, \"Ann\" <x@y>"_s, u"\"a\" <b@c>,  d: e;"_s, u"x"_s, none, 0);
         row("beyond ASCII", greetings, greetings + greetings.repeated(20), greetings + u" = \n.\n From \n"_s, none, 0);
         row("long", u"Ann"_s, u"word "_s.repeated(400) + u"end"_s, QString(5000, u'x') + u"\nFrom y"_s, none, 0);
-        row("a tab and a page", u"Ann"_s, u"a\tb"_s, u"a\tb\f.\n"_s, none, 0);
         row("million", u"Ann"_s, u"Hello"_s, u"0123456789 12345\n"_s.repeated(60'000), none, 0);
         row("empty file", u"Ann"_s, u"Hello"_s, u"One\n"_s, u"empty.txt"_s, 0);
-        row("some bytes", u"Ann"_s, u"Hello"_s, u"One"_s, u"logo 1.gif"_s, 1000);
         row("names beyond ASCII", greetings, greetings, greetings, greetings + u" \"a\";=' %41.tar.gz"_s, 77'777);
-        row("long name", u"Ann"_s, u"Hello"_s, u"One"_s, u"\u00FC"_s.repeated(100) + u".txt"_s, 3);
         row("20 MB", u"Ann"_s, u"Hello"_s, u"One"_s, u"large.bin"_s, 20'000'000);
     }
     void ReadBack()
@@ -113,11 +111,17 @@ private Q_SLOTS:
         const qsizetype before = m_server->Delivered().size();
         QElapsedTimer time;
         time.start();
+        int turns = 0; // of the window's event loop
+        QTimer window;
+        window.callOnTimeout([&] { ++turns; });
+        window.start(1);
         QCOMPARE(engine.InitSMTP(), clsMailEngine::Missing::Nothing);
         QVERIFY(engine.SendMessage());
         if (bytes > 1'000'000)
             qInfo("%d bytes in %lld ms", bytes, static_cast<long long>(time.elapsed()));
+        QVERIFY(bytes < 1'000'000 || turns > 20);
         QVERIFY2(engine.LastReply().startsWith(u"250 2.0.0 Ok: queued"), qPrintable(engine.LastReply()));
+        QVERIFY(engine.Attachment.isEmpty() && !QFile::exists(With(program).TemporaryFile));
         QTRY_COMPARE_WITH_TIMEOUT(m_server->Delivered().size(), before + 1, 20'000);
         const QJsonObject read = Read(m_server->Delivered().last());
         QCOMPARE(read[u"subject"].toString(), QString(subject).replace(u'\t', u' '));

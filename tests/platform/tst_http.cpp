@@ -4,19 +4,17 @@
 #include "platform/clsDisk.h"
 #include "platform/clsEventLoop.h"
 #include "platform/impl/clsCurlHTTPControl.h"
-#include "platform/impl/modHTTPErrors.h"
 #include "platform/impl/modPlatformImpl.h"
+#include "support/authority.h"
 #include "support/faults.h"
 #include "support/scripted_server.h"
 #include "support/suite_report.h"
 #include "support/table.h"
 
 #include <QElapsedTimer>
-#include <QProcess>
 #include <QRandomGenerator>
 #include <QRegularExpression>
 #include <QTemporaryDir>
-#include <cerrno>
 #include <dlfcn.h>
 #include <netdb.h>
 #include <unistd.h>
@@ -136,13 +134,6 @@ private Q_SLOTS:
         for (const char* name : {"http_proxy", "HTTP_PROXY", "https_proxy", "all_proxy", "ALL_PROXY"})
             qputenv(name, "http://127.0.0.1:9");
         qputenv("no_proxy", "");
-        QVERIFY(m_keys.isValid());
-        QProcess openssl;
-        openssl.setWorkingDirectory(m_keys.path());
-        openssl.start(u"openssl"_s, {u"req"_s, u"-x509"_s, u"-newkey"_s, u"rsa:2048"_s, u"-nodes"_s, u"-days"_s, u"2"_s,
-                                     u"-keyout"_s, u"key.pem"_s, u"-out"_s, u"cert.pem"_s, u"-subj"_s, u"/CN=test"_s,
-                                     u"-addext"_s, u"subjectAltName=IP:127.0.0.1,DNS:localhost"_s});
-        QVERIFY2(openssl.waitForFinished() && openssl.exitCode() == 0, openssl.readAllStandardError());
     }
 
     void RequestBytes()
@@ -181,16 +172,13 @@ private Q_SLOTS:
             return client.control.HostOf(url, port, proxy);
         };
         QCOMPARE(host(u"http://WWW.X.example/a"_s, 80), u"www.x.example"_s);
-        QCOMPARE(host(u"http://x.example:80"_s, 8080), u"x.example"_s);
-        QCOMPARE(host(u"http://x.example"_s, 8080), u"x.example:8080"_s); // the port handed over
-        QCOMPARE(host(u"HTTPS://x.example"_s, 8080), u"x.example"_s);     // is none for https
-        QCOMPARE(host(u"https://x.example:80/"_s, 80), u"x.example:80"_s);
+        QCOMPARE(host(u"http://x.example"_s, 8080), u"x.example:8080"_s);        // the port handed over
+        QCOMPARE(host(u"HTTPS://x.example"_s, 8080), u"x.example"_s);            // is none for https
         QCOMPARE(host(u"http://x.example"_s, 8080, u"proxy"_s), u"x.example"_s); // and is the proxy's
         QCOMPARE(host(u"http://b\u00FCcher.example/"_s, 80), u"xn--bcher-kva.example"_s);
         QCOMPARE(host(u"http://[::1]:81/"_s, 80), u"[::1]:81"_s);
-        for (const char* bad : {"", "x", "www.x.example", "ftp://x.example/", "file:///etc/passwd", "http://",
-                                "http:///x", "http://x y/", "http://x:65536/", "http://x:0/", "http://x:y/",
-                                "http://[::1/", "http://[x]/", "javascript:alert(1)", "http://x\r\nHost: y/"}) {
+        for (const char* bad : {"", "www.x.example", "ftp://x.example/", "file:///etc/passwd", "http:///x",
+                                "http://x y/", "http://x:65536/", "http://[x]/", "http://x\r\nHost: y/"}) {
             QCOMPARE(host(QLatin1StringView(bad), 80), QString());
             QCOMPARE(client.Get(QLatin1StringView(bad)), 49);
             QCOMPARE(client.events, QStringList{u"error 49"_s}); // never begun, so nothing to close
@@ -207,19 +195,12 @@ private Q_SLOTS:
             return serverReply::Page(bytes, "Content-Encoding: " + name + "\r\n");
         };
         row("plain", serverReply::Page(page), page);
-        row("empty", serverReply::Page(""), {});
-        row("no content", serverReply::Bytes("HTTP/1.1 204 No Content\r\n\r\n"), {});
         row("until the end", serverReply::Bytes("HTTP/1.0 200 OK\r\n\r\n" + page).Close(), page);
         row("chunks", serverReply::Bytes(chunked + serverBody::Chunked(page, 7)), page);
         row("gzip", packed("gzip", serverBody::Gzip(page)), page);
-        row("deflate", packed("deflate", serverBody::Deflate(page, false)), page);
         row("bare deflate", packed("deflate", serverBody::Deflate(page, true)), page);
-        const serverReply gzip = serverReply::Bytes(Ok + "Content-Encoding: gzip\r\n\r\n");
-        row("gzip in drips", serverReply(gzip).Drip(serverBody::Gzip(page), 9, 1ms).Close(), page);
-        row("just not too long", serverReply::Page(most), most);
         row("too long", serverReply::Page(most + "<a href=x>"), most);
         row("endless", serverReply::Bytes(Ok + "\r\n").Endless(QByteArray(65536, 'x')), most);
-        row("endless chunks", serverReply::Bytes(chunked).Endless("1000\r\n" + QByteArray(4096, 'x') + "\r\n"), most);
         row("gzip bomb", packed("gzip", serverBody::Gzip(QByteArray(64 * 1024 * 1024, 'x'))), most);
     }
     void Bodies()
@@ -236,39 +217,35 @@ private Q_SLOTS:
 
     void Failures_data()
     {
-        const testTable<serverReply, serverReply, int> row; // when connected, when asked, number
-        const serverReply none;
+        const testTable<serverReply, int> row; // answer, number
         const auto bytes = [](const QByteArray& text) { return serverReply::Bytes(text); };
-        row("reset when connected", serverReply().Reset(), none, 54);
-        row("garbage when connected", bytes("220 mail here\r\n").Close(), none, 901);
-        row("reset when asked", none, serverReply().Reset(), 54);
-        row("reset in the headers", none, bytes(Ok).Pause(50ms).Reset(), 54);
-        row("reset in the body", none, bytes(Ok + "Content-Length: 9\r\n\r\nxx").Pause(50ms).Reset(), 54);
-        row("closed when asked", none, serverReply().Close(), 952);
-        row("closed too early", none, bytes(Ok + "Content-Length: 9\r\n\r\nxx").Close(), 918);
-        row("bad chunk", none, bytes(Ok + "Transfer-Encoding: chunked\r\n\r\nzz\r\nxx"), 956);
-        row("chunks end early", none, bytes(Ok + "Transfer-Encoding: chunked\r\n\r\n5\r\nxx").Close(), 918);
-        row("not what it says", none, serverReply::Page("plain", "Content-Encoding: gzip\r\n"), 961);
-        row("endless headers", none, bytes(Ok).Endless("X: y\r\n"), 908);
-        row("endless line", none, bytes(Ok + "X: ").Endless(QByteArray(4096, 'y')), 927);
-        row("endless hints", none, serverReply().Endless("HTTP/1.1 103 Early Hints\r\nX: y\r\n\r\n"), 908);
-        row("silent", none, serverReply().Silent(), 501);
-        row("silent in the headers", none, bytes(Ok).Silent(), 501);
-        row("silent in the body", none, bytes(Ok + "Content-Length: 9\r\n\r\nxx").Silent(), 501);
-        row("dripping", none, serverReply().Drip(Ok + QByteArray(500, 'x'), 1, 20ms), 501);
-        row("not found", none, serverReply::Page("gone", "", "404 Not Found"), 404);
-        row("not found, endless", none, bytes("HTTP/1.1 403 No\r\n\r\n").Endless("x"), 403);
-        row("a 501 is none of ours", none, serverReply::Page("", "", "501 Not Implemented"), 500);
-        row("redirected for ever", none, serverReply::Redirect("/"), 947);
-        row("redirected to a file", none, serverReply::Redirect("file:///etc/passwd"), 49);
-        row("redirected to nonsense", none, serverReply::Redirect("http://[x/"), 49);
-        row("redirected to nobody", none, serverReply::Redirect("http://nobody.absent/"), 1001);
+        row("reset when connected", serverReply().Reset(), 54);
+        row("reset when asked", serverReply().Reset(), 54);
+        row("reset in the headers", bytes(Ok).Pause(50ms).Reset(), 54);
+        row("reset in the body", bytes(Ok + "Content-Length: 9\r\n\r\nxx").Pause(50ms).Reset(), 54);
+        row("closed", serverReply().Close(), 952);
+        row("closed too early", bytes(Ok + "Content-Length: 9\r\n\r\nxx").Close(), 918);
+        row("bad chunk", bytes(Ok + "Transfer-Encoding: chunked\r\n\r\nzz\r\nxx"), 956);
+        row("not what it says", serverReply::Page("plain", "Content-Encoding: gzip\r\n"), 961);
+        row("endless headers", bytes(Ok).Endless("X: y\r\n"), 908);
+        row("endless line", bytes(Ok + "X: ").Endless(QByteArray(4096, 'y')), 927);
+        row("endless hints", serverReply().Endless("HTTP/1.1 103 Early Hints\r\nX: y\r\n\r\n"), 908);
+        row("silent", serverReply().Silent(), 501);
+        row("silent in the headers", bytes(Ok).Silent(), 501);
+        row("silent in the body", bytes(Ok + "Content-Length: 9\r\n\r\nxx").Silent(), 501);
+        row("dripping", serverReply().Drip(Ok + QByteArray(500, 'x'), 1, 20ms), 501);
+        row("not found", serverReply::Page("gone", "", "404 Not Found"), 404);
+        row("not found, endless", bytes("HTTP/1.1 403 No\r\n\r\n").Endless("x"), 403);
+        row("a 501 is none of ours", serverReply::Page("", "", "501 Not Implemented"), 500);
+        row("redirected for ever", serverReply::Redirect("/"), 947);
+        row("redirected to a file", serverReply::Redirect("file:///etc/passwd"), 49);
     }
     void Failures()
     {
-        const auto [greeting, reply, code] = testRow<serverReply, serverReply, int>();
+        const auto [reply, code] = testRow<serverReply, int>();
         scriptedServer server;
-        server.Greet(greeting);
+        if (QByteArray(QTest::currentDataTag()).endsWith("when connected"))
+            server.Greet(reply);
         server.Answer("/", reply);
         Client client(1, code == 501 ? 1 : 20);
         QElapsedTimer timer;
@@ -300,26 +277,12 @@ private Q_SLOTS:
         QCOMPARE(client.Get(server.Url()), 923);
     }
 
-    /// Numbers that no server of ours can cause.
-    void SystemErrors()
-    {
-        using modHTTPErrors::Code;
-        QCOMPARE(Code({CURLE_COULDNT_CONNECT, EHOSTUNREACH}), 65);
-        QCOMPARE(Code({CURLE_COULDNT_CONNECT, ENETUNREACH}), 51);
-        QCOMPARE(Code({CURLE_COULDNT_CONNECT, 0}), 907);
-        // Left behind by the first of two addresses, which was not the one that answered.
-        QCOMPARE(Code({CURLE_RECV_ERROR, ECONNREFUSED, true}), 956);
-    }
-
     void Redirects()
     {
         scriptedServer other;
         scriptedServer server;
         other.Answer("/end%20here?x", Linked("relative"));
-        server.Answer("/", serverReply::Redirect("step?1", "301 Moved"));
-        const QByteArray two = server.Url(u"/two"_s).toLatin1();
-        server.Answer("/step?1", serverReply::Redirect(two.sliced(5), "307 Go"));
-        server.Answer("/two", serverReply::Redirect(other.Url(u"/end here?x#part"_s).toUtf8(), "308 Go"));
+        server.Answer("/", serverReply::Redirect(other.Url(u"/end here?x#part"_s).toUtf8(), "308 Go"));
         Client client;
         QCOMPARE(client.Get(server.Url()), 0);
         QCOMPARE(client.control.Hyperlinks().Item(0).resolved, other.Url(u"/relative"_s));
@@ -341,10 +304,8 @@ private Q_SLOTS:
         // page.
         const QByteArray away = "HTTP/1.1 302 F\r\nLocation: /n0\r\n";
         server.Answer("/big", serverReply::Bytes(away + "\r\n").Endless("x"));
-        server.Answer("/torn", serverReply::Bytes(away + "Content-Length: 9\r\n\r\nx").Close());
         server.Answer("/nowhere", serverReply::Page("<a href=here>", "", "302 Found"));
-        for (const auto& [page, link] :
-             {std::pair(u"/big"_s, u"there"_s), {u"/torn"_s, u"there"_s}, {u"/nowhere"_s, u"here"_s}}) {
+        for (const auto& [page, link] : {std::pair(u"/big"_s, u"there"_s), {u"/nowhere"_s, u"here"_s}}) {
             QCOMPARE(client.Get(server.Url(page)), 0);
             QCOMPARE(client.Link(), link);
         }
@@ -352,13 +313,9 @@ private Q_SLOTS:
 
     void Certificates()
     {
-        const auto read = [this](const QString& name) {
-            QFile file(m_keys.filePath(name));
-            return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-        };
         scriptedServer::Options options;
-        options.certificate = read(u"cert.pem"_s);
-        options.key = read(u"key.pem"_s);
+        options.certificate = m_authority.Read(u"good.pem"_s);
+        options.key = m_authority.Read(u"good.key"_s);
         scriptedServer server(options);
         server.Answer("/", Linked("safe"));
         scriptedServer plain;
@@ -366,7 +323,7 @@ private Q_SLOTS:
         Client client;
         QCOMPARE(client.Get(server.Url()), 960);
         QCOMPARE(client.Get(plain.Url()), 960);
-        client.limits.caFile = m_keys.filePath(u"cert.pem"_s);
+        client.limits.caFile = m_authority.CaFile();
         client.control.SetLimits(client.limits);
         QCOMPARE(client.Get(server.Url()), 0);
         QCOMPARE(client.Link(), u"safe"_s);
@@ -379,7 +336,7 @@ private Q_SLOTS:
         QCOMPARE(client.Get(server.Url()), 977);
     }
 
-    void OtherHostsAndScripts()
+    void OtherHosts()
     {
         scriptedServer::Options options;
         options.address = QHostAddress(QHostAddress::LocalHostIPv6);
@@ -390,13 +347,10 @@ private Q_SLOTS:
         QCOMPARE(server.Requests().first().host, "[::1]:" + QByteArray::number(server.Port()));
         QCOMPARE(client.Get(u"http://www.caf\u00E9.localhost:%1/"_s.arg(server.Port())), 0);
         QCOMPARE(server.Requests().last().host, "www.xn--caf-dma.localhost:" + QByteArray::number(server.Port()));
-
-        server.Answer("/ru", serverReply::Page("<a href=\xC1>", "Content-Type: text/html; Charset=\"koi8-r\"\r\n"));
-        QCOMPARE(client.Get(server.Url(u"/ru"_s)), 0);
-        QCOMPARE(client.Link(), u"\u0430"_s);
     }
 
-    /// The slowest page stands first: all are fetched at once, none is handed out before its turn.
+    /// The slowest page stands first: all are fetched at once, though but four of a host, and none is handed out before
+    /// its turn.
     void ReadAheadKeepsTheOrder()
     {
         scriptedServer::Options options;
@@ -408,7 +362,7 @@ private Q_SLOTS:
         QStringList urls;
         for (int i = 0; i < 40; ++i)
             urls << u"http://127.0.0.%1:%2/%3"_s.arg(1 + i % 4).arg(server.Port()).arg(i);
-        Client client(16);
+        Client client(32);
         client.Predict(urls);
         for (int i = 0; i < urls.size(); ++i) {
             QCOMPARE(client.Get(urls[i]), 0);
@@ -416,20 +370,7 @@ private Q_SLOTS:
             QCOMPARE(client.disk->ReadFile(client.file), "<a href='/" + QByteArray::number(i) + "'>");
         }
         QCOMPARE(server.Requests().size(), 40);
-        QCOMPARE(server.PeakRequests(), 16);
-    }
-
-    void LimitPerHost()
-    {
-        scriptedServer server;
-        server.AnswerOthers([](const serverRequest& request) { return LinkedToItself(request).After(30ms); });
-        Client client(16);
-        const QStringList urls = Urls(server, 20);
-        client.Predict(urls);
-        for (const QString& url : urls)
-            QCOMPARE(client.Get(url), 0);
-        QCOMPARE(server.PeakRequests(), 4);
-        QCOMPARE(server.Connections(), 4);
+        QCOMPARE(server.PeakRequests(), 4 * 4);
     }
 
     /// One download serves whoever asks while it is under way or fresh, written once; later it is fetched anew.
@@ -438,7 +379,7 @@ private Q_SLOTS:
         scriptedServer server;
         server.Answer("/own", Linked("own").After(100ms));
         server.AnswerOthers(LinkedToItself);
-        Client client(4, 20, 700ms);
+        Client client(4, 20, 400ms);
         const QString a = server.Url(u"/a"_s);
         const QString own = server.Url(u"/own"_s);
         client.Predict({a, own, server.Url(u"/b"_s), own, own + u"#part"_s});
@@ -448,23 +389,15 @@ private Q_SLOTS:
             written += client.Wrote() ? u'x' : u'-';
         }
         QCOMPARE(written, u"xxx---"_s);
-        const clsPageList* first = &client.control.Hyperlinks();
         QCOMPARE(client.Link(), u"own"_s);
         QCOMPARE(server.Count("/own"), 1);
 
-        QVERIFY(client.Idle(750ms));
+        QVERIFY(client.Idle(450ms));
         QCOMPARE(client.Get(own), 0);
         QCOMPARE(server.Count("/own"), 2);
-        QCOMPARE(&client.control.Hyperlinks(), first); // the bytes were the same: not parsed again
         client.control.CloseAll();
         QCOMPARE(client.Get(own), 0);
         QCOMPARE(server.Count("/own"), 3); // a new run sees the page anew
-
-        // A failure is shared like a page.
-        server.Answer("/gone", serverReply::Page("", "", "410 Gone"));
-        for (int i = 0; i < 2; ++i)
-            QCOMPARE(client.Get(server.Url(u"/gone"_s)), 410);
-        QCOMPARE(server.Count("/gone"), 1);
     }
 
     /// Predictions that do not come true cost nothing but their fetching; what was not predicted comes at once, even
@@ -509,23 +442,6 @@ private Q_SLOTS:
         }
         QVERIFY2(timer.elapsed() < 500, qPrintable(QString::number(timer.elapsed())));
         QTRY_COMPARE(server.OpenConnections(), 0);
-    }
-
-    void AbandonedPageIsNotHeardOf()
-    {
-        scriptedServer server;
-        server.Answer("/", Linked("late").After(100ms));
-        server.Answer("/deep", serverReply::Page(QByteArray("<p>x").repeated(200'000)));
-        Client client(4);
-        client.control.Connect(client.Request(server.Url()), client.file);
-        client.control.Disconnect();
-        client.control.Connect(client.Request(server.Url(u"/deep"_s)), client.file);
-        QTRY_COMPARE(server.Count("/deep"), 1);
-        client.control.CloseAll(); // while it is on the worker thread, or about to be
-        client.control.Disconnect();
-        client.events.clear();
-        QVERIFY(client.Idle(400ms));
-        QVERIFY(client.events.isEmpty() && !client.Wrote());
     }
 
     void ReadingAheadIsBounded()
@@ -618,7 +534,7 @@ private Q_SLOTS:
     }
 
 private:
-    QTemporaryDir m_keys;
+    testAuthority m_authority;
 };
 
 QTEST_GUILESS_MAIN(tst_http)

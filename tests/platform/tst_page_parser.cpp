@@ -89,17 +89,12 @@ private Q_SLOTS:
             "<!-- <a href=1> --><script>'<a href=2>'</script><style><a href=3></style><textarea><a href=4></textarea>"
             "<template><a href=5></template><iframe><a href=6></iframe><frame src=f><link href=l><a href=7>",
             u"7"_s, {});
-        row("script with a script in it", "<script><!-- <script></script><a href=1> --></script><a href=2>", u"2"_s,
-            {});
         row("noscript is read", "<noscript><a href=1><img src=2></noscript>", u"1"_s, u"2"_s);
         row("open over blocks, once each", "<p><a href=1><b>x<p>y<div>z</div><p><a href=2>w<table><td>v", u"1|2"_s, {});
         row("misplaced in a table, in the page's order",
             "<a href=1></a><table><a href=2>x<tr><td><a href=3></table><a href=4>", u"1|2|3|4"_s, {});
         row("quotes, slashes and equal signs", "<a/href=1/><a title='>' href=\"2\"><a =x href=3><a href = 4>",
             u"1/|2|3|4"_s, {});
-        row("page ends inside a tag", "<a href=1><a href=2", u"1"_s, {});
-        row("first of two hrefs", "<a href=1 href=2>", u"1"_s, {});
-        row("image of old", "<image src=1>", u""_s, u"1"_s);
     }
     void Lists()
     {
@@ -113,15 +108,12 @@ private Q_SLOTS:
     {
         const auto resolved = [](const QByteArray& html) { return Parse(html).hyperlinks.Item(0).resolved; };
         QCOMPARE(resolved("<a href='../x y.htm'>"), u"http://www.partner.example/x%20y.htm"_s);
-        QCOMPARE(resolved("<a href='/'>"), u"http://www.partner.example/"_s);
-        QCOMPARE(resolved("<a href='//other.example/z'>"), u"http://other.example/z"_s);
         QCOMPARE(resolved("<a href=''>"), u"http://www.partner.example/dir/page.html?q=1"_s);
         // With a scheme or host of its own it stays as written.
         QCOMPARE(resolved("<a href='MailTo:Me@X.example'>"), u"MailTo:Me@X.example"_s);
         QCOMPARE(resolved("<a href='HTTP://WWW.X.Example'>"), u"HTTP://WWW.X.Example"_s);
         // The first base counts, wherever it stands, and may be relative.
         QCOMPARE(resolved("<a href=z><base href='http://b.example/k/'><base href=/no/>"), u"http://b.example/k/z"_s);
-        QCOMPARE(resolved("<base href='sub/'><a href=z>"), u"http://www.partner.example/dir/sub/z"_s);
     }
 
     void Encodings()
@@ -130,13 +122,9 @@ private Q_SLOTS:
             return Written(Parse(html, charset).hyperlinks);
         };
         QStringEncoder utf16(QStringConverter::Utf16LE, QStringConverter::Flag::WriteBom);
-        QCOMPARE(link("<a href=\xC3\xBC>"), u"\u00FC"_s);
         QCOMPARE(link("<a href=\xFC\x80>"), u"\u00FC\u20AC"_s); // no UTF-8: windows-1252
         QCOMPARE(link("<a href=\xC1>", "KOI8-R"), u"\u0430"_s);
-        QCOMPARE(link("<a href=\xFC>", "x-no-such"), u"\u00FC"_s);
         QCOMPARE(link("<meta charset='windows-1251'><a href=\xE0>"), u"\u0430"_s);
-        QCOMPARE(link("<META http-equiv=Content-Type content='text/html; charset=Shift_JIS'><a href=\x83\x41>"),
-                 u"\u30A2"_s);
         QCOMPARE(link("<!-- <meta charset=koi8-r> --><a href=\xFC>"), u"\u00FC"_s);
         // The mark goes before the answer's charset, and that before the page's own.
         QCOMPARE(link("<meta charset=koi8-r><a href=\xFC>", "iso-8859-1"), u"\u00FC"_s);
@@ -161,22 +149,16 @@ private Q_SLOTS:
         row("513 deep", QByteArray("<div>").repeated(509) + "<span>", true);
         row("256 attributes", attributes(256), false);
         row("257 attributes", attributes(257), true);
-        row("257 attributes on an end tag", "</x" + attributes(257).mid(4), true);
-        row("tables in tables", QByteArray("<table><tr><td>").repeated(200), true);
         row("svg in svg", QByteArray("<svg><foreignObject>").repeated(300), true);
         // Open for ever as far as the page says, yet not deep as HTML reads it.
         for (const QByteArray& tag :
-             Pieces("<p> <li> <dt>x<dd> <td> <tr> <tr><td> <br> <img> <input> <option> <h1> <a\thref=x> <b> "
-                    "<font\tcolor=red> <button> <form> <hr> <p><b> <p><font\tsize=2><a\tname=x> <p><ul><li></ul> "
-                    "<svg><path><p> <select><div><option></select> </div> <ruby><rt></ruby>"))
+             Pieces("<p> <dt>x<dd> <tr><td> <br> <option> <h1> <a\thref=x> <b> <p><font\tsize=2><a\tname=x> "
+                    "<p><ul><li></ul> <svg><path><p> <select><div><option></select> </div> <ruby><rt></ruby>"))
             row(tag, tag.repeated(3000), false);
         for (const QByteArray& tag :
-             Pieces("<td> <tr> <tr><td>x <tbody><tr><td><font> <tr><td><p><a\thref=x> <caption> <tr><form><td> "
-                    "<td><table><tr><td></table> <tr><td><ul><li> <option>"))
+             Pieces("<tbody><tr><td><font> <tr><td><p><a\thref=x> <caption> <td><table><tr><td></table>"))
             row("in a table: " + tag, "<table>" + tag.repeated(3000), false);
-        row("deep only in a comment", "<!--" + QByteArray("<div>").repeated(3000) + "-->", false);
         row("deep only in a script", "<script>" + QByteArray("<div>").repeated(3000) + "</script>", false);
-        row("deep only in a text field", "<textarea>" + QByteArray("<div>").repeated(3000) + "</textarea>", false);
         row("deep only in CDATA of an svg", "<svg><![CDATA[" + QByteArray("<g>").repeated(3000) + "]]></svg>", false);
     }
     void CutWhereItGoesTooFar()
@@ -209,16 +191,11 @@ private Q_SLOTS:
         const QByteArray deep = QByteArray("<div>").repeated(500);
         row("nested", "", "<div>");
         row("at the deepest", deep, "</p>");
-        row("unknown ends at the deepest", QByteArray("<span>").repeated(500), "</x>");
         row("formatting left open", "", "<p><b id=#>");
-        row("anchors left open", "", "<p><a href=#>x");
-        row("attributes of the body", "", "<body a#>");
         row("attributes of a tag that never ends", "<x", " a#");
         row("misplaced in a table", "<table>", "<hr>");
-        row("anchors in blocks", "", "<a href=#><div>");
         row("comments", "", "<!---->");
         row("half ends of a script", "<script>", "</scrip");
-        row("index fields", "", "<isindex>");
     }
     void NothingTakesLong()
     {

@@ -134,54 +134,43 @@ private Q_SLOTS:
     {
         const testTable<QByteArray, serverReply, int, int, bool> row;
         const auto say = [](const QByteArray& line) { return serverReply::Bytes(line + "\r\n"); };
-        const auto silent = serverReply().Silent();
         const auto close = serverReply().Close();
-        const auto reset = serverReply().Reset();
         const QByteArray lines100k = QByteArray("250-" + QByteArray(96, 'x') + "\r\n").repeated(1000);
+        // Whatever the step: refused for now and for good, silent, gone, garbled. What came before it went well.
+        for (const auto& [step, done] : std::initializer_list<std::pair<QByteArray, int>>{
+                 {"greeting", 1}, {"EHLO", 1}, {"MAIL", 1}, {"RCPT", 2}, {"DATA", 3}, {"end", 4}}) {
+            const bool end = step == "end";
+            const auto add = [&, &step = step, &done = done](const QByteArray& what, const serverReply& reply,
+                                                             int error, bool doubt) {
+                row((step + ' ' + what).constData(), step, reply, done, error, doubt);
+            };
+            if (step != "EHLO") { // an old server refuses that, and HELO is tried
+                add("451", say("451-not\r\n451 now"), 451, false);
+                add("550", say("550 no"), 550, false);
+                add("garbled", say("yes"), 908, end);
+            }
+            add("silent", serverReply().Silent(), 60, end);
+            add("gone", close, 54, end);
+            add("reset", serverReply().Reset(), 54, end);
+        }
         //                                    step      reply      done error doubt
-        row("greeting refuses", "greeting", say("554 no"), 1, 554, false);
-        row("greeting, then gone", "greeting", say("421 busy").Close(), 1, 421, false);
-        row("no greeting", "greeting", silent, 1, 60, false);
-        row("hangs up", "greeting", close, 1, 54, false);
-        row("another protocol", "greeting", say("SSH-2.0-x"), 1, 908, false);
         row("greeting in many lines", "greeting", say("220-a\r\n220-b\r\n220 c"), 5, 0, false);
         row("an old server", "EHLO", say("502 what?"), 5, 0, false);
-        row("EHLO 4 kB", "EHLO", say(lines100k.first(40 * 102) + "250 SIZE 9999"), 5, 0, false);
         row("EHLO 100 kB", "EHLO", say(lines100k + "250 SIZE 9999"), 1, 54, false); // libcurl's own limit
         row("EHLO without end", "EHLO", serverReply().Endless("250-x\r\n"), 1, 54, false);
-        row("a line without end", "EHLO", serverReply().Endless("250-x"), 1, 54, false);
-        row("EHLO silent", "EHLO", silent, 1, 60, false);
-        row("EHLO, then gone", "EHLO", close, 1, 54, false);
         row("too large", "EHLO", say("250-test\r\n250 SIZE 20"), 1, 552, false);
-        row("sender refused", "MAIL", say("550-not\r\n550 you"), 1, 550, false);
-        row("sender later", "MAIL", say("451 later"), 1, 451, false);
         row("501 is no time-out", "MAIL", say("501 syntax"), 1, 500, false);
         row("MAIL reply 100 kB", "MAIL", say(lines100k + "250 ok"), 5, 0, false);
-        row("MAIL line 100 kB", "MAIL", say("250 " + QByteArray(100000, 'x')), 5, 0, false);
         row("MAIL reply drips", "MAIL", serverReply().Drip("250 o", 1, 300ms).Silent(), 1, 60, false);
         row("speaks out of turn", "MAIL", say("250 ok\r\n250 ok"), 2, 908, false);
         row("ends the session unasked", "MAIL", say("250 ok\r\n421 closing").Close(), 2, 421, false);
-        row("MAIL garbled", "MAIL", say("ok"), 1, 908, false);
-        row("MAIL reset", "MAIL", reset, 1, 54, false);
-        row("recipient refused", "RCPT", say("550 no such user"), 2, 550, false);
-        row("RCPT silent", "RCPT", silent, 2, 60, false);
-        row("RCPT, then gone", "RCPT", close, 2, 54, false);
-        row("DATA refused", "DATA", say("554 no"), 3, 554, false);
         row("DATA answered wrongly", "DATA", say("250 ok"), 3, 908, false);
-        row("DATA, then gone", "DATA", reset, 3, 54, false);
-        row("gone in the middle", "data", reset, 4, 54, false);
+        row("gone in the middle", "data", serverReply().Reset(), 4, 54, false);
         row("refused in the middle", "data", say("451 full").Silent(), 4, 451, false);
-        row("stands still in the middle", "data", silent, 4, 60, false);
-        row("refused at the end", "end", say("552 too big"), 4, 552, false);
-        row("later at the end", "end", say("451-not\r\n451 now"), 4, 451, false);
-        row("silent at the end", "end", silent, 4, 60, true);
-        row("gone at the end", "end", close, 4, 54, true);
-        row("reset at the end", "end", reset, 4, 54, true);
+        row("stands still in the middle", "data", serverReply().Silent(), 4, 60, false);
         row("taken, then ends the session", "end", say("250 taken as 4711\r\n421 closing").Close(), 5, 0, false);
-        row("garbled at the end", "end", say("yes"), 4, 908, true);
         row("neither yes nor no", "end", say("354 more"), 4, 908, true);
         row("endless end", "end", serverReply().Endless("250-x\r\n"), 4, 908, true);
-        row("end line 100 kB", "end", say("250 " + QByteArray(100000, 'x')), 5, 0, false);
     }
     void Faults()
     {
@@ -217,11 +206,9 @@ private Q_SLOTS:
         row("STARTTLS", StartTLS, u"good"_s, {}, 5, 0);
         row("from the start", TLS, u"good"_s, {}, 5, 0);
         row("another name", StartTLS, u"other"_s, {}, 0, 960);
-        row("another name, from the start", TLS, u"other"_s, {}, 0, 960);
         row("run out", TLS, u"old"_s, {}, 0, 960);
         row("unknown authority", StartTLS, u"good, unknown"_s, {}, 0, 960);
         row("STARTTLS taken away", StartTLS, {}, {}, 0, 964);
-        row("STARTTLS refused", StartTLS, u"good"_s, "454 not now\r\n", 0, 454);
         row("said yes and nothing more", StartTLS, u"good"_s, "220 go\r\n", 0, 60);
         row("replies before the encryption", StartTLS, u"good"_s,
             "220 go\r\n250-test\r\n250 AUTH PLAIN\r\n235 in\r\n250 ok\r\n", 0, 908);
@@ -264,7 +251,6 @@ private Q_SLOTS:
         row("CRAM-MD5 wrong", u"127.0.0.1"_s, "AUTH CRAM-MD5", "wrong-4711", false, 1, 535);
         row("XOAUTH2 wrong", u"127.0.0.1"_s, "AUTH XOAUTH2", "wrong-4711", true, 1, 535);
         row("none of ours", u"127.0.0.1"_s, "AUTH GSSAPI NTLM", Secret, false, 1, 967);
-        row("none at all", u"127.0.0.1"_s, "SIZE 1000000", Secret, false, 1, 967);
         row("far, in clear", u"mail.example"_s, "AUTH PLAIN LOGIN", Secret, false, 1, 967);
         row("far, a sum in clear", u"mail.example"_s, "AUTH PLAIN CRAM-MD5", Secret, false, 5, 0);
         row("far, token in clear", u"mail.example"_s, "AUTH XOAUTH2", Secret, true, 0, 967);
@@ -299,14 +285,11 @@ private Q_SLOTS:
     void Stop_data()
     {
         const testTable<QByteArray, serverReply, int, bool> row;
-        for (const char* step : {"greeting", "EHLO", "MAIL", "RCPT", "DATA", "data", "end"}) {
-            const QByteArray name(step);
-            const int done = name == "greeting" || name == "EHLO" || name == "MAIL" ? 1
-                             : name == "RCPT"                                       ? 2
-                             : name == "DATA"                                       ? 3
-                                                                                    : 4;
-            row(step, name, serverReply().Silent(), done, name == "end");
-        }
+        const auto silent = serverReply().Silent();
+        row("greeting", "greeting", silent, 1, false);
+        row("RCPT", "RCPT", silent, 2, false);
+        row("data", "data", silent, 4, false);
+        row("end", "end", silent, 4, true);
         row("end in time", "end", serverReply::Bytes("250 ok\r\n").After(300ms), 5, false);
     }
     void Stop()

@@ -4,6 +4,7 @@
 #include "platform/clsBrowser.h"
 #include "publish/clsPageTemplate.h"
 #include "publish/modLinksPage.h"
+#include "support/command_line.h"
 #include "support/faults.h"
 #include "support/program.h"
 #include "support/table.h"
@@ -267,12 +268,9 @@ private Q_SLOTS:
     {
         clsTestInstallation::AddSite(Db(), u"Empty"_s);
         const auto run = [this](const QString& site, const QStringList& options) {
-            QProcess process;
-            process.setStandardInputFile(QProcess::nullDevice());
-            process.start(QStringLiteral(BRAMBURY_BINARY_DIR "/bin/brambury"),
-                          QStringList{u"--home"_s, m_program->installation.Folder(), u"links-page"_s, site, File()} +
-                              options);
-            return process.waitForFinished() && process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+            return commandLine::Run(m_program->installation.Folder(),
+                                    QStringList{u"links-page"_s, site, File()} + options)
+                .code;
         };
         QCOMPARE(run(u"Nowhere"_s, {}), 2);
         QCOMPARE(run(Site, {u"--style"_s, u"fancy"_s}), 2);

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The site report as it reaches the paper: real database, real pages, read back from the PDF file.
+#include "data/modSites.h"
 #include "platform/clsPrinter.h"
 #include "platform/widgets/modWidgets.h"
 #include "publish/modSiteReport.h"
+#include "support/command_line.h"
 #include "support/faults.h"
 #include "support/program.h"
 
@@ -101,7 +103,7 @@ private Q_SLOTS:
                                      {{u"HomePage"_s, u"http://"_s + QString(240, u'X')}});
         clsTestInstallation::AddSite(report.Database(), u"None"_s,
                                      {{u"SiteName"_s, u"None"_s}, {u"SpecialText"_s, u"word\n"_s.repeated(200)}});
-        QCOMPARE(modSiteReport::AllSites(report.Database()), (QStringList{u"Big"_s, u"None"_s}));
+        QCOMPARE(modSites::Names(report.Database()), (QStringList{u"Big"_s, u"None"_s}));
         report.program.dialogs.Expect(u"An error occured.  Could not find site Gone"_s);
         QCOMPARE(report.Print({u"Big"_s, u"Gone"_s, u"None"_s}), Outcome::Printed);
 
@@ -135,17 +137,6 @@ private Q_SLOTS:
         QCOMPARE(pages.last().at(pages.last().size() - 2), Headings);
     }
 
-    void missing()
-    {
-        Report report;
-        for (const QStringList& sites : {QStringList{u"Gone"_s}, QStringList{}}) {
-            if (!sites.isEmpty())
-                report.program.dialogs.Expect(u"An error occured.  Could not find site Gone"_s);
-            QCOMPARE(report.Print(sites), Outcome::Nothing);
-            QVERIFY(report.File().isNull());
-        }
-    }
-
     void commandLine()
     {
         const Report report;
@@ -153,14 +144,9 @@ private Q_SLOTS:
             clsTestInstallation::AddSite(report.Database(), site, {{u"SiteName"_s, u"The "_s + site}});
         clsTestInstallation::AddLink(report.Database(), u"Shop"_s, u"Amber"_s);
         const auto run = [&](const QStringList& words) {
-            QProcess process;
-            process.setStandardInputFile(QProcess::nullDevice());
-            process.start(QStringLiteral(BRAMBURY_BINARY_DIR "/bin/brambury"),
-                          QStringList{u"--home"_s, report.program.installation.Folder(), u"report"_s} + words);
-            return process.waitForFinished() && process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+            return commandLine::Run(report.program.installation.Folder(), QStringList{u"report"_s} + words).code;
         };
         QCOMPARE(run({u"Nowhere"_s, report.path}), 2);
-        QCOMPARE(run({u"--all"_s, u"Shop"_s, report.path}), 2);
         QCOMPARE(run({u"Shop"_s, report.program.installation.Folder()}), 2);
         QVERIFY(report.File().isNull());
         QCOMPARE(run({u"shop"_s, report.path}), 0);

@@ -47,12 +47,9 @@ private Q_SLOTS:
         const QString critical = u"error critical"_s;
         const QString exclamation = u"error exclamation"_s;
         row("no database ends the program", 3024, true, 3, critical);
-        row("wrong password ends the program", 3031, true, 3, critical);
         row("cancelled file dialog is silent", 32755, true, 0, {});
-        row("cancelled file dialog is silent without a log", 32755, false, 0, {});
         row("type mismatch is silent", 13, true, 0, {});
         row("type mismatch shows when it cannot be logged", 13, false, 0, critical);
-        row("overflow is an error like any other", 6, true, 2, exclamation);
         row("component errors are like any other", clsError::ComponentBase + 61, true, 2, exclamation);
     }
     void Report()
@@ -139,14 +136,6 @@ private Q_SLOTS:
             QCOMPARE(f.settings.values, before);
             QCOMPARE(f.engine.created, 0);
         }
-        { // the engine does not start: reported, and no splash window stays behind
-            shellFixture f;
-            f.MakeDatabaseFile();
-            f.engine.fails = true;
-            QVERIFY(!modBrambury::Main());
-            QCOMPARE(f.windows.calls.join(u'|'), u"error exclamation|unload all"_s);
-            QVERIFY(f.ErrorLog().contains("\"modBrambury\",\"Main\""));
-        }
         { // an error inside the main window's start that ends the program
             shellFixture f;
             f.MakeDatabaseFile();
@@ -162,12 +151,9 @@ private Q_SLOTS:
     {
         const testTable<QString, QString, QString> row; // AutoBackup, LastBackup, what the question begins with
         const QString yes = u"Yes"_s;
-        row("never", yes, {}, NoBackups);
         row("a date that cannot be read counts as never", yes, u"last week"_s, NoBackups);
         row("calendar days, not hours; the sign stays", yes, u"2026-01-04 23:59:59"_s,
             u"It has been -1 day(s) since your last backup."_s);
-        row("today asks too", yes, u"2026-01-05 00:00:00"_s, u"It has been 0 day(s) since your last backup."_s);
-        row("a date to come", yes, u"2026-01-07"_s, u"It has been 2 day(s) since your last backup."_s);
         row("off: no question", u"No"_s, {}, {});
         row("on is exactly Yes", u"yes"_s, {}, {});
     }
@@ -202,16 +188,6 @@ private Q_SLOTS:
             QCOMPARE(f.settings.values[u"General"_s][u"LastBackup"_s], u"2026-01-05 15:07:09"_s);
             QCOMPARE(f.engine.closed, 1);
         }
-        { // one failing step does not keep the others from closing
-            shellFixture f;
-            f.MakeDatabaseFile();
-            QVERIFY(modBrambury::Main());
-            f.windows.onBackup = []() -> bool { throw MadeError(57); };
-            f.dialogs.Expect(NoBackups + BackupNow, Answer::Yes);
-            modBrambury::EndProgram();
-            QVERIFY(!f.settings.values.isEmpty());
-            QCOMPARE(f.engine.closed, 1);
-        }
         { // an abort saves nothing, the end of the session does, and neither asks: any box would fail here
             shellFixture f;
             modBrambury::LoadProgramSettings();
@@ -223,74 +199,39 @@ private Q_SLOTS:
         }
     }
 
-    void Restart()
-    {
-        shellFixture f;
-        f.MakeDatabaseFile();
-        QVERIFY(modBrambury::Main());
-        f.windows.calls.clear();
-        State().DatabaseWork = true;
-        f.dialogs.Expect(u"Brambury will now restart."_s, Answer::OK, u"Compact Completed"_s);
-        modBrambury::RestartProgram(u"Compact Completed"_s);
-        QCOMPARE(modBrambury::NextStep(), modBrambury::Next::Restart);
-        QVERIFY(f.eventLoop.interrupted && !State().DatabaseWork);
-        State().Settings.LastBackup = u"2026-01-05"_s;
-        modBrambury::EndProgram(); // what the main window's close request does; no question about a backup
-
-        State().Settings = {};
-        QVERIFY(modBrambury::Main());
-        QCOMPARE(f.windows.calls.join(u'|'), u"unload all|unload others|main"_s);
-        QCOMPARE(State().Settings.LastBackup, u"2026-01-05"_s);
-        QCOMPARE(f.engine.created, 2);
-        QCOMPARE(modBrambury::NextStep(), modBrambury::Next::End);
-        QVERIFY(!State().Restarting);
-    }
-
     void Numbers()
     {
-        QCOMPARE(Converted(ToInt16, u" 7 "_s), u"7"_s);
-        QCOMPARE(Converted(ToInt16, u"2.5"_s), u"2"_s); // half to even
-        QCOMPARE(Converted(ToInt16, u"-3.5"_s), u"-4"_s);
+        QCOMPARE(Converted(ToInt16, u" 2.5 "_s), u"2"_s); // half to even
         QCOMPARE(Converted(ToInt16, u"-32768"_s), u"-32768"_s);
-        QCOMPARE(Converted(ToInt16, u"32767.4"_s), u"32767"_s);
         QCOMPARE(Converted(ToInt16, u"32767.5"_s), u"error 6"_s);
         QCOMPARE(Converted(ToInt16, u"1e999"_s), u"error 6"_s);
         QCOMPARE(Converted(ToPort, u"65535"_s), u"65535"_s);
         QCOMPARE(Converted(ToPort, u"-1"_s), u"error 6"_s);
-        for (const char* text : {"abc", "", "inf", "7 days"}) {
+        for (const char* text : {"", "inf", "7 days"})
             QCOMPARE(Converted(ToInt16, QLatin1String(text)), u"error 13"_s);
-            QCOMPARE(Converted(ToPort, QLatin1String(text)), u"error 13"_s);
-        }
     }
 
     void Texts()
     {
         QLocale::setDefault(QLocale(QLocale::German)); // of no influence
         QCOMPARE(ByteSizeText(0), u" bytes ( bytes)"_s);
-        QCOMPARE(ByteSizeText(1023), u"1,023 bytes (1,023 bytes)"_s);
         QCOMPARE(ByteSizeText(1152), u"1.13KB (1,152 bytes)"_s); // half a hundredth goes up
-        QCOMPARE(ByteSizeText(2047), u"2.0KB (2,047 bytes)"_s);
         QCOMPARE(ByteSizeText(1047999), u"1,023.44KB (1,047,999 bytes)"_s);
         QCOMPARE(ByteSizeText(1048000), u"1.0MB (1,048,000 bytes)"_s); // MB come early
-        QCOMPARE(ByteSizeText(5368709120), u"5,120.0MB (5,368,709,120 bytes)"_s);
 
         const QDateTime afternoon(QDate(2026, 1, 5), QTime(15, 7, 9));
         QCOMPARE(LongDate(afternoon), u"Monday, January 5, 2026"_s);
-        QCOMPARE(MediumTime(afternoon), u"03:07 PM"_s);
         QCOMPARE(MediumTime(QDateTime(QDate(2026, 1, 5), QTime(0, 5))), u"12:05 AM"_s);
         QLocale::setDefault(QLocale::c());
         QCOMPARE(FromStoredDate(StoredDateTime(afternoon)), afternoon);
         QCOMPARE(FromStoredDate(u"2026-01-05T15:07:09"_s), afternoon);
-        QCOMPARE(FromStoredDate(u"2026-01-05"_s), QDateTime(QDate(2026, 1, 5), QTime(0, 0)));
         QVERIFY(!FromStoredDate(u"5/1/26"_s).isValid());
 
         QCOMPARE(WrapText(u"abcde fg"_s, 5), u"abcde\nfg"_s); // the blank stands just at the limit
-        QCOMPARE(WrapText(u"a bc def"_s, 6), u"a bc\ndef"_s);
-        QCOMPARE(WrapText(u"ab  cd"_s, 3), u"ab \ncd"_s); // one blank is dropped, not two
+        QCOMPARE(WrapText(u"ab  cd"_s, 3), u"ab \ncd"_s);     // one blank is dropped, not two
         QCOMPARE(WrapText(u"abcdefgh ij"_s, 3), u"abc\ndef\ngh\nij"_s);
         QCOMPARE(WrapText(u"a\r\n\r\nb\rc\n"_s, 5), u"a\n\nb\nc\n"_s);
         QCOMPARE(WrapText(u"ab\U0001F600cd"_s, 3), u"ab\n\U0001F600c\nd"_s); // no half characters
-        QCOMPARE(WrapText({}, 5), QString());
 
         // Refused carries the code name of timed out; the advice is for the mail dialogs only.
         QString code;
@@ -299,20 +240,12 @@ private Q_SLOTS:
         QCOMPARE(modSocketErrors::SocketErrorText(51, nullptr, true),
                  u"Your Internet connection is no longer active.  If you are still connect, \r\n"
                  "you may try to disconnect and then reconnect to solve this problem."_s);
-        QCOMPARE(modSocketErrors::SocketErrorText(54, &code, true), u"Connection reset by peer"_s);
-        QCOMPARE(modSocketErrors::SocketErrorText(404, &code), u"Unknown Error"_s);
-        QVERIFY(code.isEmpty());
     }
 
     void SmallHelpers()
     {
         shellFixture f;
         QVERIFY(IsEmailAddress(u".@"_s) && !IsEmailAddress(u"a@b"_s));
-        QVERIFY(HasWebPrefix(u"see HTTPS://x"_s) && !HasWebPrefix(u"http:/x"_s));
-        QCOMPARE(NullToDefault(QVariant(), 25), QVariant(25));
-        QCOMPARE(NullToDefault(u""_s, 25), QVariant(u""_s));
-
-        QVERIFY(DiskSpaceText(f.dir.path()).toLongLong() > 0);
         QCOMPARE(DiskSpaceText(u"Q:\\x"_s), u"Error determining disk space free for drive Q:"_s);
 
         f.connection.connected = false;

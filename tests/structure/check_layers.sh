@@ -60,7 +60,8 @@ while read -r file; do
             case $folder in
             ui | platform/widgets) ;;
             platform/impl)
-                of_module "$header" QtCore QtNetwork || complain "$file" "includes $header: only Qt Core and Network here"
+                of_module "$header" QtCore QtNetwork QtDBus ||
+                    complain "$file" "includes $header: only Qt Core, Network and DBus here"
                 ;;
             *) of_module "$header" QtCore || complain "$file" "includes $header: only Qt Core here" ;;
             esac

@@ -55,6 +55,7 @@ const QList<Work>& Works()
         {.name = u"backup"_s, .words = {u"backup"_s}, .old = true},
         {.name = u"backup by date"_s, .words = {u"backup"_s}, .dated = true},
         {.name = u"restore"_s, .words = {u"restore"_s}, .old = true},
+        {.name = u"restore, damaged"_s, .words = {u"restore"_s}, .old = true, .damaged = true},
         {.name = u"rescue"_s, .words = {u"rescue"_s}, .missing = true},
         {.name = u"rescue, both"_s, .words = {u"rescue"_s}, .leftOver = true},
         {.name = u"save"_s, .words = {u"queue"_s, u"test"_s, u"--remove"_s, u"--status"_s, u"broken"_s}},

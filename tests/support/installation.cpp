@@ -29,8 +29,8 @@ QString NoneOf(const QString& table)
 
 QStringList clsTestInstallation::Statements(Content content)
 {
-    QStringList names{u"schema"_s,    u"ledger"_s, u"mail-secrets"_s, u"queries"_s, u"message-types"_s,
-                      u"templates"_s, u"tags"_s,   u"tips"_s};
+    QStringList names{u"schema"_s,        u"ledger"_s,    u"mail-secrets"_s, u"sample-marks"_s, u"queries"_s,
+                      u"message-types"_s, u"templates"_s, u"tags"_s,         u"tips"_s};
     if (content == Content::Sample)
         names << u"sample"_s;
     QStringList paths;

@@ -122,10 +122,9 @@ public:
     [[nodiscard]] QList<serverRequest> Requests() const { return Locked()->requests; }
     /// How many requests named this target.
     [[nodiscard]] int Count(const QByteArray& target) const;
-    [[nodiscard]] int Connections() const { return Locked()->connections; } ///< accepted so far
-    [[nodiscard]] int OpenConnections() const { return Locked()->open; }    ///< at this moment
-    [[nodiscard]] int PeakRequests() const { return Locked()->peak; }       ///< most being answered at one moment
-    void Forget();                                                          ///< empties the records, keeps the answers
+    [[nodiscard]] int OpenConnections() const { return Locked()->open; } ///< at this moment
+    [[nodiscard]] int PeakRequests() const { return Locked()->peak; }    ///< most being answered at one moment
+    void Forget();                                                       ///< empties the records, keeps the answers
 
 private:
     friend class scriptedConnection;

@@ -36,6 +36,7 @@ public:
             socket->setPrivateKey(QSslKey(m_options.key, QSsl::Rsa));
             socket->setPeerVerifyMode(QSslSocket::VerifyNone);
         }
+        Count(1);
         socket->setReadBufferSize(1 << 20); // a server that stands still takes no more than this
         connect(socket, &QTcpSocket::readyRead, this, [this] { NextLine(); });
         if (m_options.tls) {
@@ -46,7 +47,25 @@ public:
         }
     }
 
+    ~smtpConnection() override { Count(-1); }
+    smtpConnection(const smtpConnection&) = delete;
+    smtpConnection& operator=(const smtpConnection&) = delete;
+
 private:
+    void Count(int more)
+    {
+        const QMutexLocker lock(&m_shared->mutex);
+        m_shared->connections += more;
+    }
+
+    /// Counts a command. @return whether it is one of those that nothing is done for.
+    [[nodiscard]] bool Stopped(const QByteArray& line)
+    {
+        const QMutexLocker lock(&m_shared->mutex);
+        m_shared->commands += line;
+        return m_shared->stopAt > 0 && m_shared->commands.size() >= m_shared->stopAt;
+    }
+
     void Answer(const QByteArray& step, const QByteArray& usual)
     {
         serverReply reply = serverReply::Bytes(usual + "\r\n");
@@ -83,10 +102,8 @@ private:
                 return;
             const QByteArray line = m_input.left(end);
             m_input.remove(0, end + 2);
-            {
-                const QMutexLocker lock(&m_shared->mutex);
-                m_shared->commands += line;
-            }
+            if (Stopped(line))
+                return Run(serverReply().Silent());
             if (m_auth.isEmpty())
                 Command(line);
             else
@@ -165,9 +182,10 @@ private:
         m_message.data = m_input.left(end == 0 ? 0 : end + 2);
         m_input.remove(0, end == 0 ? 3 : end + 5);
         m_counted = 0;
+        if (Stopped("."))
+            return Run(serverReply().Silent());
         {
             const QMutexLocker lock(&m_shared->mutex);
-            m_shared->commands += ".";
             m_shared->messages += m_message;
         }
         Answer("end", "250 taken as 4711");

@@ -56,6 +56,24 @@ public:
         const QMutexLocker lock(&m_shared->mutex);
         m_shared->replies.remove(step);
     }
+    /// Nothing is done or answered any more from this command on, counted over all connections; 0: from none.
+    void StopAt(qsizetype command)
+    {
+        const QMutexLocker lock(&m_shared->mutex);
+        m_shared->stopAt = command;
+    }
+    /// Connections that have not been seen to end.
+    [[nodiscard]] int Connections() const
+    {
+        const QMutexLocker lock(&m_shared->mutex);
+        return m_shared->connections;
+    }
+    /// How many commands have come.
+    [[nodiscard]] qsizetype Heard() const
+    {
+        const QMutexLocker lock(&m_shared->mutex);
+        return m_shared->commands.size();
+    }
     /// Every command line that came, of all connections; "." for the end of data.
     [[nodiscard]] QByteArrayList Commands() const
     {
@@ -83,6 +101,8 @@ private:
         QByteArrayList commands;
         QList<Message> messages;
         qsizetype dataBytes = 0;
+        qsizetype stopAt = 0;
+        int connections = 0;
         Options options;
     };
     std::shared_ptr<Shared> m_shared = std::make_shared<Shared>();

@@ -4,6 +4,7 @@
 #include "shell/modCommonFunctions.h"
 #include "support/dialogs.h"
 
+#include <QCloseEvent>
 #include <QDir>
 #include <QFileInfo>
 #include <QLineEdit>
@@ -68,6 +69,7 @@ private Q_SLOTS:
             program.dialogs.Expect(u"Backup complete."_s);
             program.dialogs.Expect(Restarts, {}, u"Backup/Restore Completed"_s);
             looked = true;
+            QTimer::singleShot(0, &start, &QPushButton::click); // twice, as with a double click
             start.click();
         });
         program.Trigger(u"ToolsMenuElement_2"_s);
@@ -142,6 +144,38 @@ private Q_SLOTS:
         program.windows.Discard();
         program.Open();
         QCOMPARE(program.Counter(), u"[ 4 link(s) in current view ]"_s);
+    }
+
+    /// Who cannot wait for the dated backup at the end closes the window once more.
+    void DatedBackupIsStopped()
+    {
+        struct hurryingClock : fakeClock
+        {
+            mutable int asked = 0;
+            std::chrono::milliseconds Monotonic() const override { return std::chrono::seconds(++asked); }
+        } clock;
+        clsTestWindow program;
+        program.Set(u"Backup"_s, u"KeepDated"_s, u"Yes"_s);
+        program.Fill();
+        clsTestInstallation::AddLinks(*program.opened, u"Shop"_s, 3000);
+        program.Open();
+        modBrambury::State().Platform.Clock = &clock;
+        const auto& stop = program.Find<QAction>(u"BigToolBar_3"_s);
+        bool stayed = false;
+        QTimer impatience;
+        connect(&impatience, &QTimer::timeout, this, [&] {
+            if (!stop.isEnabled())
+                return;
+            impatience.stop();
+            QCloseEvent event; // as from the desktop: close() knows that it is closing already
+            QCoreApplication::sendEvent(program.Window().windowHandle(), &event);
+            stayed = !event.isAccepted() && program.Window().isVisible();
+        });
+        impatience.start(0);
+        program.Window().close();
+        QTRY_COMPARE(program.closed, 1);
+        QVERIFY(stayed);
+        QCOMPARE(QDir(program.installation.Folder() + u"/Backup/Dated"_s).entryList(QDir::Files), QStringList());
     }
 
     void CommandsWithoutDatabase()

@@ -25,6 +25,7 @@
 #include <QTextBlock>
 #include <QTextLayout>
 #include <QTimer>
+#include <ctime>
 
 using namespace Qt::Literals::StringLiterals;
 using Answer = clsDialogs::Answer;
@@ -553,6 +554,31 @@ private Q_SLOTS:
         Dialogs().Expect(m_spelling->Unavailable());
         Dialogs().Expect(Complete);
         Press(u"Spelling"_s);
+    }
+
+    /// Broken at words it would take a minute a key.
+    void AMillionLettersOnOneLine()
+    {
+        const QString line(1'000'000, u'x');
+        Show(Added(u"Long"_s, 1, {}, u"Teh\r\n"_s + line));
+        Body().setFocus();
+        Body().moveCursor(QTextCursor::End);
+        // Of the processor: others may be at work as well.
+        const std::clock_t before = std::clock();
+        for (int i = 0; i < 3; ++i) {
+            QTest::keyClick(&Body(), Qt::Key_Y);
+            QApplication::processEvents();
+        }
+        const double seconds = static_cast<double>(std::clock() - before) / CLOCKS_PER_SEC;
+        qInfo("%.2f s a key", seconds / 3);
+        QVERIFY2(seconds < 15, "typing takes too long");
+        QCOMPARE(Body().document()->lastBlock().text(), line + u"yyy"_s);
+        QVERIFY(Underlined(0) == QStringList{u"Teh"_s} && Underlined(1).isEmpty());
+        // Without it words stay whole again.
+        Body().moveCursor(QTextCursor::StartOfBlock, QTextCursor::KeepAnchor);
+        QTest::keyClicks(&Body(), u"subjct"_s);
+        QCOMPARE(Underlined(1), QStringList{u"subjct"_s});
+        QCOMPARE(Body().wordWrapMode(), QPlainTextEdit().wordWrapMode());
     }
 
     void PreviewsAreAnswered_data()

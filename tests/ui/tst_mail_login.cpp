@@ -74,6 +74,7 @@ private Q_SLOTS:
     {
         m_keyring = {};
         m_probe = {};
+        m_programs = {};
         m_program = std::make_unique<clsTestWindow>();
         State().Platform.Keyring = &m_keyring;
         State().Platform.Programs = &m_programs;
@@ -190,6 +191,47 @@ private Q_SLOTS:
             },
             u"buttonSites_3"_s);
         QVERIFY(m_keyring.entries.isEmpty());
+    }
+
+    /// What the user enters is agreed to with OK; what the file brings along is asked for, whatever it is shown as.
+    void aCommandIsAgreedTo()
+    {
+        const auto agreed = [&] { return m_program->settings.values.value(u"TokenCommands"_s).size(); };
+        const auto test = [](QDialog& dialog) {
+            clickIn(dialog, u"buttonTest"_s);
+            clickIn(dialog, u"buttonOK"_s);
+        };
+        m_programs.output = "token";
+        const auto sites = m_program->opened->OpenRecordset(u"tblSites"_s);
+        const auto bring = [&](const QString& command) {
+            m_program->opened->UpdateRecords(u"tblSites"_s, {sites->Bookmark()},
+                                             {{u"MailUser"_s, u"ann"_s}, {u"MailTokenCommand"_s, command}});
+        };
+        bring(u"theirs"_s);
+        m_program->dialogs.Expect(u"To log in at this mail server:*"_s, clsDialogs::Answer::No);
+        Edit(test, u"buttonSites_3"_s);
+        QVERIFY(m_programs.commands.isEmpty() && m_probe.asked.isEmpty() && agreed() == 0);
+        bring(u"theirs\nonce more"_s);
+        m_program->dialogs.Expect(u"The token command of the site Shop is not run: it, or the mail server's name, is too "
+                                  "long or holds characters that cannot be seen."_s);
+        Edit(test, u"buttonSites_3"_s);
+        QVERIFY(m_programs.commands.isEmpty() && agreed() == 0);
+        bring(u"theirs"_s);
+        m_program->dialogs.Expect(u"To log in at this mail server:*"_s, clsDialogs::Answer::Yes);
+        Edit(test, u"buttonSites_3"_s);
+        Edit(test, u"buttonSites_3"_s);
+        QCOMPARE(m_programs.commands, (QStringList{u"theirs"_s, u"theirs"_s}));
+        Edit(
+            [&](QDialog& dialog) {
+                Type(dialog, u"txtTokenCommand"_s, u"mine"_s);
+                clickIn(dialog, u"buttonTest"_s);
+                QCOMPARE(agreed(), 1);
+                clickIn(dialog, u"buttonOK"_s);
+            },
+            u"buttonSites_0"_s);
+        QCOMPARE(m_programs.commands.last(), u"mine"_s);
+        QCOMPARE(agreed(), 2);
+        Edit(test, u"buttonSites_3"_s);
     }
 
     void thePasswordBoxHidesIt()

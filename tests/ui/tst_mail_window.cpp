@@ -3,6 +3,7 @@
 #include "main_window_fixture.h"
 #include "shell/modCommonFunctions.h"
 #include "support/dialogs.h"
+#include "support/mail_fakes.h"
 #include "support/scripted_smtp.h"
 #include "ui/clsResultsBox.h"
 
@@ -147,6 +148,25 @@ private Q_SLOTS:
         Program().Trigger(u"LinkMenuElement_1"_s);
         QCOMPARE(rows.size(), 2);
         QVERIFY2(rows[0].startsWith(u"sent: 250"_s) && rows[1].startsWith(u"resent: "_s), qPrintable(rows.join(u'\n')));
+    }
+
+    /// Whoever does not agree to what the database file wants to have run has stopped the run.
+    void ACommandFromTheFileIsAskedFor()
+    {
+        fakePrograms programs;
+        modBrambury::State().Platform.Programs = &programs;
+        Program().opened->UpdateRecords(
+            u"tblSites"_s, {Program().opened->OpenRecordset(u"tblSites"_s)->Bookmark()},
+            {{u"MailUser"_s, u"ann"_s}, {u"MailTokenCommand"_s, u"get-token "_s + QString(90, u'x')}});
+        Program().dialogs.Expect(u"To log in at this mail server:\r\n\r\n127.0.0.1\r\n\r\nthis command is to be run:"
+                                 "\r\n\r\nget-token "_s +
+                                     QString(50, u'x') + u"\r\n"_s + QString(40, u'x') + u"\r\n\r\n*"_s,
+                                 Answer::No, u"Log-in"_s);
+        Program().Trigger(u"ServicesMenuElement_1"_s);
+        QVERIFY2(Log().contains(u"  \u2022 Stop button was pressed.  Process aborted.\r\nEND MAIL SESSION"_s),
+                 qPrintable(Log()));
+        QVERIFY(programs.commands.isEmpty() && m_server->Commands().isEmpty());
+        QVERIFY(Queued(0) == 1 && Queued(1) == 1);
     }
 
     void CheckListsInTheResultsLog()

@@ -7,6 +7,7 @@
 #include "support/dialogs.h"
 #include "support/table.h"
 
+#include <QCheckBox>
 #include <QComboBox>
 #include <QLineEdit>
 #include <QListWidget>
@@ -322,19 +323,77 @@ private Q_SLOTS:
         QTest::keyClick(&grid, Qt::Key_Insert);
         QCOMPARE(Program().Counter(), u"[ 7 link(s) in current view ]"_s);
         QCOMPARE(grid.currentIndex().siblingAtColumn(clsLinkModel::Title).data().toString(), u"Bakery!"_s);
+        // The row that is marked is that of the link shown, and the next command is for it alone.
+        const std::vector<qint64> bakery{grid.CurrentLink()};
+        QCOMPARE(grid.ChosenLinks(), bakery);
+        SelectRows(0, 1);
+        inNextDialog([&](QDialog& dialog) {
+            clickIn(dialog, u"buttonLinks_2"_s);
+            QCOMPARE(grid.ChosenLinks(), (std::vector<qint64>{Program().ids[5]}));
+            dialog.reject();
+        });
+        QTest::keyClick(&grid, Qt::Key_Return);
 
         // A link that leaves the view does so when its editor closes: from there it could not be found again.
         Program().Find<QTabBar>(u"LinksTab"_s).setCurrentIndex(1);
         const qint64 next = grid.Links().LinkAt(1);
         grid.MakeCurrent(grid.Links().LinkAt(0));
+        SelectRows(0, 0);
         const int before = grid.Links().rowCount();
-        inNextDialog([&](QDialog& dialog) {
-            controlOf<QComboBox>(dialog, u"comboStatus"_s).setCurrentIndex(3);
-            write(dialog, u"Broken"_s);
-        });
+        const auto file = [&](const QString& title, int status) {
+            inNextDialog([=](QDialog& dialog) {
+                controlOf<QComboBox>(dialog, u"comboStatus"_s).setCurrentIndex(status);
+                write(dialog, title);
+            });
+        };
+        auto& filed = Program().Find<QLabel>(u"lblFiled"_s);
+        file(u"Pond"_s, modDataModel::Broken);
         QTest::keyClick(&grid, Qt::Key_Return);
         QCOMPARE(Program().Counter(), u"[ %1 link(s) in current view ]"_s.arg(before - 1));
+        QCOMPARE(grid.ChosenLinks(), std::vector<qint64>{next});
         QCOMPARE(grid.CurrentLink(), next);
+        QVERIFY(filed.isVisible());
+        QCOMPARE(filed.text(), u"Now in the tab \"Broken\":  Pond!"_s);
+        // A new one is shown where it is, if there is a tab for it.
+        file(u"Brook"_s, modDataModel::Broken);
+        QTest::keyClick(&grid, Qt::Key_Insert);
+        QCOMPARE(Program().Find<QTabBar>(u"LinksTab"_s).currentIndex(), 4);
+        QCOMPARE(grid.currentIndex().siblingAtColumn(clsLinkModel::Title).data().toString(), u"Brook!"_s);
+        QVERIFY(!filed.isVisible());
+        Program().Find<QCheckBox>(u"HideInactiveDeclined"_s).setChecked(true);
+        file(u"Lake"_s, modDataModel::Inactive);
+        QTest::keyClick(&grid, Qt::Key_Insert);
+        QCOMPARE(filed.text(), u"Now in the status \"Inactive\", whose tab is hidden:  Lake!"_s);
+    }
+
+    /// What a window reads before it opens may wait for another program's lock.
+    void hourglassUntilAWindowOpens()
+    {
+        class clsWatch : public QObject
+        {
+        public:
+            QList<bool> hourglass; ///< whenever a dialog is given its title: while it is made
+            bool eventFilter(QObject* watched, QEvent* event) override
+            {
+                if (event->type() == QEvent::WindowTitleChange && qobject_cast<QDialog*>(watched))
+                    hourglass << (QApplication::overrideCursor() != nullptr);
+                return false;
+            }
+        } watch;
+        Program().Fill();
+        Open();
+        qApp->installEventFilter(&watch);
+        for (const auto& entry :
+             {u"LinkMenuElement_1"_s, u"SitesMenuElement_1"_s, u"ToolsMenuElement_6"_s, u"ToolsMenuElement_8"_s}) {
+            watch.hourglass.clear();
+            inNextDialog([](QDialog& dialog) {
+                QVERIFY(!QApplication::overrideCursor());
+                dialog.reject();
+            });
+            Trigger(entry);
+            QVERIFY(!QApplication::overrideCursor());
+            QVERIFY2(!watch.hourglass.isEmpty() && watch.hourglass.first(), qPrintable(entry));
+        }
     }
 
     void manyLinks()

@@ -159,6 +159,14 @@ private Q_SLOTS:
     {
         GoTo(frmImportWizard::List, u"/p.html"_s);
         Press("SelectButton_0");
+        // It was searched and put in order, and gives way to a shorter one.
+        Find<QTreeView>("LinkList").sortByColumn(clsHarvestModel::Address, Qt::AscendingOrder);
+        Find<QLineEdit>("txtSearch").setText(u"apple"_s);
+        for (int i = 0; i < 2; ++i)
+            Press("Command1_0");
+        m_server.Answer("/short.html", serverReply::Page("<a href=http://a.example/>Apple</a>"));
+        GoTo(frmImportWizard::List, u"/short.html"_s);
+        QCOMPARE(Find<QLabel>("lblChosen").text(), u"0 of 1 chosen"_s);
         Press("Command1_0");
         QCOMPARE(m_wizard->currentId(), int{frmImportWizard::Summary});
         Press("Command1_0");

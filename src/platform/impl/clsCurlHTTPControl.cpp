@@ -29,7 +29,7 @@ struct clsCurlHTTPControl::Page : std::enable_shared_from_this<Page>
         Arrived
     };
 
-    QByteArray key; ///< all that the answer may depend on; empty for an address that cannot be requested
+    QByteArray key;     ///< all that the answer may depend on; empty for an address that cannot be requested
     bool texts = false; ///< of hyperlinks are wanted
     State state = State::Waiting;
     std::unique_ptr<clsHTTPTransfer> transfer;

@@ -5,15 +5,9 @@
 #include "platform/impl/clsSmtpSession.h"
 #include "platform/impl/modPlatformImpl.h"
 
-#include <QSysInfo>
 #include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
-
-namespace
-{
-constexpr std::chrono::milliseconds LastWords = std::chrono::seconds(2);
-} // namespace
 
 clsMailServerReport clsCurlMailProbe::Probe(const QString& host, int port, const clsMailLogin& login,
                                             int timeoutSeconds, const QString& caFile,
@@ -23,10 +17,9 @@ clsMailServerReport clsCurlMailProbe::Probe(const QString& host, int port, const
     const auto isStopped = [&] { return stopped && stopped(); };
     clsAuthorities authorities;
     authorities.Set(caFile);
-    const QString machine = QSysInfo::machineHostName();
     clsSmtpSession::Target target{.host = host,
                                   .port = port,
-                                  .helloName = machine.isEmpty() ? u"localhost"_s : machine,
+                                  .helloName = {},
                                   .login = login,
                                   .caFile = authorities.File(),
                                   .wantsCertificate = true,
@@ -46,9 +39,7 @@ clsMailServerReport clsCurlMailProbe::Probe(const QString& host, int port, const
         if (waited == clsSmtpSession::Waited::Done) {
             if (!login.user.isEmpty() && !report.loginAccepted)
                 report.failure = u"The server offers no log-in."_s;
-            session.Command("QUIT");
-            static_cast<void>(session.Wait(
-                m_eventLoop, [&] { return session.Answer().has_value(); }, isStopped, LastWords));
+            session.Quit(m_eventLoop, isStopped, limit);
         } else {
             report.failure = waited == clsSmtpSession::Waited::Stopped ? u"Stopped"_s : session.Problem().text;
         }

@@ -8,7 +8,6 @@
 #include "platform/impl/modSocketCodes.h"
 #include "platform/modMailAddress.h"
 
-#include <QSysInfo>
 #include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
@@ -17,7 +16,6 @@ using std::chrono::milliseconds;
 namespace
 {
 constexpr int TooLarge = 552; ///< RFC 1870: what the server itself would say
-constexpr milliseconds LastWords = std::chrono::seconds(2);
 
 /// An envelope address, ready to stand between angle brackets.
 QString EnvelopeAddress(const QString& address)
@@ -117,13 +115,10 @@ bool clsCurlSmtpControl::Connect()
     m_lastReply.clear();
     m_failure.clear();
     m_inDoubt = false;
-    QString name = modMailAddress::Domain(m_message.sender);
-    if (name.isEmpty())
-        name = QSysInfo::machineHostName();
     m_session = std::make_unique<clsSmtpSession>(
         m_multi, clsSmtpSession::Target{.host = m_message.host,
                                         .port = m_message.port,
-                                        .helloName = name.isEmpty() ? u"localhost"_s : name,
+                                        .helloName = modMailAddress::Domain(m_message.sender),
                                         .login = m_message.login,
                                         .caFile = m_authorities.File(),
                                         .timeLimit = std::chrono::ceil<std::chrono::seconds>(m_limit)});
@@ -229,13 +224,9 @@ void clsCurlSmtpControl::Disconnect()
     if (!m_session)
         return;
     m_lastReply = m_session->LastReply();
-    if (m_quits && !m_session->Failed() && !Stopped()) {
-        m_session->Command("QUIT");
-        // Whatever comes of it: the message has its reply.
-        static_cast<void>(m_session->Wait(
-            m_eventLoop, [this] { return m_session->Answer().has_value(); }, [this] { return Stopped(); },
-            std::min(m_limit, LastWords)));
-    }
+    if (m_quits && !m_session->Failed() && !Stopped())
+        m_session->Quit(
+            m_eventLoop, [this] { return Stopped(); }, m_limit);
     m_quits = false;
     m_session.reset();
     if (m_events)

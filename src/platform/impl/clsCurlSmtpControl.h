@@ -9,7 +9,6 @@
 
 #include <chrono>
 #include <memory>
-#include <optional>
 
 class clsEventLoop;
 

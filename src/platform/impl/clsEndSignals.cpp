@@ -33,8 +33,7 @@ extern "C" void OnEndSignal(int /*signal*/)
 clsEndSignals::clsEndSignals(std::function<void()> asked) : m_asked(std::move(asked))
 {
     if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, s_sockets.data()) != 0)
-        throw clsError(clsError::DeviceUnavailable, u"No socket pair for the signals to end."_s, u"Signals"_s,
-                       errno);
+        throw clsError(clsError::DeviceUnavailable, u"No socket pair for the signals to end."_s, u"Signals"_s, errno);
     m_notifier = std::make_unique<QSocketNotifier>(s_sockets[1], QSocketNotifier::Read);
     QObject::connect(m_notifier.get(), &QSocketNotifier::activated, m_notifier.get(), [this] {
         std::array<char, 16> bytes;

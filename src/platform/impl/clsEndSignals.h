@@ -6,8 +6,8 @@
 #include <functional>
 #include <memory>
 
-/// While it lives, SIGINT, SIGTERM and SIGHUP call `asked` out of the event loop instead of ending the process. One at a
-/// time. @throws clsError DeviceUnavailable
+/// While it lives, SIGINT, SIGTERM and SIGHUP call `asked` out of the event loop instead of ending the process. One at
+/// a time. @throws clsError DeviceUnavailable
 class clsEndSignals
 {
 public:

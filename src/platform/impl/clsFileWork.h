@@ -37,6 +37,6 @@ private:
     QObject m_home;
     int m_from = 0;
     int m_to = 100;
-    std::atomic<int> m_percent{-1};
+    std::atomic<int> m_percent{0};
     std::atomic<bool> m_stop{false};
 };

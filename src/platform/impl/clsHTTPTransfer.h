@@ -16,7 +16,7 @@ class clsHTTPTransfer final : private clsCurlListener
 {
 public:
     static constexpr int MostRedirects = 10;
-    static constexpr qsizetype MostBytes = qsizetype{4} * 1024 * 1024;  ///< of the decoded body; what lies behind is not read
+    static constexpr qsizetype MostBytes = qsizetype{4} * 1024 * 1024;  ///< of the decoded body; the rest is not read
     static constexpr qsizetype MostHeaderBytes = qsizetype{256} * 1024; ///< of one hop
 
     enum class Hop

@@ -4,7 +4,6 @@
 
 #include "platform/clsSpelling.h"
 
-#include <QByteArray>
 #include <QHash>
 #include <QStringConverter>
 #include <memory>

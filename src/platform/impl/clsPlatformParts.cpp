@@ -107,16 +107,16 @@ bool clsPlatformParts::Installed() const
     return m_parts->disk->FolderExists(m_programFolder + u"/Data"_s);
 }
 
-void clsPlatformParts::LayDown(bool sample)
+void clsPlatformParts::LayDown()
 {
     clsDisk& disk = *m_parts->disk;
     const QString share = modPlatformImpl::ShareFolder();
-    const QString source = share + (sample ? u"/Sample.mdb"_s : u"/Bramdat.mdb"_s);
+    const QString source = share + u"/Bramdat.mdb"_s;
     const QString data = m_programFolder + u"/Data"_s;
     // Where what it is laid down from is missing, nothing is begun.
-    (void)disk.Facts(source);
+    static_cast<void>(disk.Facts(source));
     for (const QString& name : SharedFiles())
-        (void)disk.Facts(share + u'/' + name);
+        static_cast<void>(disk.Facts(share + u'/' + name));
     disk.MakeFolder(m_programFolder);
     Complete();
     if (disk.FolderExists(data)) {

@@ -26,9 +26,9 @@ public:
     [[nodiscard]] const QString& Home() const { return m_home; }
     /// True when that folder has been laid down.
     [[nodiscard]] bool Installed() const;
-    /// Lays the program folder down from the share folder: Data with the empty database (or the sample), and beside it
-    /// sound, help, word lists and page template. An existing database is left alone. @throws clsError
-    void LayDown(bool sample);
+    /// Lays the program folder down from the share folder: Data with the empty database, and beside it sound, help, word
+    /// lists and page template. An existing database is left alone. @throws clsError
+    void LayDown();
     /// Brings what lies beside Data up to date: the help text is this program's, files that are not there are laid
     /// down. What the user may have made his own is left alone. @throws clsError
     void Complete();

@@ -5,10 +5,10 @@
 #include "platform/impl/modMailText.h"
 #include "platform/impl/modSocketCodes.h"
 
+#include <QSysInfo>
 #include <QUrl>
 #include <algorithm>
 #include <array>
-#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -18,6 +18,7 @@ constexpr qsizetype ChunkBytes = qsizetype{64} * 1024;
 /// What is sent before the window gets its turn.
 constexpr qsizetype MostAtOnce = qsizetype{1} << 20;
 constexpr qsizetype MostDialogue = 500; ///< lines
+constexpr std::chrono::milliseconds LastWords = std::chrono::seconds(2);
 
 bool IsThisMachine(const QString& host)
 {
@@ -79,7 +80,10 @@ QByteArray clsSmtpSession::Url(const Target& target) const
         return {};
     CURLU* url = curl_url();
     const char* scheme = target.login.security == clsMailSecurity::TLS ? "smtps" : "smtp";
-    const QByteArray path = '/' + QUrl::toPercentEncoding(target.helloName, "[]:");
+    QString name = target.helloName.isEmpty() ? QSysInfo::machineHostName() : target.helloName;
+    if (name.isEmpty())
+        name = u"localhost"_s;
+    const QByteArray path = '/' + QUrl::toPercentEncoding(name, "[]:");
     char* whole = nullptr;
     if (curl_url_set(url, CURLUPART_SCHEME, scheme, 0) == CURLUE_OK &&
         curl_url_set(url, CURLUPART_HOST, host.toUtf8().constData(), 0) == CURLUE_OK &&
@@ -377,6 +381,14 @@ void clsSmtpSession::Command(const QByteArray& line)
     m_out = line + "\r\n";
     m_outAt = 0;
     Exchange();
+}
+
+void clsSmtpSession::Quit(clsEventLoop& loop, const std::function<bool()>& stopped, std::chrono::milliseconds limit)
+{
+    Command("QUIT");
+    // Whatever comes of it: the message has its reply.
+    static_cast<void>(Wait(
+        loop, [this] { return m_answer.has_value(); }, stopped, std::min(limit, LastWords)));
 }
 
 void clsSmtpSession::Data(const QByteArray& message)

@@ -25,7 +25,7 @@ public:
     {
         QString host;
         int port = 25;
-        QString helloName; ///< who we say we are
+        QString helloName; ///< who we say we are; empty: this machine
         clsMailLogin login;
         QByteArray caFile;                  ///< PEM; see clsAuthorities
         bool checkCertificate = true;       ///< off only for looking at a certificate; then there is no log-in
@@ -83,13 +83,14 @@ public:
 
     /// Sends one command line. Answer() is empty until its reply is there.
     void Command(const QByteArray& line);
+    /// Says QUIT, and gives the server a moment to answer. @param limit  the longest such moment.
+    void Quit(clsEventLoop& loop, const std::function<bool()>& stopped, std::chrono::milliseconds limit);
     /// Sends the message, dots stuffed, and the line that ends it. It ends with CR LF, and must outlive the sending.
     void Data(const QByteArray& message);
     /// The reply to the newest command, or to the data.
     [[nodiscard]] const std::optional<clsSmtpReply>& Answer() const { return m_answer; }
     /// Everything is with the system, the end of the message too.
     [[nodiscard]] bool AllSent() const;
-    [[nodiscard]] bool SendingData() const { return m_message != nullptr; }
 
     /// A text without the secrets of the log-in, in any form in which they travel.
     [[nodiscard]] QString WithoutSecrets(const QString& text) const;

@@ -47,6 +47,12 @@ QString SqlName(const QString& name)
     return u'"' + quoted.replace(u'"', "\"\""_L1) + u'"';
 }
 
+QString SqlText(const QString& text)
+{
+    QString quoted = text;
+    return u'\'' + quoted.replace(u'\'', "''"_L1) + u'\'';
+}
+
 const clsSqlField* clsSqlTable::Field(const QString& fieldName) const
 {
     for (const clsSqlField& field : fields) {

@@ -134,5 +134,6 @@ private:
     clsSqlConnection* m_connection;
 };
 
-/// A name as a quoted identifier.
+/// A name as a quoted identifier, a text as a literal.
 QString SqlName(const QString& name);
+QString SqlText(const QString& text);

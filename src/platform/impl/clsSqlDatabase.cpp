@@ -34,7 +34,7 @@ QString WithTextLiterals(const QString& statement)
             }
             text += statement.at(i);
         }
-        result += u'\'' + text.replace(u'\'', "''"_L1) + u'\'';
+        result += SqlText(text);
     }
     return result;
 }
@@ -42,9 +42,8 @@ QString WithTextLiterals(const QString& statement)
 /// A default as the table declaration writes it.
 QString Literal(const QVariant& value)
 {
-    if (value.metaType().id() == QMetaType::QString)
-        return u'\'' + value.toString().replace(u'\'', "''"_L1) + u'\'';
-    return QString::number(value.toLongLong());
+    return value.metaType().id() == QMetaType::QString ? SqlText(value.toString())
+                                                       : QString::number(value.toLongLong());
 }
 } // namespace
 

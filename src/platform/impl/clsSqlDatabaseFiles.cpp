@@ -35,11 +35,6 @@ QString JournalOf(const QString& path)
     return path + u"-journal"_s;
 }
 
-QString SqlText(QString text)
-{
-    return u'\'' + text.replace(u'\'', "''"_L1) + u'\'';
-}
-
 /// A connection whose statements end when the work is to stop.
 class clsWorkConnection
 {
@@ -47,7 +42,9 @@ public:
     clsWorkConnection(const QString& path, const QString& connect, clsFileWork& work)
         : m_key(clsSqlWorkspace::PasswordOf(connect)), m_connection(clsSqlConnection::Open(path, m_key)), m_work(work)
     {
-        WatchWith([] {});
+        // How many pages a statement has read is all that the engine tells of how far it is.
+        const qint64 pages = QFileInfo(path).size() / clsPageFile::PageSize;
+        WatchWith([this, pages] { m_work.Advance(PagesRead() - m_before, pages * m_rounds); });
     }
     ~clsWorkConnection() { m_connection->Close(); }
     clsWorkConnection(const clsWorkConnection&) = delete;
@@ -56,6 +53,13 @@ public:
     clsSqlConnection* operator->() const { return m_connection.get(); }
     [[nodiscard]] const QString& Key() const { return m_key; }
     [[nodiscard]] clsSqlStatement Statement(const QString& sql) const { return {m_connection, sql}; }
+    /// Begins the next stretch of work. @param rounds  how often it reads the file.
+    void SetPart(int from, int to, int rounds)
+    {
+        m_work.SetPart(from, to);
+        m_before = PagesRead();
+        m_rounds = rounds;
+    }
     /// @param look  called now and then while a statement runs.
     void WatchWith(std::function<void()> look)
     {
@@ -71,10 +75,20 @@ public:
     }
 
 private:
+    [[nodiscard]] int PagesRead() const
+    {
+        int read = 0;
+        int highest = 0;
+        sqlite3_db_status(m_connection->Handle(), SQLITE_DBSTATUS_CACHE_MISS, &read, &highest, 0);
+        return read;
+    }
+
     QString m_key;
     std::shared_ptr<clsSqlConnection> m_connection;
     clsFileWork& m_work;
     std::function<void()> m_look;
+    qint64 m_before = 0; ///< pages read before this stretch of work
+    int m_rounds = 1;
 };
 
 QStringList TablesOf(const clsWorkConnection& connection)
@@ -86,15 +100,17 @@ QStringList TablesOf(const clsWorkConnection& connection)
     return names;
 }
 
+/// Of the engine's check: every page, and then every row with what the indexes have of it.
+constexpr int CheckRounds = 2;
+
 /// Reads every row, fields that run over several pages included; by the table itself, not by an index.
-clsDatabaseFiles::RowCounts RowsOf(const clsWorkConnection& connection, clsFileWork& work)
+clsDatabaseFiles::RowCounts RowsOf(const clsWorkConnection& connection)
 {
     clsDatabaseFiles::RowCounts counts;
     const QStringList tables = TablesOf(connection);
-    for (qsizetype i = 0; i < tables.size(); ++i) {
-        work.Advance(i, tables.size());
-        qint64& count = counts[tables[i]];
-        clsSqlStatement rows = connection.Statement(u"SELECT * FROM %1 NOT INDEXED"_s.arg(SqlName(tables[i])));
+    for (const QString& table : tables) {
+        qint64& count = counts[table];
+        clsSqlStatement rows = connection.Statement(u"SELECT * FROM %1 NOT INDEXED"_s.arg(SqlName(table)));
         while (rows.Step())
             ++count;
     }
@@ -156,13 +172,13 @@ QStringList ComplaintsOf(const clsWorkConnection& connection, const QString& pat
 clsDatabaseFiles::RowCounts Prove(const QString& path, const QString& connect, clsFileWork& work, int from)
 {
     const int middle = (from + 100) / 2;
-    work.SetPart(from, middle);
-    const clsWorkConnection connection(path, connect, work);
+    clsWorkConnection connection(path, connect, work);
+    connection.SetPart(from, middle, CheckRounds);
     if (const QStringList complaints = ComplaintsOf(connection, path, work); !complaints.isEmpty())
         modSqlErrors::Raise(clsError::DatabaseDamaged,
                             u"The database file \"%1\" is damaged: %2"_s.arg(path, complaints.first()));
-    work.SetPart(middle, 100);
-    return RowsOf(connection, work);
+    connection.SetPart(middle, 100, 1);
+    return RowsOf(connection);
 }
 
 /// Deletes a file that is being made, and what the engine may have put beside it, unless it is kept.
@@ -236,7 +252,8 @@ void clsSqlDatabaseFiles::Do(const Progress& progress, const std::function<void(
         const auto ticket = worker.Give([&task] { return task(), true; }, [&ended](bool) { ended = true; });
         const auto outcome = m_eventLoop.Wait(
             [&] {
-                if (const int percent = work.Percent(); percent >= 0 && progress && !progress(percent))
+                // For the first time before any event: whoever watches locks its buttons.
+                if (progress && !progress(work.Percent()))
                     work.Stop();
                 return ended;
             },
@@ -261,7 +278,7 @@ clsDatabaseFiles::RowCounts clsSqlDatabaseFiles::Read(const QString& path, const
     Do(progress, [&](clsFileWork& work) {
         const clsWorkConnection connection(path, connect, work);
         connection->Run(u"BEGIN IMMEDIATE"_s); // whoever is writing is waited for
-        rows = RowsOf(connection, work);
+        rows = RowsOf(connection);
     });
     return rows;
 }
@@ -270,12 +287,12 @@ QStringList clsSqlDatabaseFiles::Check(const QString& path, const QString& conne
 {
     QStringList complaints;
     Do(progress, [&](clsFileWork& work) {
-        work.SetPart(0, 50);
-        const clsWorkConnection connection(path, connect, work);
+        clsWorkConnection connection(path, connect, work);
+        connection.SetPart(0, 50, CheckRounds);
         complaints = ComplaintsOf(connection, path, work);
-        work.SetPart(50, 100);
+        connection.SetPart(50, 100, 1);
         if (complaints.isEmpty())
-            RowsOf(connection, work);
+            RowsOf(connection);
     });
     return complaints;
 }

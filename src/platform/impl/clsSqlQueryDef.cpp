@@ -43,7 +43,7 @@ clsSqlQueryDef::clsSqlQueryDef(std::shared_ptr<clsSqlOpenFiles> files, QString p
 
 void clsSqlQueryDef::SetParameter(const QString& name, const QVariant& value)
 {
-    (void)m_files->At(m_path);
+    static_cast<void>(m_files->At(m_path));
     if (!m_parameters.contains(name))
         modSqlErrors::Raise(clsError::UnknownItem, u"The query has no parameter \"%1\"."_s.arg(name));
     m_values.insert(name, value);

@@ -160,19 +160,19 @@ clsKeySet clsSqlRecordset::ReadKeys(const std::shared_ptr<clsSqlConnection>& con
 
 qint64 clsSqlRecordset::RecordCount() const
 {
-    (void)Connection();
+    static_cast<void>(Connection());
     return m_keys->Count();
 }
 
 bool clsSqlRecordset::BeforeFirst() const
 {
-    (void)Connection();
+    static_cast<void>(Connection());
     return m_keys->Count() == 0 || m_position < 0;
 }
 
 bool clsSqlRecordset::AfterLast() const
 {
-    (void)Connection();
+    static_cast<void>(Connection());
     return m_keys->Count() == 0 || m_position >= m_keys->Count();
 }
 
@@ -183,14 +183,14 @@ bool clsSqlRecordset::HasCurrent() const
 
 void clsSqlRecordset::RequireCurrent() const
 {
-    (void)Connection();
+    static_cast<void>(Connection());
     if (!HasCurrent())
         modSqlErrors::Raise(clsError::NoCurrentRecord, u"There is no current record."_s);
 }
 
 void clsSqlRecordset::RequireBaseTable() const
 {
-    (void)Connection();
+    static_cast<void>(Connection());
     if (m_source->table.isEmpty())
         modSqlErrors::Raise(clsError::EngineFailure, u"The records of this set cannot be changed."_s);
 }
@@ -277,7 +277,7 @@ bool clsSqlRecordset::Refresh()
 
 clsBookmark clsSqlRecordset::LastModified() const
 {
-    (void)Connection();
+    static_cast<void>(Connection());
     if (!m_lastModified)
         modSqlErrors::Raise(clsError::NoCurrentRecord, u"No record was changed through this record set."_s);
     return *m_lastModified;
@@ -285,13 +285,13 @@ clsBookmark clsSqlRecordset::LastModified() const
 
 qint64 clsSqlRecordset::PositionOf(clsBookmark bookmark) const
 {
-    (void)Connection();
+    static_cast<void>(Connection());
     return m_keys->PositionOf(bookmark);
 }
 
 clsBookmark clsSqlRecordset::BookmarkAt(qint64 position) const
 {
-    (void)Connection();
+    static_cast<void>(Connection());
     if (position < 0 || position >= m_keys->Count())
         modSqlErrors::Raise(clsError::NoCurrentRecord, u"There is no record at this place of the record set."_s);
     return m_keys->KeyAt(position);
@@ -299,7 +299,7 @@ clsBookmark clsSqlRecordset::BookmarkAt(qint64 position) const
 
 QVariant clsSqlRecordset::Field(const QString& name) const
 {
-    (void)Connection();
+    static_cast<void>(Connection());
     const clsSqlSource::Column& column = m_source->At(name);
     for (const auto& [assigned, value] : m_assigned) {
         if (assigned == &column)
@@ -316,7 +316,7 @@ QVariant clsSqlRecordset::Field(const QString& name) const
 
 QStringList clsSqlRecordset::FieldNames() const
 {
-    (void)Connection();
+    static_cast<void>(Connection());
     QStringList names;
     for (const auto& column : m_source->columns)
         names << column.name;
@@ -393,7 +393,7 @@ std::vector<qint64> clsSqlRecordset::Matches(const clsSqlSource::Column& column,
 
 bool clsSqlRecordset::FindFirst(const QString& criteria)
 {
-    (void)Connection();
+    static_cast<void>(Connection());
     const Criteria wanted = Parse(criteria);
     const std::vector<qint64> positions = Matches(m_source->At(wanted.field), wanted.value);
     if (positions.empty())
@@ -423,7 +423,7 @@ void clsSqlRecordset::AddNew()
 
 void clsSqlRecordset::SetField(const QString& name, const QVariant& value)
 {
-    (void)Connection();
+    static_cast<void>(Connection());
     if (m_change == Change::None)
         modSqlErrors::Raise(clsError::EngineFailure, u"A field can be set after Edit or AddNew only."_s);
     const clsSqlSource::Column& column = m_source->At(name);
@@ -534,7 +534,7 @@ void clsSqlRecordset::Requery()
 
 void clsSqlRecordset::Forget(const std::vector<clsBookmark>& bookmarks)
 {
-    (void)Connection();
+    static_cast<void>(Connection());
     CancelUpdate();
     OwnKeys().Remove(bookmarks);
     m_position = 0;
@@ -543,7 +543,7 @@ void clsSqlRecordset::Forget(const std::vector<clsBookmark>& bookmarks)
 
 std::unique_ptr<clsRecordset> clsSqlRecordset::Clone() const
 {
-    (void)Connection();
+    static_cast<void>(Connection());
     std::unique_ptr<clsSqlRecordset> clone(new clsSqlRecordset(*this));
     clone->CancelUpdate();
     clone->m_lastModified.reset();
@@ -553,9 +553,9 @@ std::unique_ptr<clsRecordset> clsSqlRecordset::Clone() const
 
 void clsSqlRecordset::SetSort(const QString& field)
 {
-    (void)Connection();
+    static_cast<void>(Connection());
     if (!field.isEmpty())
-        (void)m_source->At(field);
+        static_cast<void>(m_source->At(field));
     m_sort = field;
 }
 
@@ -597,7 +597,7 @@ clsKeySet clsSqlRecordset::Sorted(const clsKeySet& keys, const QString& field) c
 
 std::unique_ptr<clsRecordset> clsSqlRecordset::OpenRecordset() const
 {
-    (void)Connection();
+    static_cast<void>(Connection());
     std::unique_ptr<clsSqlRecordset> sorted(new clsSqlRecordset(*this));
     sorted->CancelUpdate();
     sorted->m_lastModified.reset();

@@ -149,7 +149,7 @@ bool Copy(clsOpenFile& source, clsOpenFile& target, const std::function<bool(qin
         target.Write(QByteArrayView(block.data(), static_cast<qsizetype>(got)));
         done += static_cast<qint64>(got);
         // Without a pause for the medium, memory would take it all at once, and the end would be a long silence.
-        if (goesOn && done % FlushSize == 0) {
+        if (goesOn && done % FlushSize < static_cast<qint64>(got)) {
             target.Flush();
             if (!goesOn(done))
                 return false;

@@ -1,12 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Timers of the user's systemd, which catch up on what was missed; where there is none, lines of the user's crontab.
+// Timers of the user's systemd, which catch up on what was missed; where there is none, lines of the user's crontab,
+// which look every hour.
 #include "platform/clsDisk.h"
 #include "platform/clsError.h"
 #include "platform/clsScheduler.h"
 #include "platform/impl/modPlatformImpl.h"
 
 #include <QDir>
+#include <QFile>
 #include <QProcess>
+#include <QScopeGuard>
 #include <QStandardPaths>
 
 using namespace Qt::Literals::StringLiterals;
@@ -15,6 +18,10 @@ namespace
 {
 constexpr int LimitMs = 20'000;
 const QString Source = u"Scheduler"_s;
+
+/// Exit codes with which a command has done what it could. With any other it could not work now: no connection yet
+/// after a night's sleep, or another run is on.
+const QString NothingMoreToDo = u"1 2 5"_s;
 
 /// What is said of a tool that is not installed.
 const QByteArray NotThere = "it is not installed";
@@ -133,7 +140,7 @@ public:
         }
         for (const QByteArray& line : Crontab()) {
             if (line.endsWith(Mark(name)))
-                return u"%1, by your crontab"_s.arg(QString::fromUtf8(line).section(u' ', 0, 4));
+                return u"%1, by your crontab"_s.arg(QString::fromUtf8(line).section(" # "_L1, -2, -2));
         }
         return {};
     }
@@ -151,12 +158,19 @@ private:
 
     void EnterTimer(const Job& job)
     {
+        // A job that systemd will not take is not entered.
+        auto undo = qScopeGuard([&job] {
+            Run(u"systemctl"_s, {u"--user"_s, u"disable"_s, Timer(job.name)});
+            QFile::remove(UnitPath(Timer(job.name)));
+            QFile::remove(UnitPath(Service(job.name)));
+        });
         m_disk.MakeFolder(QDir(UnitPath({})).absolutePath());
-        m_disk.ReplaceContent(
-            UnitPath(Service(job.name)),
-            u"[Unit]\nDescription=%1\nWants=network-online.target\nAfter=network-online.target\n\n"
-            "[Service]\nType=oneshot\nExecStart=%2\n"_s.arg(job.description, CommandLine(job.command, &UnitWord))
-                .toUtf8());
+        m_disk.ReplaceContent(UnitPath(Service(job.name)),
+                              u"[Unit]\nDescription=%1\nStartLimitIntervalSec=12h\nStartLimitBurst=8\n\n"
+                              "[Service]\nType=oneshot\nExecStart=%2\nSuccessExitStatus=%3\n"
+                              "Restart=on-failure\nRestartSec=10min\n"_s
+                                  .arg(job.description, CommandLine(job.command, &UnitWord), NothingMoreToDo)
+                                  .toUtf8());
         const QString day = job.often == Often::Weekly ? u"Mon "_s : QString();
         m_disk.ReplaceContent(
             UnitPath(Timer(job.name)),
@@ -165,15 +179,16 @@ private:
                 .toUtf8());
         MustRun(u"systemctl"_s, {u"--user"_s, u"daemon-reload"_s});
         MustRun(u"systemctl"_s, {u"--user"_s, u"enable"_s, u"--now"_s, Timer(job.name)});
+        undo.dismiss();
     }
 
     static void EnterLine(const Job& job)
     {
         QList<QByteArray> lines = Without(Crontab(), job.name);
-        const QString day = job.often == Often::Weekly ? u"1"_s : u"*"_s;
-        lines << u"%1 %2 * * %3 %4"_s.arg(job.at.minute())
-                         .arg(job.at.hour())
-                         .arg(day, CommandLine(job.command, &CrontabWord))
+        const QString when = (job.often == Often::Weekly ? u"Mon "_s : QString()) + job.at.toString(u"HH:mm"_s);
+        // What stands behind the "#" is the shell's comment.
+        lines << u"%1 * * * * %2 # %3"_s.arg(job.at.minute())
+                         .arg(CommandLine(job.command + job.onlyIfDue, &CrontabWord), when)
                          .toUtf8() +
                      Mark(job.name);
         WriteCrontab(lines);

@@ -11,9 +11,11 @@
 #include <vector>
 
 class clsDatabaseFiles;
+class clsNotifier;
 class clsScheduler;
 class clsHTTPControl;
 class clsMimeControl;
+class clsPageServer;
 class clsSmtpControl;
 class clsLinkFiles;
 
@@ -42,6 +44,8 @@ std::unique_ptr<clsDisk> MakeDisk();
 std::unique_ptr<clsSound> MakeSound();
 /// Timers of the user's systemd, else the user's crontab.
 std::unique_ptr<clsScheduler> MakeScheduler(clsDisk& disk);
+/// The notification service of the user's session. @param eventLoop  must outlive it.
+std::unique_ptr<clsNotifier> MakeNotifier(clsEventLoop& eventLoop);
 /// Word lists of hunspell, read when the first word is asked for. @param disk  must outlive it.
 std::unique_ptr<clsSpelling> MakeSpelling(clsDisk& disk);
 /// BRAMBURY_OFFLINE=1 makes it say no.
@@ -52,10 +56,14 @@ std::unique_ptr<clsSettingsStore> MakeSettingsStore(const QString& iniFile);
 /// another one asks it to come to the front.
 std::unique_ptr<clsInstance> MakeInstance(const QString& programFolder, std::function<void()> activated);
 
+/// @param pages  a line each, fields separated by a tab: host, path, status; with status 200 also title, addresses of
+/// links and of images, separated by blanks, "-" for none. Lines that begin with # are comments.
+std::unique_ptr<clsPageServer> MakePageServer(const QByteArray& pages, quint16 port);
+
 /// The libraries that the program runs on, and their versions; a version that a library does not tell is empty.
 std::vector<std::pair<QString, QString>> Libraries();
 
-/// The folder with what a first installation is laid down from (Bramdat.mdb, Sample.mdb, Musfall.wav,
-/// Bramdat.hlp, LinksPage.html, the word lists): beside the program's own, ../share/brambury.
+/// The folder with what a first installation is laid down from (Bramdat.mdb, Musfall.wav, Bramdat.hlp,
+/// LinksPage.html, the word lists): beside the program's own, ../share/brambury.
 QString ShareFolder();
 } // namespace modPlatformImpl

@@ -3,7 +3,6 @@
 
 #include "platform/impl/clsSqlStatement.h"
 #include "platform/impl/clsTreeReader.h"
-#include "platform/impl/modSqlErrors.h"
 
 #include <QFile>
 #include <algorithm>

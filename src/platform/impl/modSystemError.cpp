@@ -29,6 +29,8 @@ qint32 modSystemError::NumberOf(int code)
     case ENXIO:
     case ENOMEDIUM:
     case ESTALE:
+    case ENOTCONN: // so does a drive of another machine end
+    case EHOSTDOWN:
         return clsError::DeviceUnavailable;
     default:
         return clsError::DeviceIOError;

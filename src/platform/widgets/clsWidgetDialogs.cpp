@@ -8,6 +8,7 @@
 #include <QFileDialog>
 #include <QIcon>
 #include <QInputDialog>
+#include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPushButton>
@@ -182,8 +183,11 @@ QString clsWidgetDialogs::AskLine(const QString& prompt, const QString& title, c
     QInputDialog dialog(Owner());
     dialog.setWindowTitle(title);
     dialog.setLabelText(prompt);
+    dialog.findChild<QLabel*>()->setTextFormat(Qt::PlainText);
     dialog.setTextValue(offered);
     dialog.setTextEchoMode(shown ? QLineEdit::Normal : QLineEdit::Password);
+    dialog.setOkButtonText(u"&OK"_s); // there are no buttons before
+    dialog.setCancelButtonText(u"&Cancel"_s);
     withPlainButtons(dialog);
     // Never Null when it is accepted: an empty answer is an answer.
     return dialog.exec() == QDialog::Accepted ? u""_s + dialog.textValue() : QString();

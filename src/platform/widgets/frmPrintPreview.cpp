@@ -45,6 +45,7 @@ frmPrintPreview::frmPrintPreview(QPrinter& printer, QWidget* parent)
     all->setSpacing(0);
     all->addWidget(m_bar);
     all->addWidget(m_preview, 1);
+    m_preview->setAccessibleName(u"Pages"_s);
     connect(m_preview, &QPrintPreviewWidget::previewChanged, this, [this] { Turn(0); });
     m_preview->fitToWidth();
 }
@@ -57,6 +58,7 @@ void frmPrintPreview::AddCommand(const char* name, const QString& text, const QK
     // With its key: a tool button would show the text without.
     action->setIconText(text);
     action->setShortcut(key);
+    m_bar->widgetForAction(action)->setFocusPolicy(Qt::TabFocus);
 }
 
 bool frmPrintPreview::Make(const std::function<bool()>& print)

@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Says that the sample is in the database, as long as it is, and how to be rid of it.
+#pragma once
+
+#include <QFrame>
+
+class QPushButton;
+
+class clsSampleBar final : public QFrame
+{
+    Q_OBJECT
+
+public:
+    clsSampleBar();
+    [[nodiscard]] QPushButton* Button() const { return m_remove; }
+
+Q_SIGNALS:
+    void RemoveWanted();
+
+private:
+    QPushButton* m_remove;
+};

@@ -1,0 +1,493 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// What people need of every window who do without mouse, colours or small letters: names and roles that a reader can
+// speak, every control by the keyboard, and texts that fit when they are twice as large. The windows are those that the
+// program takes pictures of, so that a new one cannot be forgotten here.
+#include "platform/impl/clsPlatformParts.h"
+#include "support/installation.h"
+#include "support/table.h"
+#include "ui/clsButtonRow.h"
+#include "ui/clsElidedLabel.h"
+#include "ui/modMenus.h"
+#include "ui/modWindow.h"
+
+#include <QAbstractButton>
+#include <QAbstractItemView>
+#include <QAbstractSpinBox>
+#include <QAccessible>
+#include <QApplication>
+#include <QComboBox>
+#include <QDialog>
+#include <QGroupBox>
+#include <QHeaderView>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QMenuBar>
+#include <QPlainTextEdit>
+#include <QPrintPreviewWidget>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QSplitter>
+#include <QTabBar>
+#include <QTableView>
+#include <QTest>
+#include <QTextBlock>
+#include <QTextBrowser>
+#include <QTextEdit>
+#include <QToolButton>
+#include <QTreeView>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace
+{
+/// The largest window that a common small screen shows.
+constexpr QSize Screen(1366, 768);
+/// Rows of a list that are looked at: those below are no different.
+constexpr int Rows = 60;
+/// More links than any page of the help has.
+constexpr int MostLinks = 200;
+
+/// The widgets of a window that are seen, in the order of their making.
+template <typename Widget> QList<Widget*> Seen(const QWidget& window)
+{
+    QList<Widget*> seen = window.findChildren<Widget*>();
+    erase_if(seen, [&](const Widget* widget) {
+        return !widget->isVisibleTo(&window) || widget->window() != &window || widget->visibleRegion().isEmpty();
+    });
+    return seen;
+}
+
+/// The nearest of a widget and its parents that is of one of these classes.
+template <typename... Classes> QWidget* Within(QWidget* widget)
+{
+    while (widget && !(qobject_cast<Classes*>(widget) || ...))
+        widget = widget->isWindow() ? nullptr : widget->parentWidget();
+    return widget;
+}
+
+/// One window in front of all the checks, and what they have against it.
+class clsInspection
+{
+public:
+    clsInspection(QWidget& window, const QString& name, QStringList& faults)
+        : m_window(window), m_name(name), m_faults(faults)
+    {
+    }
+
+    void NamesAndRoles();
+    void NothingByColourAlone();
+    void Keyboard();
+    void Mnemonics();
+    void Fits();
+
+private:
+    void Fault(const QObject* where, const QString& what)
+    {
+        QString who = where->objectName();
+        if (who.isEmpty() || who.startsWith("qt_"_L1))
+            who = QString::fromLatin1(where->metaObject()->className()) + u' ' + where->property("text").toString();
+        m_faults << u"%1: %2: %3"_s.arg(m_name, who, what);
+    }
+    void LookAt(QAccessibleInterface* part);
+    bool HasWayAround(QWidget* control) const;
+    void ItemsSpeak(const QAbstractItemView& view);
+    void FormatsSpeak(const QObject& where, const QTextDocument& document);
+    QWidget* Press(Qt::Key key, Qt::KeyboardModifiers modifiers = {});
+    void EveryControlIsReached(const QList<QWidget*>& stops);
+
+    QWidget& m_window;
+    QString m_name;
+    QStringList& m_faults;
+    QMultiHash<QString, const QObject*> m_spoken; ///< "role name" of everything that can be used
+    QList<QWidget*> m_controls;                   ///< what can be used, and is to be reached
+    bool m_alone = false;                         ///< there is nowhere else to go
+};
+
+/// Whether something of this role is there to be used. The parts of lists are looked at as items.
+bool IsControl(QAccessible::Role role)
+{
+    switch (role) {
+    case QAccessible::PushButton:
+    case QAccessible::ButtonMenu:
+    case QAccessible::ButtonDropDown:
+    case QAccessible::CheckBox:
+    case QAccessible::RadioButton:
+    case QAccessible::ComboBox:
+    case QAccessible::EditableText:
+    case QAccessible::SpinBox:
+    case QAccessible::Slider:
+    case QAccessible::Splitter:
+    case QAccessible::List:
+    case QAccessible::Tree:
+    case QAccessible::Table:
+    case QAccessible::PageTabList:
+    case QAccessible::PageTab:
+    case QAccessible::Link:
+        return true;
+    default:
+        return false;
+    }
+}
+
+/// What a reader says of a control: its name, or the text of its label. Lists to choose from are known by their label
+/// alone.
+QString SpokenName(const QAccessibleInterface& part)
+{
+    QString name = part.role() == QAccessible::ComboBox ? QString() : part.text(QAccessible::Name);
+    for (const auto& [label, relation] : part.relations(QAccessible::Label))
+        name = name.isEmpty() ? label->text(QAccessible::Name) : name;
+    return name.simplified();
+}
+
+void clsInspection::LookAt(QAccessibleInterface* part)
+{
+    if (!part || part->state().invisible ||
+        QLatin1String(part->object() ? part->object()->metaObject()->className() : "") == "QToolBarExtension"_L1)
+        return; // the latter shows the rest of a tool bar, whose commands have keys
+    auto* widget = qobject_cast<QWidget*>(part->object());
+    const QAccessible::Role role = part->role();
+    const bool control = IsControl(role) && !qobject_cast<QSplitter*>(widget); // that bar only looks like one
+    const QObject* where = widget ? widget : static_cast<QObject*>(&m_window);
+    // The parts of a box or a list have the name of the whole.
+    const bool inside =
+        widget && Within<QComboBox, QAbstractSpinBox, QAbstractItemView, QTabBar, QLineEdit, QPrintPreviewWidget>(
+                      widget->parentWidget());
+    if (widget && widget != &m_window && (widget->focusPolicy() & Qt::TabFocus) && !widget->focusProxy() && !control &&
+        role != QAccessible::MenuBar && role != QAccessible::StaticText && !inside &&
+        !qobject_cast<QPrintPreviewWidget*>(widget))
+        Fault(where, u"takes the focus, but has no role that says what it is for (%1)"_s.arg(int{role}));
+    if (control && !inside) {
+        const QString name = SpokenName(*part);
+        if (name.isEmpty())
+            Fault(where, u"has no name (role %1)"_s.arg(int{role}));
+        if (role != QAccessible::PageTab && role != QAccessible::PageTabList) {
+            m_spoken.insert(QString::number(role) + u' ' + name, where);
+            if (widget && widget->isEnabled())
+                m_controls << widget;
+        }
+    }
+    if (role == QAccessible::List || role == QAccessible::Tree || role == QAccessible::Table)
+        return;
+    for (int i = 0; i < part->childCount(); ++i)
+        LookAt(part->child(i));
+}
+
+void clsInspection::NamesAndRoles()
+{
+    if (m_window.windowTitle().isEmpty() && !m_window.windowFlags().testFlag(Qt::SplashScreen))
+        Fault(&m_window, u"has no title"_s);
+    LookAt(QAccessible::queryAccessibleInterface(&m_window));
+    for (const QString& spoken : m_spoken.uniqueKeys()) {
+        if (m_spoken.count(spoken) > 1)
+            Fault(m_spoken.value(spoken), u"has the same name as another one: \"%1\""_s.arg(spoken));
+    }
+}
+
+void clsInspection::ItemsSpeak(const QAbstractItemView& view)
+{
+    const QAbstractItemModel* model = view.model();
+    if (!model)
+        return;
+    const auto* table = qobject_cast<const QTableView*>(&view);
+    const auto* tree = qobject_cast<const QTreeView*>(&view);
+    for (int column = 0; column < model->columnCount(view.rootIndex()); ++column) {
+        if ((table && table->isColumnHidden(column)) || (tree && tree->isColumnHidden(column)))
+            continue;
+        const QHeaderView* header = table ? table->horizontalHeader() : tree ? tree->header() : nullptr;
+        if (header && header->isVisible() && model->headerData(column, Qt::Horizontal).toString().trimmed().isEmpty())
+            Fault(&view, u"column %1 has no heading"_s.arg(column));
+        QHash<QString, QByteArray> pictures; // by what a reader says of their cells
+        for (int row = 0; row < std::min(Rows, model->rowCount(view.rootIndex())); ++row) {
+            const QModelIndex index = model->index(row, column, view.rootIndex());
+            const QString shown = index.data(Qt::DisplayRole).toString();
+            const QString given = index.data(Qt::AccessibleTextRole).toString();
+            const QString spoken = given.isEmpty() ? shown : given;
+            const auto icon = index.data(Qt::DecorationRole).value<QIcon>();
+            const bool coloured = index.data(Qt::ForegroundRole).isValid() || index.data(Qt::BackgroundRole).isValid();
+            if ((!icon.isNull() || coloured) && spoken.isEmpty())
+                Fault(&view, u"row %1, column %2 says nothing but by its picture or colour"_s.arg(row).arg(column));
+            if (!icon.isNull() && shown.isEmpty() && index.data(Qt::ToolTipRole).toString().isEmpty())
+                Fault(&view, u"row %1, column %2 has a picture and no tip"_s.arg(row).arg(column));
+            const QImage picture = icon.pixmap(16).toImage();
+            const QByteArray dots(reinterpret_cast<const char*>(picture.constBits()), picture.sizeInBytes());
+            if (pictures.value(spoken, dots) != dots)
+                Fault(&view, u"column %1 says \"%2\" of different pictures"_s.arg(column).arg(spoken));
+            pictures.insert(spoken, dots);
+        }
+    }
+}
+
+void clsInspection::FormatsSpeak(const QObject& where, const QTextDocument& document)
+{
+    const auto byColourAlone = [](const QTextCharFormat& format) {
+        return format.foreground().style() != Qt::NoBrush && format.fontWeight() <= QFont::Normal &&
+               !format.fontItalic() && format.underlineStyle() == QTextCharFormat::NoUnderline && !format.isAnchor();
+    };
+    for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
+        QList<QTextCharFormat> formats;
+        for (const QTextLayout::FormatRange& range : block.layout()->formats())
+            formats << range.format;
+        for (auto part = block.begin(); part != block.end(); ++part)
+            formats << part.fragment().charFormat();
+        if (std::any_of(formats.begin(), formats.end(), byColourAlone))
+            return Fault(&where, u"says something by colour alone: \"%1\""_s.arg(block.text().left(60)));
+    }
+}
+
+void clsInspection::NothingByColourAlone()
+{
+    for (const QAbstractItemView* view : Seen<QAbstractItemView>(m_window))
+        ItemsSpeak(*view);
+    for (const QPlainTextEdit* box : Seen<QPlainTextEdit>(m_window))
+        FormatsSpeak(*box, *box->document());
+    for (const QTextEdit* box : Seen<QTextEdit>(m_window))
+        FormatsSpeak(*box, *box->document());
+    for (const QLabel* label : Seen<QLabel>(m_window)) {
+        if (label->palette().color(QPalette::WindowText) != m_window.palette().color(QPalette::WindowText) &&
+            !label->font().bold() && !label->font().italic())
+            Fault(label, u"says something by colour alone"_s);
+    }
+}
+
+QWidget* clsInspection::Press(Qt::Key key, Qt::KeyboardModifiers modifiers)
+{
+    QTest::keyClick(m_window.windowHandle(), key, modifiers);
+    return m_window.focusWidget();
+}
+
+void clsInspection::Keyboard()
+{
+    m_window.activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&m_window));
+    if (m_controls.isEmpty())
+        return;
+    m_window.setAttribute(Qt::WA_KeyboardFocusChange); // as after the first key: only then is every focus drawn
+    QWidget* first = m_window.focusWidget();
+    if (!first)
+        first = Press(Qt::Key_Tab);
+    QList<QWidget*> stops;
+    for (QWidget* now = first; now && !stops.contains(now);) {
+        stops << now;
+        const QRect place(now->mapTo(&m_window, QPoint()) - QPoint(2, 2), now->size() + QSize(4, 4));
+        const QImage focused = m_window.grab(place).toImage();
+        QWidget* next = Press(Qt::Key_Tab);
+        for (int link = 0; next == now && link < MostLinks && qobject_cast<QTextBrowser*>(now); ++link)
+            next = Press(Qt::Key_Tab); // through the links of a page
+        if (next == now)
+            next = Press(Qt::Key_Tab, Qt::ControlModifier); // where Tab is a letter
+        if (next == now)
+            m_alone = true;
+        // The style draws the default button as if it had the focus, and pages that are scrolled without any.
+        const auto* button = qobject_cast<QPushButton*>(now);
+        if (next != now && !(button && button->isDefault()) && !Within<QPrintPreviewWidget>(now) &&
+            m_window.grab(place).toImage() == focused)
+            Fault(now, u"does not show that it has the focus"_s);
+        now = next;
+    }
+    if (m_alone && m_controls.size() > 1)
+        Fault(stops.last(), u"keeps the focus when Tab is pressed"_s);
+    if (m_window.focusWidget() != first)
+        Fault(m_window.focusWidget() ? m_window.focusWidget() : &m_window, u"is where Tab ends, not at the first"_s);
+    // The way back is the same one.
+    QList<QWidget*> back{first};
+    for (qsizetype i = 1; i < stops.size(); ++i) {
+        QWidget* before = m_window.focusWidget();
+        QWidget* now = Press(Qt::Key_Backtab, Qt::ShiftModifier);
+        for (int link = 0; now == before && link < MostLinks && qobject_cast<QTextBrowser*>(now); ++link)
+            now = Press(Qt::Key_Backtab, Qt::ShiftModifier);
+        back.insert(1, now == before ? Press(Qt::Key_Backtab, Qt::ShiftModifier | Qt::ControlModifier) : now);
+    }
+    if (back != stops)
+        Fault(first, u"Shift+Tab takes another way than Tab"_s);
+    EveryControlIsReached(stops);
+    first->setFocus();
+}
+
+bool clsInspection::HasWayAround(QWidget* control) const
+{
+    const auto* button = qobject_cast<QToolButton*>(control);
+    if (!button)
+        return false;
+    // A button with a key of its own, or one of a tool bar whose command stands in a menu too.
+    const QList<QAction*> commands = m_window.findChildren<QAction*>();
+    return !button->shortcut().isEmpty() ||
+           (button->defaultAction() && std::any_of(commands.begin(), commands.end(), [&](const QAction* command) {
+                return command != button->defaultAction() && modMenus::Plain(command->text()) == button->toolTip();
+            }));
+}
+
+void clsInspection::EveryControlIsReached(const QList<QWidget*>& stops)
+{
+    QSet<QWidget*> reached(stops.begin(), stops.end());
+    for (QWidget* stop : stops) {
+        // One button of a group is reached by Tab, the others by the arrow keys; the last step leads back.
+        const auto* button = qobject_cast<QAbstractButton*>(stop);
+        if (!button || !button->isCheckable() || !(button->autoExclusive() || button->group()))
+            continue;
+        for (const Qt::Key key : {Qt::Key_Down, Qt::Key_Right}) {
+            stop->setFocus();
+            for (QWidget* now = Press(key); now != stop && !reached.contains(now); now = Press(key))
+                reached << now;
+        }
+        QTest::keyClick(stop, Qt::Key_Space);
+    }
+    for (QWidget* control : m_controls) {
+        QWidget* whole = Within<QComboBox, QAbstractSpinBox, QLineEdit, QTabBar, QAbstractItemView>(control);
+        if (!reached.contains(control) && !reached.contains(whole) && !HasWayAround(control))
+            Fault(control, u"is not reached by the keyboard"_s);
+    }
+}
+
+/// Letters that two controls share, because both texts are given: Alt and the letter takes turns between them.
+const QStringList SharedLetters{
+    u"customize: Alt+D: &Down, &Default"_s,
+    u"SitesMenu: Alt+N: &New..., <Ca&ncel>"_s,
+    u"LinkMenu: Alt+N: &New..., <Ca&ncel>"_s,
+    u"submenuTemplate: Alt+S: &Save Template, Print &Setup..."_s,
+};
+
+void clsInspection::Mnemonics()
+{
+    QMap<QString, QStringList> owners; // of each letter
+    const auto add = [&](const QString& text) {
+        if (const QKeySequence key = QKeySequence::mnemonic(text); !key.isEmpty())
+            owners[key.toString()] << text;
+    };
+    const auto judge = [&](const QString& where) {
+        for (const auto& [key, texts] : std::exchange(owners, {}).asKeyValueRange()) {
+            const QString found = u"%1: %2: %3"_s.arg(where, key, texts.join(u", "_s));
+            if (texts.size() > 1 && !SharedLetters.contains(found))
+                m_faults << found;
+        }
+    };
+    for (const QMenu* menu : m_window.findChildren<QMenu*>()) {
+        for (const QAction* entry : menu->actions())
+            add(entry->text());
+        judge(menu->objectName());
+    }
+    for (const QAbstractButton* button : Seen<QAbstractButton>(m_window))
+        add(button->text());
+    for (const QGroupBox* box : Seen<QGroupBox>(m_window))
+        add(box->title());
+    for (const QLabel* label : Seen<QLabel>(m_window)) {
+        if (label->buddy())
+            add(label->text());
+    }
+    for (const QTabBar* tabs : Seen<QTabBar>(m_window)) {
+        for (int tab = 0; tab < tabs->count(); ++tab)
+            add(tabs->tabText(tab));
+    }
+    for (const QMenuBar* bar : Seen<QMenuBar>(m_window)) {
+        for (const QAction* title : bar->actions())
+            add(title->text());
+    }
+    judge(m_name);
+}
+
+void clsInspection::Fits()
+{
+    const auto within = [](QSize small, QSize large) {
+        return small.width() <= large.width() && small.height() <= large.height();
+    };
+    const auto say = [](QSize size) { return u"%1x%2"_s.arg(size.width()).arg(size.height()); };
+    if (!within(m_window.size(), Screen))
+        Fault(&m_window, u"is %1 large"_s.arg(say(m_window.size())));
+    for (QWidget* widget : Seen<QWidget>(m_window)) {
+        QWidget* parent = widget->parentWidget();
+        // What a list or a text shows can be scrolled; what stands in a box is the box's own affair.
+        if (Within<QAbstractItemView, QComboBox, QAbstractSpinBox, QLineEdit, QTabBar, QPlainTextEdit, QTextEdit>(
+                parent))
+            continue;
+        if (!parent->rect().contains(widget->geometry()) && widget->isEnabledTo(nullptr) &&
+            !parent->inherits("QScrollArea") && parent->objectName() != "qt_scrollarea_viewport"_L1)
+            Fault(widget, u"reaches out of %1"_s.arg(parent->objectName()));
+        QSize needed;
+        if (const auto* label = qobject_cast<QLabel*>(widget)) {
+            if (qobject_cast<clsElidedLabel*>(widget) || label->text().isEmpty())
+                continue; // shows the rest as a tip
+            needed = label->wordWrap() ? QSize(label->minimumSizeHint().width(), label->heightForWidth(label->width()))
+                                       : label->sizeHint();
+        } else if (auto* button = qobject_cast<QAbstractButton*>(widget)) {
+            needed = qobject_cast<clsButtonRow*>(parent)
+                         ? button->fontMetrics().size(Qt::TextShowMnemonic, button->text())
+                         : button->minimumSizeHint();
+        } else if (qobject_cast<QLineEdit*>(widget) || qobject_cast<QComboBox*>(widget) ||
+                   qobject_cast<QAbstractSpinBox*>(widget) || qobject_cast<QGroupBox*>(widget)) {
+            needed = QSize(widget->minimumSizeHint());
+        } else if (const auto* tabs = qobject_cast<QTabBar*>(widget)) {
+            if (tabs->usesScrollButtons())
+                needed.setHeight(tabs->sizeHint().height());
+            else
+                needed = tabs->sizeHint();
+        }
+        if (!within(needed, widget->size()))
+            Fault(widget, u"is cut: %1 of %2"_s.arg(say(widget->size()), say(needed)));
+        for (QWidget* other : parent->findChildren<QWidget*>(Qt::FindDirectChildrenOnly)) {
+            if (other > widget && !other->isWindow() && other->isVisibleTo(&m_window) &&
+                other->geometry().intersects(widget->geometry()) && !parent->inherits("QMainWindow"))
+                Fault(widget, u"and %1 lie one upon the other"_s.arg(other->objectName() + u' ' +
+                                                                     QLatin1String(other->metaObject()->className())));
+        }
+    }
+}
+} // namespace
+
+class tst_accessibility : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void everyWindow_data()
+    {
+        const testTable<double, QPalette> row;
+        row("as it comes", 1.0, QApplication::palette());
+        row("dark, text twice as large", 2.0, QPalette(QColor(0x2a, 0x2b, 0x2f)));
+    }
+    void everyWindow()
+    {
+        const auto [text, palette] = testRow<double, QPalette>();
+        QApplication::setCursorFlashTime(0); // always seen
+        const QFont usual = QApplication::font();
+        QFont font = usual;
+        font.setPointSizeF(usual.pointSizeF() * text);
+        QApplication::setFont(font);
+        const QPalette usualPalette = QApplication::palette();
+        QApplication::setPalette(palette);
+        const clsTestInstallation installation(clsTestInstallation::Content::Sample);
+        clsPlatformParts parts(installation.Folder());
+        parts.Complete();
+        QStringList faults;
+        QSet<QString> names;
+        const bool all = modWindow::EachWindow(parts, [&](QWidget& window, const QString& name) {
+            names << name;
+            for (int turn = 0; turn < 3; ++turn)
+                QCoreApplication::processEvents();          // every layout has followed those inside it
+            if (qEnvironmentVariableIsSet("BRAMBURY_LOOK")) // a folder for whoever wants to see it too
+                window.grab().save(qEnvironmentVariable("BRAMBURY_LOOK") + u'/' + name + u".png"_s);
+            clsInspection inspection(window, name, faults);
+            inspection.Fits();
+            if (qobject_cast<QDialog*>(&window)) {
+                const QSize size = window.size();
+                window.resize(window.minimumSize().expandedTo(window.minimumSizeHint()));
+                QCoreApplication::processEvents();
+                inspection.Fits();
+                window.resize(size);
+            }
+            inspection.NamesAndRoles();
+            inspection.NothingByColourAlone();
+            inspection.Mnemonics();
+            inspection.Keyboard();
+        });
+        QApplication::setFont(usual);
+        QApplication::setPalette(usualPalette);
+        QVERIFY(all);
+        QVERIFY(names.size() > 40);
+        for (const QString& fault : faults)
+            qWarning("%s", qPrintable(fault));
+        QCOMPARE(faults.size(), 0);
+    }
+};
+
+QTEST_MAIN(tst_accessibility)
+#include "tst_accessibility.moc"
