@@ -248,10 +248,7 @@ Figures RunLinkTest(const Web& web, int links, int simultaneous)
 
     clsRunParent parent;
     quietLog log;
-    clsHTTP test({.Parent = &parent,
-                  .LogWindow = &log,
-                  .Platform = state.Platform,
-                  .Database = state.Database.get()});
+    clsHTTP test({.Parent = &parent, .LogWindow = &log, .Platform = state.Platform, .Database = state.Database.get()});
     const Heartbeat heartbeat;
     const Meter meter;
     test.CheckLinks();

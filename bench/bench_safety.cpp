@@ -4,7 +4,7 @@
 #include "platform/clsDatabaseFiles.h"
 #include "platform/clsDisk.h"
 #include "platform/clsEventLoop.h"
-#include "platform/impl/modPlatformImpl.h"
+#include "platform/modPlatformImpl.h"
 #include "support/installation.h"
 
 #include <QCoreApplication>

@@ -18,7 +18,9 @@ endif()
 
 # The floors, lowest first. A library may link only what stands before it here.
 set(BRAMBURY_FLOORS
-  platform shell data log linktest mail publish platform_impl platform_widgets ui cli)
+  platform shell data log linktest mail publish
+  platform_system platform_desktop platform_pages platform_database platform_network platform_parts platform_widgets
+  ui_parts ui_lists ui_help ui_mail ui_records ui_main cli)
 
 # brambury_library(NAME DEPENDS lower-libraries... LIBS outside-libraries...)
 # Builds every source of the current folder (not of folders below it) into one static library.

@@ -3,7 +3,7 @@
 #include "cli/modCommandLine.h"
 #include "platform/clsPrinter.h"
 #include "platform/widgets/modWidgets.h"
-#include "ui/modWindow.h"
+#include "ui/main/modWindow.h"
 
 #include <QApplication>
 #include <clocale>

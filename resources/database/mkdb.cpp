@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // brambury-mkdb: makes the database files that are shipped, from readable statements. Runs when the program is built.
 #include "platform/clsError.h"
-#include "platform/impl/modDatabaseMaker.h"
+#include "platform/database/modDatabaseMaker.h"
 
 #include <QCoreApplication>
 #include <QTextStream>

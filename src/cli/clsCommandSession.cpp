@@ -6,7 +6,7 @@
 #include "data/modSites.h"
 #include "platform/clsDatabase.h"
 #include "platform/clsDisk.h"
-#include "platform/impl/clsPlatformParts.h"
+#include "platform/parts/clsPlatformParts.h"
 #include "shell/clsErrorHandler.h"
 #include "shell/modBrambury.h"
 #include "shell/modCommonFunctions.h"

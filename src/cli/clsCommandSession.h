@@ -5,7 +5,7 @@
 #include "cli/clsConsoleDialogs.h"
 #include "cli/clsConsoleWindows.h"
 #include "cli/modExitCode.h"
-#include "platform/impl/clsEndSignals.h"
+#include "platform/system/clsEndSignals.h"
 
 #include <QString>
 #include <functional>

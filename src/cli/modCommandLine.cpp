@@ -5,7 +5,7 @@
 #include "cli/modCommands.h"
 #include "cli/modConsole.h"
 #include "platform/clsPrinter.h"
-#include "platform/impl/clsPlatformParts.h"
+#include "platform/parts/clsPlatformParts.h"
 #include "shell/modBrambury.h"
 
 #include <CLI/CLI.hpp>

@@ -6,7 +6,7 @@
 #include "data/modDBFunctions.h"
 #include "data/modSample.h"
 #include "platform/clsDisk.h"
-#include "platform/impl/clsPlatformParts.h"
+#include "platform/parts/clsPlatformParts.h"
 #include "shell/modBrambury.h"
 #include "shell/modErrorHandler.h"
 

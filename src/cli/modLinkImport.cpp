@@ -7,7 +7,7 @@
 #include "data/clsLinkRecord.h"
 #include "data/modCategories.h"
 #include "platform/clsDisk.h"
-#include "platform/impl/modCsv.h"
+#include "platform/pages/modCsv.h"
 #include "shell/modBrambury.h"
 
 #include <CLI/CLI.hpp>

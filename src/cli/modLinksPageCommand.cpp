@@ -5,7 +5,7 @@
 #include "cli/modConsole.h"
 #include "platform/clsDatabase.h"
 #include "platform/clsDisk.h"
-#include "platform/impl/clsPlatformParts.h"
+#include "platform/parts/clsPlatformParts.h"
 #include "publish/modLinksPage.h"
 #include "shell/modBrambury.h"
 #include "shell/modCommonFunctions.h"

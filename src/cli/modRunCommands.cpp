@@ -9,7 +9,7 @@
 #include "linktest/modTestQueue.h"
 #include "platform/clsDatabase.h"
 #include "platform/clsPageServer.h"
-#include "platform/impl/modPlatformImpl.h"
+#include "platform/modPlatformImpl.h"
 #include "shell/modBrambury.h"
 #include "shell/modCommonFunctions.h"
 

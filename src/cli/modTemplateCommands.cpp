@@ -7,7 +7,7 @@
 #include "mail/clsMailTemplate.h"
 #include "platform/clsDatabase.h"
 #include "platform/clsDisk.h"
-#include "platform/impl/modMailText.h"
+#include "platform/network/modMailText.h"
 #include "shell/modBrambury.h"
 #include "shell/modCommonFunctions.h"
 

@@ -92,8 +92,8 @@ bool Open(bool mending)
     for (const QString& field : {u"MailGap"_s, u"MailPerHour"_s, u"MailPerDay"_s})
         dao.AddField(*state.Database, u"tblSites"_s, field, NumberType, 0);
     AddTable(*state.Database, u"tblSendLedger"_s, modDBFunctions::LedgerStatements);
-    for (const auto& [field, size] : {std::pair(u"MailSecurity"_s, 8), {u"MailUser"_s, 255},
-                                      {u"MailTokenCommand"_s, 1000}, {u"MailKey"_s, 64}})
+    for (const auto& [field, size] :
+         {std::pair(u"MailSecurity"_s, 8), {u"MailUser"_s, 255}, {u"MailTokenCommand"_s, 1000}, {u"MailKey"_s, 64}})
         dao.AddField(*state.Database, u"tblSites"_s, field, TextType, static_cast<qint16>(size));
     AddTable(*state.Database, u"tblMailSecrets"_s, modDBFunctions::MailSecretsStatements);
     AddTable(*state.Database, u"tblSample"_s, modDBFunctions::SampleMarksStatements);

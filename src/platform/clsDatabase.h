@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Where the program keeps its records: workspace, database, stored queries and record sets, in the words of their
-// callers. What engine stands behind them is known to platform/impl alone.
+// callers. What engine stands behind them is known to platform/database alone.
 #pragma once
 
 #include <QString>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The program as a shell meets it: words in, streams, exit code and records out.
 #include "platform/clsDisk.h"
-#include "platform/impl/modPlatformImpl.h"
+#include "platform/modPlatformImpl.h"
 #include "support/command_line.h"
 #include "support/files.h"
 #include "support/installation.h"

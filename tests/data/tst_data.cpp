@@ -3,7 +3,7 @@
 #include "data/clsDAO.h"
 #include "data/modDBFunctions.h"
 #include "data/modDataModel.h"
-#include "platform/impl/modDatabaseMaker.h"
+#include "platform/database/modDatabaseMaker.h"
 #include "support/program.h"
 
 #include <QFile>

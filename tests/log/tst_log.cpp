@@ -3,7 +3,7 @@
 #include "log/clsStatusLog.h"
 #include "platform/clsDisk.h"
 #include "platform/clsError.h"
-#include "platform/impl/modPlatformImpl.h"
+#include "platform/modPlatformImpl.h"
 #include "support/fakes.h"
 #include "support/table.h"
 

@@ -2,7 +2,7 @@
 // The database engine on real encrypted files: what a record set promises, and what becomes of broken, locked and full
 // ones.
 #include "platform/clsError.h"
-#include "platform/impl/modPlatformImpl.h"
+#include "platform/modPlatformImpl.h"
 #include "support/faults.h"
 #include "support/installation.h"
 #include "support/table.h"

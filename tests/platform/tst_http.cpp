@@ -3,8 +3,8 @@
 // wrong ends.
 #include "platform/clsDisk.h"
 #include "platform/clsEventLoop.h"
-#include "platform/impl/clsCurlHTTPControl.h"
-#include "platform/impl/modPlatformImpl.h"
+#include "platform/modPlatformImpl.h"
+#include "platform/network/clsCurlHTTPControl.h"
 #include "support/authority.h"
 #include "support/faults.h"
 #include "support/scripted_server.h"

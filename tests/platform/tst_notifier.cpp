@@ -2,7 +2,7 @@
 // Notes on the desktop, against a session bus of the test's own.
 #include "platform/clsEventLoop.h"
 #include "platform/clsNotifier.h"
-#include "platform/impl/modPlatformImpl.h"
+#include "platform/modPlatformImpl.h"
 #include "support/files.h"
 
 #include <QDBusConnection>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // What counts as a link or an image on a page, in whatever encoding and however broken; and that no page is too much.
-#include "platform/impl/clsMarkupGuard.h"
-#include "platform/impl/clsPageParser.h"
+#include "platform/pages/clsMarkupGuard.h"
+#include "platform/pages/clsPageParser.h"
 #include "support/suite_report.h"
 #include "support/table.h"
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // A corpus of damaged database files: every kind of page flipped, emptied and exchanged, files cut short, files that
 // are none. What is saved is compared with what was there before, record by record.
-#include "platform/impl/clsPageFile.h"
-#include "platform/impl/clsSqlStatement.h"
-#include "platform/impl/modDatabaseMaker.h"
-#include "platform/impl/modSalvage.h"
+#include "platform/database/clsPageFile.h"
+#include "platform/database/clsSqlStatement.h"
+#include "platform/database/modDatabaseMaker.h"
+#include "platform/database/modSalvage.h"
 #include "support/faults.h"
 #include "support/installation.h"
 #include "support/suite_report.h"

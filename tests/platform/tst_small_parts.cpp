@@ -3,7 +3,7 @@
 #include "platform/clsDisk.h"
 #include "platform/clsSettingsStore.h"
 #include "platform/clsSound.h"
-#include "platform/impl/modPlatformImpl.h"
+#include "platform/modPlatformImpl.h"
 #include "support/faults.h"
 #include "support/table.h"
 

@@ -2,8 +2,8 @@
 // The SMTP control against a scripted mail server: what goes over the wire, and how everything that can go wrong ends.
 #include "platform/clsError.h"
 #include "platform/clsEventLoop.h"
-#include "platform/impl/clsCurlSmtpControl.h"
-#include "platform/impl/modPlatformImpl.h"
+#include "platform/modPlatformImpl.h"
+#include "platform/network/clsCurlSmtpControl.h"
 #include "support/authority.h"
 #include "support/faults.h"
 #include "support/scripted_smtp.h"

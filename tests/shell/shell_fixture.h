@@ -5,7 +5,7 @@
 #include "platform/clsBrowser.h"
 #include "platform/clsDatabase.h"
 #include "platform/clsDisk.h"
-#include "platform/impl/modPlatformImpl.h"
+#include "platform/modPlatformImpl.h"
 #include "shell/modBrambury.h"
 #include "support/fakes.h"
 

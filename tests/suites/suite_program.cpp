@@ -3,7 +3,7 @@
 #include "suites/suite_program.h"
 
 #include "platform/clsDisk.h"
-#include "platform/impl/modPlatformImpl.h"
+#include "platform/modPlatformImpl.h"
 #include "support/files.h"
 
 #include <QProcessEnvironment>

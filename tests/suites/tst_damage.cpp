@@ -3,11 +3,11 @@
 // rest is told, or the repair is refused and a backup leads out. Nothing is lost in silence, and no damaged file takes
 // the place of a sound one.
 #include "main_window_fixture.h"
-#include "platform/impl/clsPageFile.h"
+#include "platform/database/clsPageFile.h"
 #include "suites/suite_program.h"
 #include "support/files.h"
 #include "support/suite_report.h"
-#include "ui/clsResultsBox.h"
+#include "ui/main/clsResultsBox.h"
 
 #include <QApplication>
 #include <QDialog>

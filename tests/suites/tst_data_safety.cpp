@@ -3,7 +3,7 @@
 // that changes a file, and every such call failing. Afterwards there is the old state or the new one, whole, under a
 // name that the program knows.
 #include "platform/clsDisk.h"
-#include "platform/impl/modPlatformImpl.h"
+#include "platform/modPlatformImpl.h"
 #include "suites/suite_program.h"
 #include "support/files.h"
 #include "support/suite_report.h"

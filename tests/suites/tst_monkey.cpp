@@ -13,20 +13,20 @@
 #include "log/clsStatusLog.h"
 #include "platform/clsBrowser.h"
 #include "platform/clsDisk.h"
-#include "platform/impl/clsPlatformParts.h"
-#include "platform/impl/modPlatformImpl.h"
+#include "platform/modPlatformImpl.h"
+#include "platform/parts/clsPlatformParts.h"
 #include "platform/widgets/modWidgets.h"
 #include "shell/modBrambury.h"
-#include "ui/clsLinkGrid.h"
-#include "ui/clsWindowParts.h"
-#include "ui/frmMain.h"
+#include "ui/lists/clsLinkGrid.h"
+#include "ui/main/clsWindowParts.h"
+#include "ui/main/frmMain.h"
 
 #include <QAction>
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDeadlineTimer>
-#include <QDir>
+#include <QDirIterator>
 #include <QElapsedTimer>
 #include <QFileDialog>
 #include <QLabel>
@@ -38,8 +38,10 @@
 #include <QPushButton>
 #include <QRandomGenerator>
 #include <QRegularExpression>
+#include <QScopedValueRollback>
 #include <QTabBar>
 #include <QTableView>
+#include <QThread>
 #include <QTimer>
 #include <QTreeWidget>
 #include <QWheelEvent>
@@ -90,8 +92,12 @@ QStringList Everything()
     QStringList names = u"clsPrintProgress|frmPrintPreview|QPageSetupDialog|QFileDialog|QInputDialog|QMessageBox|QMenu|"
                         "picFrame_0|picFrame_1|picFrame_2|picFrame_3|picFrame_4|log-in|message|close|"
                         "close behind a dialog|end of the session"_s.split(u'|');
-    for (const QString& file : QDir(QStringLiteral(BRAMBURY_SOURCE_DIR "/src/ui")).entryList({u"frm*.h"_s}))
-        names << file.chopped(2);
+    for (QDirIterator file(QStringLiteral(BRAMBURY_SOURCE_DIR "/src/ui"), {u"frm*.h"_s}, QDir::Files,
+                           QDirIterator::Subdirectories);
+         file.hasNext();) {
+        file.next();
+        names << file.fileInfo().baseName();
+    }
     names.removeOne(u"frmMainInside"_s); // no window
     for (const auto& [run, heard] : Runs)
         names << run;
@@ -259,6 +265,7 @@ private:
     QList<QPointer<QWidget>> m_windows; ///< that are open
     QString m_page;                     ///< of the wizard
     QString m_log;                      ///< what has been read of the results log
+    int m_pressing = -1;                ///< the depth at which a key or button is pressed
     QString m_run;                      ///< the kind of the run that has begun there
     QElapsedTimer m_waiting;
     qint64 m_kept = 0;
@@ -314,6 +321,9 @@ private:
                 FaultIf(waited > LongestPause * BRAMBURY_SLOW, u"the window did not answer for %1 ms"_s.arg(waited));
             }
             Schedule();
+            // Inside a click or key only the dialog, menu or run is used that it has opened.
+            if (Depth() <= m_pressing)
+                return;
             LookAround();
             if (m_parts.Windows.Main()) {
                 Check();
@@ -430,7 +440,14 @@ private:
 
     [[nodiscard]] bool IsBusy() const
     {
-        return m_parts.Windows.Main()->findChild<QAction*>(u"BigToolBar_3"_s)->isEnabled(); // Stop
+        const frmMain* window = m_parts.Windows.Main();
+        return window && window->findChild<QAction*>(u"BigToolBar_3"_s)->isEnabled(); // Stop
+    }
+    /// Greater with each dialog, run or menu that has opened, in this order.
+    [[nodiscard]] int Depth() const
+    {
+        return 4 * QThread::currentThread()->loopLevel() + (IsBusy() ? 2 : 0) +
+               (QApplication::activePopupWidget() ? 1 : 0);
     }
 
     void Act()
@@ -454,7 +471,7 @@ private:
             ActOnFiles(*files);
         } else if (dialog) {
             ActOn(*dialog);
-        } else if (window.isVisible()) {
+        } else if (window.isVisible() && !window.Unloaded()) {
             ActOn(window);
         }
     }
@@ -573,11 +590,14 @@ private:
                               Qt::NoScrollPhase, false);
             QApplication::sendEvent(&target, &wheel);
         } else {
+            const QScopedValueRollback pressing(m_pressing, Depth());
             const QPointer<QWindow> handle = window.windowHandle(); // the help's may go when events run
             for (int clicks = kind == 2 ? 2 : 1; clicks > 0 && handle; --clicks) {
                 QTest::mousePress(handle, button, keys, place);
                 if (handle)
                     QTest::mouseRelease(handle, button, keys, place);
+                if (m_parts.Windows.Main())
+                    HearLog(*m_parts.Windows.Main()); // the second click may begin another run
             }
         }
     }
@@ -592,6 +612,7 @@ private:
         if (!area.contains(from) || !area.contains(to))
             return;
         Note(u"drag from "_s + QLatin1String(start->metaObject()->className()) + u' ' + start->objectName());
+        const QScopedValueRollback pressing(m_pressing, Depth());
         QTest::mousePress(handle, Qt::LeftButton, {}, from);
         for (const QPoint place : {(from + to) / 2, to}) {
             if (handle)
@@ -605,6 +626,7 @@ private:
     {
         const QKeySequence key = AnyOf(QKeySequence::listFromString(among));
         Note(u"key "_s + key.toString());
+        const QScopedValueRollback pressing(m_pressing, Depth());
         QTest::keyClick(&window, key[0].key(), key[0].keyboardModifiers());
     }
 

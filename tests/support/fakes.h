@@ -102,7 +102,7 @@ public:
     }
     QString SaveFile(const FileRequest& request) override { return Choose(request); }
     QString OpenFile(const FileRequest& request) override { return Choose(request); }
-    QStringList inputs; ///< answers to input boxes; none left: cancelled
+    QStringList inputs;  ///< answers to input boxes; none left: cancelled
     QStringList offered; ///< what stood in the input boxes at first
     QString InputBox(const QString& prompt, const QString& title, const QString& text) override
     {

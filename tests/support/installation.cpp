@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/installation.h"
 
-#include "platform/impl/modDatabaseMaker.h"
-#include "platform/impl/modPlatformImpl.h"
+#include "platform/database/modDatabaseMaker.h"
+#include "platform/modPlatformImpl.h"
 
 #include <QDir>
 

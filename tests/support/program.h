@@ -7,7 +7,7 @@
 #include "platform/clsDisk.h"
 #include "platform/clsLinkFiles.h"
 #include "platform/frmResources.h"
-#include "platform/impl/modPlatformImpl.h"
+#include "platform/modPlatformImpl.h"
 #include "shell/modBrambury.h"
 #include "support/fakes.h"
 #include "support/installation.h"

@@ -8,13 +8,13 @@
 #include "platform/clsLinkFiles.h"
 #include "platform/clsPrinter.h"
 #include "platform/frmResources.h"
-#include "platform/impl/modPlatformImpl.h"
+#include "platform/modPlatformImpl.h"
 #include "shell/modBrambury.h"
 #include "support/fakes.h"
 #include "support/installation.h"
-#include "ui/clsLinkGrid.h"
-#include "ui/clsUIWindows.h"
-#include "ui/frmMain.h"
+#include "ui/lists/clsLinkGrid.h"
+#include "ui/main/clsUIWindows.h"
+#include "ui/main/frmMain.h"
 
 #include <QAction>
 #include <QLabel>

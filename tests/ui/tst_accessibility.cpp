@@ -2,13 +2,13 @@
 // What people need of every window who do without mouse, colours or small letters: names and roles that a reader can
 // speak, every control by the keyboard, and texts that fit when they are twice as large. The windows are those that the
 // program takes pictures of, so that a new one cannot be forgotten here.
-#include "platform/impl/clsPlatformParts.h"
+#include "platform/parts/clsPlatformParts.h"
 #include "support/installation.h"
 #include "support/table.h"
-#include "ui/clsButtonRow.h"
-#include "ui/clsElidedLabel.h"
-#include "ui/modMenus.h"
-#include "ui/modWindow.h"
+#include "ui/main/modWindow.h"
+#include "ui/parts/clsButtonRow.h"
+#include "ui/parts/clsElidedLabel.h"
+#include "ui/parts/modMenus.h"
 
 #include <QAbstractButton>
 #include <QAbstractItemView>

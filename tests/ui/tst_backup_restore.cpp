@@ -65,6 +65,9 @@ private Q_SLOTS:
             QCOMPARE(to.text(), program.installation.DataPath());
             QCOMPARE(from.text(), folder + u"/Data"_s);
             controlOf<QPushButton>(dialog, u"SSRibbon1_0"_s).click();
+            // An emptied box once froze the window.
+            to.selectAll();
+            QTest::keyClick(&to, Qt::Key_Delete);
             to.setText(folder + u"/Backup"_s);
             program.dialogs.Expect(u"Backup complete."_s);
             program.dialogs.Expect(Restarts, {}, u"Backup/Restore Completed"_s);

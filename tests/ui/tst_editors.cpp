@@ -6,8 +6,8 @@
 #include "main_window_fixture.h"
 #include "support/dialogs.h"
 #include "support/table.h"
-#include "ui/clsLinks.h"
-#include "ui/clsSites.h"
+#include "ui/records/clsLinks.h"
+#include "ui/records/clsSites.h"
 
 #include <QApplication>
 #include <QCheckBox>

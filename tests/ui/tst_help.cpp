@@ -4,9 +4,9 @@
 #include "platform/clsSpelling.h"
 #include "platform/modHelpTopics.h"
 #include "support/table.h"
-#include "ui/clsHelpFile.h"
-#include "ui/frmHelp.h"
-#include "ui/frmSetTest.h"
+#include "ui/help/clsHelpFile.h"
+#include "ui/help/frmHelp.h"
+#include "ui/records/frmSetTest.h"
 
 #include <QLineEdit>
 #include <QPushButton>
@@ -107,7 +107,7 @@ private Q_SLOTS:
         const clsHelpFile help(shipped());
         frmHelp window(help);
         auto* browser = window.findChild<QTextBrowser*>();
-        const QString taken = sourceText(u"src/ui/modPictures.cpp"_s);
+        const QString taken = sourceText(u"src/ui/main/modPictures.cpp"_s);
         QSet<int> topics;
         for (const clsHelpFile::Page& page : help.Pages()) {
             QVERIFY2(!topics.contains(page.topic), qPrintable(page.title));

@@ -4,7 +4,7 @@
 
 #include "data/clsDAO.h"
 #include "support/table.h"
-#include "ui/modTips.h"
+#include "ui/parts/modTips.h"
 
 #include <QAbstractItemModelTester>
 #include <QHeaderView>

@@ -6,10 +6,10 @@
 #include "platform/clsSpelling.h"
 #include "support/program.h"
 #include "support/table.h"
-#include "ui/frmFieldTags.h"
-#include "ui/frmMailEditor.h"
-#include "ui/frmPreview.h"
-#include "ui/frmSpelling.h"
+#include "ui/mail/frmFieldTags.h"
+#include "ui/mail/frmMailEditor.h"
+#include "ui/mail/frmPreview.h"
+#include "ui/mail/frmSpelling.h"
 
 #include <QAbstractItemView>
 #include <QApplication>

@@ -8,7 +8,7 @@
 #include "support/dialogs.h"
 #include "support/mail_fakes.h"
 #include "support/table.h"
-#include "ui/clsSites.h"
+#include "ui/records/clsSites.h"
 
 #include <QComboBox>
 #include <QLabel>
@@ -212,8 +212,9 @@ private Q_SLOTS:
         Edit(test, u"buttonSites_3"_s);
         QVERIFY(m_programs.commands.isEmpty() && m_probe.asked.isEmpty() && agreed() == 0);
         bring(u"theirs\nonce more"_s);
-        m_program->dialogs.Expect(u"The token command of the site Shop is not run: it, or the mail server's name, is too "
-                                  "long or holds characters that cannot be seen."_s);
+        m_program->dialogs.Expect(
+            u"The token command of the site Shop is not run: it, or the mail server's name, is too "
+            "long or holds characters that cannot be seen."_s);
         Edit(test, u"buttonSites_3"_s);
         QVERIFY(m_programs.commands.isEmpty() && agreed() == 0);
         bring(u"theirs"_s);

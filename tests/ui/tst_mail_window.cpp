@@ -5,7 +5,7 @@
 #include "support/dialogs.h"
 #include "support/mail_fakes.h"
 #include "support/scripted_smtp.h"
-#include "ui/clsResultsBox.h"
+#include "ui/main/clsResultsBox.h"
 
 #include <QComboBox>
 #include <QPlainTextEdit>

@@ -7,11 +7,11 @@
 #include "support/dialogs.h"
 #include "support/scripted_server.h"
 #include "support/table.h"
-#include "ui/clsPanes.h"
-#include "ui/clsResultsBox.h"
-#include "ui/clsRowDelegate.h"
-#include "ui/clsRunProgress.h"
-#include "ui/frmSetTest.h"
+#include "ui/main/clsPanes.h"
+#include "ui/main/clsResultsBox.h"
+#include "ui/parts/clsRowDelegate.h"
+#include "ui/parts/clsRunProgress.h"
+#include "ui/records/frmSetTest.h"
 
 #include <QApplication>
 #include <QCheckBox>

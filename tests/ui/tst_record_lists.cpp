@@ -6,13 +6,13 @@
 #include "support/dialogs.h"
 #include "support/program.h"
 #include "support/table.h"
-#include "ui/clsCategoryGrid.h"
-#include "ui/clsFieldList.h"
-#include "ui/clsLinkGrid.h"
-#include "ui/clsSelectionDialog.h"
-#include "ui/frmCategories.h"
-#include "ui/frmCustomizeGrid.h"
-#include "ui/frmOptions.h"
+#include "ui/lists/clsCategoryGrid.h"
+#include "ui/lists/clsLinkGrid.h"
+#include "ui/lists/frmCustomizeGrid.h"
+#include "ui/main/frmOptions.h"
+#include "ui/parts/clsFieldList.h"
+#include "ui/records/clsSelectionDialog.h"
+#include "ui/records/frmCategories.h"
 
 #include <QCheckBox>
 #include <QComboBox>

@@ -9,10 +9,10 @@
 #include "support/fakes.h"
 #include "support/faults.h"
 #include "support/table.h"
-#include "ui/clsLogo.h"
-#include "ui/frmErrorMessage.h"
-#include "ui/frmSetTest.h"
-#include "ui/modIcons.h"
+#include "ui/main/clsLogo.h"
+#include "ui/main/frmErrorMessage.h"
+#include "ui/parts/modIcons.h"
+#include "ui/records/frmSetTest.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -277,9 +277,9 @@ private Q_SLOTS:
 
     void SaveDialog()
     {
-        const clsDialogs::FileRequest request{u"Save To"_s,
-                                              u"Log File (*.log)|*.log|Pages (*.htm,*.html)|*.htm,*.html|All (*.*)|*.*"_s,
-                                              u"Results.log"_s, m_folder.path(), false};
+        const clsDialogs::FileRequest request{
+            u"Save To"_s, u"Log File (*.log)|*.log|Pages (*.htm,*.html)|*.htm,*.html|All (*.*)|*.*"_s, u"Results.log"_s,
+            m_folder.path(), false};
         onNextDialog<QFileDialog>([](QFileDialog* dialog) {
             auto* name = dialog->findChild<QLineEdit*>();
             const QString offered = name->text();

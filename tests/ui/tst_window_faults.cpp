@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // What the main window says when something outside it fails.
 #include "main_window_fixture.h"
-#include "ui/clsResultsBox.h"
+#include "ui/main/clsResultsBox.h"
 
 #include <QFile>
 #include <QTest>

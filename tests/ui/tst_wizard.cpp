@@ -2,8 +2,8 @@
 // The Link Harvest Wizard as its user meets it: the real window, a real page, scripted answers to boxes.
 #include "main_window_fixture.h"
 #include "support/scripted_server.h"
-#include "ui/clsHarvestModel.h"
-#include "ui/frmImportWizard.h"
+#include "ui/lists/clsHarvestModel.h"
+#include "ui/records/frmImportWizard.h"
 
 #include <QCheckBox>
 #include <QComboBox>

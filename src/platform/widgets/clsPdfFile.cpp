@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/widgets/clsPdfFile.h"
 
-#include "platform/impl/modSystemError.h"
+#include "platform/system/modSystemError.h"
 
 #include <QFileInfo>
 #include <cerrno>

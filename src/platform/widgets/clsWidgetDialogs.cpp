@@ -204,10 +204,9 @@ QString clsWidgetDialogs::Choose(QFileDialog& dialog, const FileRequest& request
         dialog.setOption(QFileDialog::HideNameFilterDetails);
         dialog.setNameFilters(filters);
         dialog.setDefaultSuffix(suffixOf(filters.first()));
-        QObject::connect(&dialog, &QFileDialog::filterSelected, &dialog,
-                         [&dialog, filters](const QString& shown) {
-                             dialog.setDefaultSuffix(suffixOf(chosenFilter(filters, shown)));
-                         });
+        QObject::connect(&dialog, &QFileDialog::filterSelected, &dialog, [&dialog, filters](const QString& shown) {
+            dialog.setDefaultSuffix(suffixOf(chosenFilter(filters, shown)));
+        });
     }
     if (!request.fileName.isEmpty())
         dialog.selectFile(request.fileName);

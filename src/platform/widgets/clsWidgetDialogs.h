@@ -30,7 +30,8 @@ public:
 
 private:
     [[nodiscard]] QWidget* Owner() const { return m_owner ? m_owner() : nullptr; }
-    [[nodiscard]] QString AskLine(const QString& prompt, const QString& title, const QString& offered, bool shown) const;
+    [[nodiscard]] QString AskLine(const QString& prompt, const QString& title, const QString& offered,
+                                  bool shown) const;
     [[nodiscard]] static QString Choose(QFileDialog& dialog, const FileRequest& request);
 
     std::function<QWidget*()> m_owner;
