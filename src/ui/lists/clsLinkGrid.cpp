@@ -231,7 +231,7 @@ void clsLinkGrid::FollowFilter()
     Place place;
     ignoringErrors([&] { place = TakePlace(); });
     if (m_links->ShowFiltered() == clsLinkModel::Rows::Changed)
-        GoTo(place);
+        ignoringErrors([&] { GoTo(place); }); // what cannot be read, the list tells of by itself
     Q_EMIT FilterApplied();
 }
 
