@@ -233,15 +233,16 @@ QVariant clsCheck::Value(const QString& partner, const QString& table, const QSt
     const QString where = ofSite ? SiteName() : partner;
     const auto tag = std::find_if(m_tags.cbegin(), m_tags.cend(),
                                   [&](const Tag& entry) { return entry.Table == table && entry.Field == field; });
+    const QString name = tag == m_tags.cend() ? field : tag->Name; // the tags may be edited meanwhile
     QString value;
     if (const auto failure = failureOf([&] { value = modFieldTags::TextOf(m_queue.GetFieldValue(table, field)); })) {
         if (failure->Number() != clsError::UnknownItem)
             throw clsError(*failure);
-        TellOnce(u"Field tag "_s + tag->Name, u"It stands for the field %1, which does not exist."_s.arg(field));
+        TellOnce(u"Field tag "_s + name, u"It stands for the field %1, which does not exist."_s.arg(field));
         return {};
     }
     if (value.isEmpty())
-        TellOnce(where, u"The field tag %1 is empty."_s.arg(tag->Name));
+        TellOnce(where, u"The field tag %1 is empty."_s.arg(name));
     const auto own = std::find_if(m_tags.cbegin(), m_tags.cend(), [&](const Tag& entry) {
         return entry.Table == table && entry.Field == field && value.contains(entry.Name, Qt::CaseInsensitive);
     });
