@@ -4,8 +4,14 @@
 # Usage: check_packaging.sh FOLDER
 set -euo pipefail
 cd "$1"
-desktop-file-validate brambury.desktop
+desktop-file-validate org.brambury.Brambury.desktop
 appstreamcli validate --no-net org.brambury.Brambury.metainfo.xml
+# The desktop takes them for one program by the name alone.
+for line in '<id>NAME</id>' '<launchable type="desktop-id">NAME.desktop</launchable>'; do
+    grep -F "${line/NAME/org.brambury.Brambury}" org.brambury.Brambury.metainfo.xml ||
+        { echo "metainfo: another name" >&2; exit 1; }
+done
+grep -x 'Icon=org.brambury.Brambury' org.brambury.Brambury.desktop || { echo "icon: another name" >&2; exit 1; }
 bash -n brambury.bash-completion
 
 mime=$(mktemp -d)

@@ -21,6 +21,8 @@ namespace
 {
 const QString Service = u"org.freedesktop.Notifications"_s;
 const QString Connection = u"Brambury notes"_s;
+/// The program's desktop file, and its icon.
+const QString Program = u"org.brambury.Brambury"_s;
 constexpr std::chrono::seconds Limit(5);
 
 /// The session's bus; empty where there is none. Timed jobs are not told of it, but it has its usual place. Nothing is
@@ -57,8 +59,8 @@ public:
         constexpr uint nothingReplaced = 0;
         constexpr int asLongAsUsual = -1;
         // The service may take the text for markup.
-        note << u"Brambury"_s << nothingReplaced << u"brambury"_s << title << text.toHtmlEscaped() << QStringList()
-             << QVariantMap{{u"desktop-entry"_s, u"brambury"_s}} << asLongAsUsual;
+        note << u"Brambury"_s << nothingReplaced << Program << title << text.toHtmlEscaped() << QStringList()
+             << QVariantMap{{u"desktop-entry"_s, Program}} << asLongAsUsual;
         QDBusPendingCallWatcher answer(bus.asyncCall(note));
         static_cast<void>(m_eventLoop.Wait([&answer] { return answer.isFinished(); }, Limit));
         return answer.isFinished() && !answer.isError();

@@ -100,6 +100,11 @@ public:
 
     QString Enter(const Job& job) override
     {
+        if (QFile::exists(u"/.flatpak-info"_s))
+            throw clsError(clsError::DeviceUnavailable,
+                           u"they are outside the sandbox of the Flatpak, where the command to run is "
+                           "\"flatpak run org.brambury.Brambury schedule run\""_s,
+                           Source);
         // One of the other kind would run the job a second time.
         Remove(job.name);
         if (HasSystemd()) {
