@@ -4,8 +4,8 @@
 
 #include "cli/clsConsoleDialogs.h"
 #include "cli/clsConsoleWindows.h"
-#include "cli/modExitCode.h"
 #include "platform/system/clsEndSignals.h"
+#include "shell/modExitCode.h"
 
 #include <QString>
 #include <functional>

@@ -175,8 +175,8 @@ int RunCommandLine(int argc, char** argv, const clsWindowEntry& window)
     clsPlatformParts parts(home);
     if (wish.makePictures) {
         qInstallMessageHandler(&WhileOffscreen);
-        return window.RenderPictures(parts, QString::fromLocal8Bit(wish.pictures.data(), std::ssize(wish.pictures)),
-                                     wish.lightOnly);
+        return Number(window.RenderPictures(
+            parts, QString::fromLocal8Bit(wish.pictures.data(), std::ssize(wish.pictures)), wish.lightOnly));
     }
-    return window.OpenWindow(parts);
+    return Number(window.OpenWindow(parts));
 }

@@ -2,8 +2,8 @@
 // The commands by group: how each one is written, and what it does.
 #pragma once
 
-#include "cli/modExitCode.h"
 #include "publish/modIO.h"
+#include "shell/modExitCode.h"
 
 #include <QSet>
 #include <QString>

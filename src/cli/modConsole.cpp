@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "cli/modConsole.h"
 
+#include "platform/modSecrets.h"
+#include "shell/modCommonFunctions.h"
+
 #include <QScopeGuard>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <poll.h>
-#include <string>
 #include <termios.h>
 #include <unistd.h>
 
@@ -17,9 +19,9 @@ namespace
 /// errno of the first write that failed, 0 while none has.
 int s_writeError = 0;
 
-QByteArray Encoded(QString text)
+QByteArray Encoded(const QString& text)
 {
-    return text.replace(u"\r\n"_s, u"\n"_s).replace(u'\r', u'\n').toUtf8();
+    return modCommonFunctions::WithLineFeeds(text).toUtf8();
 }
 
 void Flush()
@@ -28,6 +30,9 @@ void Flush()
         s_writeError = errno;
 }
 
+/// Bytes that a line which somebody types does not exceed.
+constexpr qsizetype UsualLine = 4096;
+
 /// Reads up to a line feed. @param whole  only a line that is ended so counts.
 /// @return Null at the input's end or after a signal.
 QString AskLine(const QString& prompt, bool whole)
@@ -35,17 +40,19 @@ QString AskLine(const QString& prompt, bool whole)
     const QByteArray bytes = Encoded(prompt);
     std::fwrite(bytes.constData(), 1, static_cast<std::size_t>(bytes.size()), stderr);
     std::fflush(stderr);
-    std::string line;
+    QByteArray line;
+    line.reserve(UsualLine); // growing would leave copies of a password behind
+    const auto wipe = qScopeGuard([&] { modSecrets::Wipe(line); });
     for (;;) {
         char letter = 0;
         // Waiting by poll and not by read: a signal ends this wait, whatever its handler says of interrupted calls.
         struct pollfd input = {.fd = STDIN_FILENO, .events = POLLIN, .revents = 0};
         const ssize_t got = ::poll(&input, 1, -1) == 1 ? ::read(STDIN_FILENO, &letter, 1) : -1;
-        const bool ended = got == 0 && !whole && !line.empty();
+        const bool ended = got == 0 && !whole && !line.isEmpty();
         if (got != 1 && !ended)
             return {};
         if (letter == '\n' || ended)
-            return u""_s + QString::fromStdString(line);
+            return line.isEmpty() ? u""_s : QString::fromUtf8(line); // never Null
         line += letter;
     }
 }

@@ -11,6 +11,7 @@
 #include "shell/modErrorHandler.h"
 
 #include <CLI/CLI.hpp>
+#include <QScopeGuard>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -62,8 +63,8 @@ ExitCode LayDown(clsPlatformParts& parts, bool force)
     if (!force)
         return clsCommandSession::Refuse(u"There is a program folder already: "_s + parts.ProgramFolder() +
                                          u".  --force lays down a new database and keeps the old one beside it."_s);
-    const auto lock = modBrambury::Platform().Disk->Lock(modBrambury::FolderPath(u"\\Data\\Bramdat.use"_s),
-                                                         clsDisk::Share::Exclusive);
+    const auto lock = modBrambury::Platform().Disk->Lock(
+        modBrambury::FolderPath(u"\\Data\\"_s) + modBrambury::DatabaseLockFile, clsDisk::Share::Exclusive);
     if (!lock)
         return clsCommandSession::InUse(u"The database is in use: close Brambury's window and end its runs first."_s);
     clsSetAside old(modBrambury::FolderPath(u"\\Data\\"_s) + modBrambury::DatabaseFile);
@@ -79,11 +80,17 @@ ExitCode Init(const clsCommandSession& session, bool sample, bool force)
 {
     ExitCode code = LayDown(session.Parts(), force);
     if (code == ExitCode::Done && sample) {
+        auto without = qScopeGuard([] {
+            modConsole::ErrorLine(
+                u"The program folder is there, but the sample is not in it; \"sample add\" adds it."_s);
+        });
         // The database that has just been laid down, whichever one the settings name.
         modBrambury::State().Settings.DataPath = modBrambury::FolderPath(u"\\Data\\"_s);
         code = session.OpenDatabase();
-        if (code == ExitCode::Done)
+        if (code == ExitCode::Done) {
             modSample::Add(clsCommandSession::Database());
+            without.dismiss();
+        }
     }
     if (code == ExitCode::Done)
         modConsole::WriteLine(u"The program folder is ready: "_s + session.Parts().ProgramFolder());

@@ -37,9 +37,8 @@ clsLinkRecord EditorOfSelectedSite(clsDatabase& database)
 
 ExitCode Save(clsDatabase& database, clsLinkRecord& link, const std::vector<Assignment>& assignments)
 {
-    const QString problem =
-        modRecordWords::Assign(database, LinkTable, link, assignments,
-                               modRecordWords::ReferencesOfLinks(database, modBrambury::State().CurrentSite));
+    const QString problem = modRecordWords::Assign(
+        database, LinkTable, link, assignments, modRecordColumns::OfLinks(database, modBrambury::State().CurrentSite));
     return problem.isEmpty() ? modRecordWords::Save(link) : clsCommandSession::Refuse(problem);
 }
 

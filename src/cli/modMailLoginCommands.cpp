@@ -5,6 +5,7 @@
 #include "cli/modConsole.h"
 #include "cli/modRecordWords.h"
 #include "data/clsSiteRecord.h"
+#include "data/modMailSecurity.h"
 #include "mail/clsMailLogins.h"
 #include "mail/modMailAdvice.h"
 #include "platform/clsKeyring.h"
@@ -14,6 +15,7 @@
 #include "shell/modErrorHandler.h"
 
 #include <CLI/CLI.hpp>
+#include <QScopeGuard>
 
 using namespace Qt::Literals::StringLiterals;
 using modBrambury::Platform;
@@ -61,6 +63,7 @@ QString TakePassword(clsSiteRecord& site, const Words& words, bool sameUser)
         return words.passwordStdin ? u"With --store ask no password is kept."_s : QString();
     }
     QByteArray secret;
+    const auto wipe = qScopeGuard([&] { modSecrets::Wipe(secret); });
     if (!words.passwordStdin && sameUser) {
         // The kept one goes to another place.
         if (place == site.MailSecretPlace())
@@ -84,7 +87,6 @@ QString TakePassword(clsSiteRecord& site, const Words& words, bool sameUser)
     if (secret.isEmpty() || secret.contains('\0'))
         return u"There is no password on the standard input."_s;
     site.SetMailSecret(place, secret);
-    modSecrets::Wipe(secret);
     return {};
 }
 
@@ -136,7 +138,7 @@ ExitCode Login(clsDatabase& database, const Words& words)
     if (const QString command = words.tokenCommand.Text(); saved == ExitCode::Done && !command.isNull())
         modTokenCommand::Agree(
             {.command = command, .host = site.Text(u"HostName"_s), .siteID = site.Text(u"SiteID"_s)});
-    const bool open = clsMailLogins::SecurityOf(site.Text(u"MailSecurity"_s)) == clsMailSecurity::None;
+    const bool open = modMailSecurity::Of(site.Text(u"MailSecurity"_s)) == clsMailSecurity::None;
     if (saved == ExitCode::Done && open && !site.Text(u"MailUser"_s).isEmpty())
         modConsole::ErrorLine(
             u"Without encryption (--security starttls or tls) no password is sent to another machine."_s);
@@ -157,10 +159,9 @@ ExitCode Probe(clsDatabase& database, const QString& name)
     }
     if (State().StopFlag)
         return ExitCode::Stopped;
-    constexpr int usualPort = 25;
     const QVariant port = sites->Field(u"MailPort"_s);
     const modMailAdvice::Target target{.host = modCommonFunctions::TextOf(sites->Field(u"HostName"_s)),
-                                       .port = port.isNull() ? usualPort : port.toInt(),
+                                       .port = port.isNull() ? clsSiteRecord::UsualMailPort : port.toInt(),
                                        .security = login.security,
                                        .user = !login.user.isEmpty(),
                                        .token = login.token};
@@ -193,6 +194,9 @@ void modCommands::AddMailLogin(CLI::App& app, clsCommand& chosen)
 {
     CLI::App* site = app.get_subcommand("site");
     const auto words = std::make_shared<Words>();
+    std::vector<std::string> securities;
+    for (const QString& word : modMailSecurity::Words())
+        securities.push_back(word.toStdString());
     CLI::App* login =
         site->add_subcommand("login", "Say how a site connects to its mail server, and who logs in there");
     AddSiteWord(*login, words);
@@ -200,7 +204,7 @@ void modCommands::AddMailLogin(CLI::App& app, clsCommand& chosen)
                                  ->add_option("--security", words->security.text,
                                               "none, starttls (required before anything else is said) or tls (from the "
                                               "start)")
-                                 ->check(CLI::IsMember({"none", "starttls", "tls"}))
+                                 ->check(CLI::IsMember(securities))
                                  ->type_name("WORD");
     words->user.option = login->add_option("--user", words->user.text, "Who logs in")->type_name("NAME");
     CLI::Option* password = login->add_flag("--password-stdin", words->passwordStdin,

@@ -3,7 +3,6 @@
 
 #include "cli/modConsole.h"
 #include "data/clsSiteRecord.h"
-#include "data/modCategories.h"
 #include "mail/clsMailTemplate.h"
 #include "shell/modBrambury.h"
 #include "shell/modCommonFunctions.h"
@@ -18,7 +17,7 @@ namespace
 /// A value on a terminal: on lines of its own from the second on, without anything that the terminal would obey.
 QString ForPeople(QString text)
 {
-    text.replace("\r\n"_L1, "\n"_L1).replace(u'\r', u'\n');
+    text = modCommonFunctions::WithLineFeeds(text);
     for (QChar& letter : text) {
         if (letter.category() == QChar::Other_Control && letter != u'\n' && letter != u'\t')
             letter = u' ';
@@ -45,14 +44,14 @@ std::vector<modRecordWords::Assignment> modRecordWords::Assignments(const std::v
     return assignments;
 }
 
-modRecordWords::References modRecordWords::ReferencesOfSites(clsDatabase& database)
+modRecordColumns::References modRecordWords::ReferencesOfSites(clsDatabase& database)
 {
-    References references;
+    modRecordColumns::References references;
     const clsMailTemplate templates(database);
     const std::vector<modBrambury::MessageType>& types = modBrambury::State().MessageTypes;
     for (int i = 0; i < static_cast<int>(types.size()); ++i) {
         const modBrambury::MessageType& type = types[static_cast<std::size_t>(i)];
-        Reference& reference = references[clsSiteRecord::TemplateField(i)];
+        modRecordColumns::Reference& reference = references[clsSiteRecord::TemplateField(i)];
         reference.what = u"template for "_s + type.Title;
         std::vector<clsMailTemplate::Name> names;
         templates.LoadMessageNames(names, static_cast<qint16>(type.ID));
@@ -62,49 +61,15 @@ modRecordWords::References modRecordWords::ReferencesOfSites(clsDatabase& databa
     return references;
 }
 
-modRecordWords::References modRecordWords::ReferencesOfLinks(clsDatabase& database, const QString& siteID)
-{
-    References references{{u"CategoryID"_s, {u"category of the site"_s, {}}}, {u"Message"_s, {u"message type"_s, {}}}};
-    for (const modCategories::Category& category : modCategories::Of(database, siteID))
-        references[u"CategoryID"_s].ids.insert(category.ID);
-    for (const modBrambury::MessageType& type : modBrambury::State().MessageTypes)
-        references[u"Message"_s].ids.insert(type.ID);
-    return references;
-}
-
-QString modRecordWords::ColumnProblem(clsDatabase& database, const QString& table, const clsRecordEditor& record,
-                                      const QString& column)
-{
-    if (record.FieldNamed(column))
-        return {};
-    if (database.Fields(table).contains(column, Qt::CaseInsensitive))
-        return u"The column %1 is written by the program alone."_s.arg(column);
-    QStringList names;
-    for (const clsRecordEditor::Field& field : record.Fields())
-        names << field.name;
-    return u"There is no column %1; the columns are %2."_s.arg(column, names.join(", "_L1));
-}
-
-QString modRecordWords::Assign(clsRecordEditor& record, const clsRecordEditor::Field& field, const QString& value,
-                               const References& references)
-{
-    if (record.Text(field.name) == value)
-        return {};
-    if (const auto reference = references.find(field.name); reference != references.end() && !value.isEmpty()) {
-        bool whole = false;
-        if (const qint64 id = value.toLongLong(&whole); !whole || !reference->ids.contains(id))
-            return u"%1 is the number of a %2, which \"%3\" is not."_s.arg(field.name, reference->what, value);
-    }
-    return record.Assign(field, value);
-}
-
 QString modRecordWords::Assign(clsDatabase& database, const QString& table, clsRecordEditor& record,
-                               const std::vector<Assignment>& assignments, const References& references)
+                               const std::vector<Assignment>& assignments,
+                               const modRecordColumns::References& references)
 {
     for (const Assignment& assignment : assignments) {
-        QString problem = ColumnProblem(database, table, record, assignment.column);
+        QString problem = modRecordColumns::Problem(database, table, record, assignment.column);
         if (problem.isEmpty())
-            problem = Assign(record, *record.FieldNamed(assignment.column), assignment.value, references);
+            problem =
+                modRecordColumns::Assign(record, *record.FieldNamed(assignment.column), assignment.value, references);
         if (!problem.isEmpty())
             return problem;
     }

@@ -1,14 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The fields of a record as people write them: Column=value on the command line, a column of a file. Values go through
-// the record's editor, so that its rules are the dialogs'.
+// Records in the words of the command line: Column=value, the number or name of another record, all fields as lines.
 #pragma once
 
-#include "cli/modExitCode.h"
-#include "data/clsRecordEditor.h"
+#include "data/modRecordColumns.h"
 #include "publish/modIO.h"
+#include "shell/modExitCode.h"
 
-#include <QHash>
-#include <QSet>
 #include <QString>
 #include <string>
 #include <vector>
@@ -24,26 +21,12 @@ struct Assignment
 /// @throws CLI::ValidationError for a word without "=", and for a column that is given twice.
 std::vector<Assignment> Assignments(const std::vector<std::string>& words);
 
-/// What a field that names records of another table can name.
-struct Reference
-{
-    QString what; ///< "category of the site"
-    QSet<qint64> ids;
-};
-using References = QHash<QString, Reference>; ///< by field
-/// What the fields of a site, or of a link of a site, can name. A dialog offers these in its lists.
-References ReferencesOfSites(clsDatabase& database);
-References ReferencesOfLinks(clsDatabase& database, const QString& siteID);
-
-/// Why a column cannot be written: a sentence that names it. @param table  of the record.
-QString ColumnProblem(clsDatabase& database, const QString& table, const clsRecordEditor& record,
-                      const QString& column);
-/// Gives a field a value, unless it is the one it has. @return why it cannot: a sentence; empty when it could.
-QString Assign(clsRecordEditor& record, const clsRecordEditor::Field& field, const QString& value,
-               const References& references);
-/// Gives fields their values, up to the first that cannot be given. @return as above.
+/// What the fields of a site can name.
+modRecordColumns::References ReferencesOfSites(clsDatabase& database);
+/// Gives fields their values, up to the first that cannot be given. @param table  of the record.
+/// @return why it cannot: a sentence; empty when all could.
 QString Assign(clsDatabase& database, const QString& table, clsRecordEditor& record,
-               const std::vector<Assignment>& assignments, const References& references);
+               const std::vector<Assignment>& assignments, const modRecordColumns::References& references);
 
 /// The numbers of the records that a word means: those with that name, letter case ignored, else the one of that
 /// number.

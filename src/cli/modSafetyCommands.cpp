@@ -4,8 +4,8 @@
 #include "cli/modCommands.h"
 #include "cli/modConsole.h"
 #include "data/modDBFunctions.h"
+#include "data/modDatabaseCheck.h"
 #include "data/modDatedBackups.h"
-#include "platform/clsDatabase.h"
 #include "platform/clsDisk.h"
 #include "shell/modBrambury.h"
 #include "shell/modCommonFunctions.h"
@@ -130,60 +130,29 @@ ExitCode Repair(clsCommandSession& session, const QString& backup)
     return code == ExitCode::Done && !report.isEmpty() ? ExitCode::Findings : code;
 }
 
-struct Orphans
-{
-    QString what;
-    QString statement;
-};
-
-/// Prints how many records belong to nothing. @return whether there are any.
-bool TellOrphans(clsDatabase& database)
-{
-    const Orphans kinds[] = {
-        {u"link(s) of a site that does not exist"_s,
-         u"SELECT ID FROM tblLinkList WHERE SiteName IS NULL OR SiteName NOT IN (SELECT SiteID FROM tblSites)"_s},
-        {u"categories of a site that does not exist"_s,
-         u"SELECT ID FROM tblCategory WHERE SiteID IS NULL OR SiteID NOT IN (SELECT SiteID FROM tblSites)"_s},
-    };
-    bool any = false;
-    for (const Orphans& kind : kinds) {
-        const qint64 count = database.OpenRecordset(kind.statement)->RecordCount();
-        if (count == 0)
-            continue;
-        modConsole::WriteLine(u"%1 %2"_s.arg(count).arg(kind.what));
-        any = true;
-    }
-    return any;
-}
-
 ExitCode Check(const clsCommandSession& session)
 {
     if (const ExitCode located = session.LocateDatabase(); located != ExitCode::Done)
         return located;
     QStringList damage;
-    const ExitCode checked = [&] {
-        const auto lock =
-            State().Platform.Disk->Lock(State().Settings.DataPath + u"Bramdat.use"_s, clsDisk::Share::Shared);
+    {
+        const auto lock = State().Platform.Disk->Lock(State().Settings.DataPath + modBrambury::DatabaseLockFile,
+                                                      clsDisk::Share::Shared);
         if (!lock)
             return clsCommandSession::InUse(u"The database is being worked on by another copy of Brambury."_s);
-        const auto failure = failureOf([&] {
-            damage = State().Platform.DatabaseFiles->Check(modBrambury::DatabasePath(), modBrambury::ConnectString, {});
-        });
-        // A file without its beginning looks like one under another key.
-        if (failure && failure->Number() != clsError::DatabaseDamaged && failure->Number() != clsError::PasswordWrong)
-            throw clsError(*failure);
-        if (failure)
-            damage << failure->Description();
-        return ExitCode::Done;
-    }();
-    if (checked != ExitCode::Done)
-        return checked;
+        damage = modDatabaseCheck::DamageOf(modBrambury::DatabasePath());
+    }
     Tell(damage);
     if (!damage.isEmpty())
         return ExitCode::Findings;
     if (const ExitCode opened = session.OpenDatabase(); opened != ExitCode::Done)
         return opened;
-    if (TellOrphans(clsCommandSession::Database()))
+    const modDatabaseCheck::Orphans orphans = modDatabaseCheck::CountOrphans(clsCommandSession::Database());
+    if (orphans.links > 0)
+        modConsole::WriteLine(u"%1 link(s) of a site that does not exist"_s.arg(orphans.links));
+    if (orphans.categories > 0)
+        modConsole::WriteLine(u"%1 categories of a site that does not exist"_s.arg(orphans.categories));
+    if (orphans.links > 0 || orphans.categories > 0)
         return ExitCode::Findings;
     modConsole::WriteLine(u"The database is sound."_s);
     return ExitCode::Done;

@@ -3,11 +3,10 @@
 #include "cli/clsCommandSession.h"
 #include "cli/modCommands.h"
 #include "cli/modConsole.h"
-#include "data/clsLinkRecord.h"
 #include "data/modDataModel.h"
 #include "linktest/modTestQueue.h"
+#include "linktest/modVerdictChanges.h"
 #include "platform/clsClock.h"
-#include "platform/clsDatabase.h"
 #include "platform/clsDisk.h"
 #include "platform/clsError.h"
 #include "platform/clsNotifier.h"
@@ -22,12 +21,10 @@
 #include <CLI/CLI.hpp>
 #include <QCoreApplication>
 #include <QCryptographicHash>
-#include <QHash>
 #include <algorithm>
 #include <optional>
 
 using namespace Qt::Literals::StringLiterals;
-using modCommonFunctions::TextOf;
 
 namespace
 {
@@ -132,46 +129,6 @@ ExitCode Tell(const QString& name)
     });
 }
 
-/// What a run may change of a link.
-struct Verdict
-{
-    QString link; ///< for people
-    int results = 0;
-    bool queued = false;
-};
-
-QHash<qint64, Verdict> Verdicts(clsDatabase& database)
-{
-    const auto links = database.OpenRecordset(u"tblLinkList"_s);
-    QHash<qint64, Verdict> verdicts;
-    for (const std::vector<QVariant>& row :
-         links->Rows(0, links->RecordCount(), {u"ID"_s, u"Title"_s, u"SiteName"_s, u"Results"_s, u"TestQueue"_s})) {
-        if (!row.empty()) // it has not been deleted meanwhile
-            verdicts.insert(row[0].toLongLong(),
-                            {u"%1 (%2)"_s.arg(TextOf(row[1]), TextOf(row[2])), row[3].toInt(), row[4].toInt() != 0});
-    }
-    return verdicts;
-}
-
-/// One line for each link whose verdict is another one than before the run.
-QStringList Changes(const QHash<qint64, Verdict>& before, const QHash<qint64, Verdict>& after)
-{
-    QStringList changes;
-    for (auto link = before.cbegin(); link != before.cend(); ++link) {
-        const auto now = after.constFind(link.key());
-        // One that is still queued was not tested.
-        if (!link->queued || now == after.cend() || now->queued || now->results == link->results)
-            continue;
-        const bool passes = now->results == modDataModel::ResultPassed;
-        const bool passed = link->results == modDataModel::ResultPassed || link->results == 0;
-        const QString what = passes ? u"Passes now"_s : passed ? u"Fails now"_s : u"Fails in another way"_s;
-        const QString why = clsLinkRecord::ResultsText(now->results).replace("\r\n"_L1, "  "_L1);
-        changes << u"%1: %2%3"_s.arg(what, link->link, passes || why.isEmpty() ? QString() : u"  "_s + why);
-    }
-    changes.sort();
-    return changes;
-}
-
 void TellDesktop(const QStringList& changes)
 {
     constexpr qsizetype shown = 5;
@@ -190,9 +147,9 @@ ExitCode RunNow()
                                       .statuses = {modDataModel::Active, modDataModel::Broken},
                                       .allSites = true,
                                       .site = {}});
-    const QHash<qint64, Verdict> before = Verdicts(database);
+    const modVerdictChanges::Verdicts before = modVerdictChanges::Now(database);
     const ExitCode code = modCommands::TestQueuedLinks();
-    const QStringList changes = Changes(before, Verdicts(database));
+    const QStringList changes = modVerdictChanges::Between(before, modVerdictChanges::Now(database));
     const QDateTime now = modBrambury::Platform().Clock->Now();
     const QString heading = u"%1 at %2"_s.arg(modCommonFunctions::LongDate(now), modCommonFunctions::MediumTime(now));
     modConsole::WriteLine(changes.isEmpty() ? u"Nothing has changed since the last run."_s

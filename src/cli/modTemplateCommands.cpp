@@ -7,7 +7,6 @@
 #include "mail/clsMailTemplate.h"
 #include "platform/clsDatabase.h"
 #include "platform/clsDisk.h"
-#include "platform/network/modMailText.h"
 #include "shell/modBrambury.h"
 #include "shell/modCommonFunctions.h"
 
@@ -66,7 +65,7 @@ QString Assign(clsMailTemplate& templates, const Assignment& assignment)
     } else if (is(u"Subject"_s)) {
         templates.Subject = modCommonFunctions::OnOneLine(assignment.value);
     } else if (is(u"Body"_s)) {
-        templates.Body = modMailText::WithCrLf(assignment.value);
+        templates.Body = modCommonFunctions::WithCrLf(assignment.value);
     } else if (is(u"AttachedFile"_s)) {
         templates.AttachedFile = assignment.value;
     } else if (is(u"Template"_s)) {
@@ -99,7 +98,7 @@ ExitCode Assign(clsMailTemplate& templates, const Content& content)
     const QString body = decoder(modBrambury::Platform().Disk->ReadFile(content.bodyFile));
     if (decoder.hasError())
         return clsCommandSession::Refuse(u"%1 is no text in UTF-8."_s.arg(content.bodyFile));
-    templates.Body = modMailText::WithCrLf(body);
+    templates.Body = modCommonFunctions::WithCrLf(body);
     return ExitCode::Done;
 }
 

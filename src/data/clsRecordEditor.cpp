@@ -141,6 +141,7 @@ bool clsRecordEditor::ReadOrTell()
 
 clsRecordEditor::Saved clsRecordEditor::Save()
 {
+    const clsHourglass hourglass; // another program's lock is waited for
     m_fault.clear();
     std::optional<Refusal> refusal = CheckMissing();
     if (!refusal)
@@ -156,10 +157,7 @@ clsRecordEditor::Saved clsRecordEditor::Save()
     }
     bool there = true;
     bool written = false;
-    const Guarded ended = guardedAloud(Module, "Save", [&] {
-        const clsHourglass hourglass; // another program's lock is waited for
-        there = Write(written);
-    });
+    const Guarded ended = guardedAloud(Module, "Save", [&] { there = Write(written); });
     Ended(written);
     if (!there)
         TellMissing();
@@ -218,6 +216,7 @@ bool clsRecordEditor::Move(Step step)
         return false;
     bool shown = false;
     guarded(Module, "Move", [&] {
+        const clsHourglass hourglass; // another program's lock is waited for
         bool atEnd = false;
         // What stands in the controls must never be written to another record.
         auto back = qScopeGuard([this, place = m_new ? clsBookmark{} : m_records->Bookmark()] {

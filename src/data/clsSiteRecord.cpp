@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "data/clsSiteRecord.h"
 
+#include "data/modMailSecurity.h"
 #include "data/modSites.h"
 #include "platform/modSecrets.h"
 #include "shell/modBrambury.h"
@@ -159,7 +160,7 @@ QHash<QString, QVariant> clsSiteRecord::OwnValues() const
 std::optional<clsRecordEditor::Refusal> clsSiteRecord::CheckMail() const
 {
     const QString security = Text(MailSecurity);
-    if (!security.isEmpty() && !QStringList{u"none"_s, u"starttls"_s, u"tls"_s}.contains(security))
+    if (!modMailSecurity::Of(security))
         return Refusal{u"MailSecurity is none, starttls or tls, which \"%1\" is not."_s.arg(security), MailSecurity};
     const QString user = Text(u"MailUser"_s);
     if (std::any_of(user.cbegin(), user.cend(), [](QChar letter) { return letter.category() == QChar::Other_Control; }))

@@ -9,6 +9,8 @@ class clsSiteRecord final : public clsRecordEditor
 {
 public:
     static constexpr int MessageTypeCount = 8;
+    /// Of a mail server whose site names no port.
+    static constexpr int UsualMailPort = 25;
 
     explicit clsSiteRecord(clsDatabase& database);
     ~clsSiteRecord() override;

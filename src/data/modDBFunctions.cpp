@@ -2,10 +2,9 @@
 #include "data/modDBFunctions.h"
 
 #include "data/clsDAO.h"
-#include "data/ledger_statements.h"
-#include "data/mail_secrets_statements.h"
+#include "data/modDatabaseCheck.h"
 #include "data/modDatedBackups.h"
-#include "data/sample_marks_statements.h"
+#include "data/modOlderFiles.h"
 #include "platform/clsClock.h"
 #include "platform/clsDatabase.h"
 #include "platform/clsDisk.h"
@@ -23,36 +22,16 @@
 using namespace Qt::Literals::StringLiterals;
 using modBrambury::State;
 using modCommonFunctions::MsgBox;
+using modDatabaseCheck::IsDamage;
 using modDBFunctions::Ending;
 
 namespace
 {
-constexpr qint16 TextType = 10;
-constexpr qint16 NumberType = 4;
-constexpr qint16 AddressSize = 25;
-
 void TellInUse()
 {
     MsgBox(u"The database is being backed up, restored, compacted or repaired by another copy of "
            u"Brambury.  Please try again when that has ended."_s,
            clsDialogs::Buttons::OK, clsDialogs::Icon::Exclamation);
-}
-
-/// Makes a table where it is missing.
-void AddTable(clsDatabase& database, const QString& table, QLatin1StringView statements)
-{
-    guarded("modDBFunctions", "AddTable", [&] {
-        const auto failure = failureOf([&] { static_cast<void>(database.Fields(table)); });
-        if (failure && failure->Number() != clsError::UnknownItem)
-            throw clsError(*failure);
-        if (failure)
-            database.Declare(statements);
-    });
-}
-
-bool IsDamage(const clsError& failure)
-{
-    return failure.Number() == clsError::DatabaseDamaged || failure.Number() == clsError::PasswordWrong;
 }
 
 bool Mend(const clsError& failure);
@@ -61,7 +40,8 @@ bool Mend(const clsError& failure);
 bool Open(bool mending)
 {
     modBrambury::ProcessState& state = modBrambury::State();
-    state.DatabaseInUse = state.Platform.Disk->Lock(state.Settings.DataPath + u"Bramdat.use"_s, clsDisk::Share::Shared);
+    state.DatabaseInUse =
+        state.Platform.Disk->Lock(state.Settings.DataPath + modBrambury::DatabaseLockFile, clsDisk::Share::Shared);
     if (!state.DatabaseInUse) {
         state.FileInUse = true;
         TellInUse();
@@ -85,18 +65,7 @@ bool Open(bool mending)
         state.DatabaseInUse.reset();
         return false;
     }
-    // Files made before sites and partners could have an IP address lack the field.
-    dao.AddField(*state.Database, u"tblSites"_s, u"IPAddress"_s, TextType, AddressSize);
-    dao.AddField(*state.Database, u"tblLinkList"_s, u"IPAddress"_s, TextType, AddressSize);
-    // Those made before messages were sent lack what keeps the sending honest and in measure.
-    for (const QString& field : {u"MailGap"_s, u"MailPerHour"_s, u"MailPerDay"_s})
-        dao.AddField(*state.Database, u"tblSites"_s, field, NumberType, 0);
-    AddTable(*state.Database, u"tblSendLedger"_s, modDBFunctions::LedgerStatements);
-    for (const auto& [field, size] :
-         {std::pair(u"MailSecurity"_s, 8), {u"MailUser"_s, 255}, {u"MailTokenCommand"_s, 1000}, {u"MailKey"_s, 64}})
-        dao.AddField(*state.Database, u"tblSites"_s, field, TextType, static_cast<qint16>(size));
-    AddTable(*state.Database, u"tblMailSecrets"_s, modDBFunctions::MailSecretsStatements);
-    AddTable(*state.Database, u"tblSample"_s, modDBFunctions::SampleMarksStatements);
+    modOlderFiles::Complete(dao, *state.Database);
     return true;
 }
 } // namespace
@@ -315,16 +284,6 @@ void Compact(const modDBFunctions::Progress& progress)
     ThroughTemporaryName([&](const QString& from, const QString& to) {
         Files().Compact(from, to, modBrambury::ConnectString, Locale, rows, PartOf(progress, 20, 100));
     });
-}
-
-/// Damage at the wrong place keeps the file from being opened at all.
-bool IsSound(const QString& path, const modDBFunctions::Progress& progress)
-{
-    QStringList damage;
-    const auto failure = failureOf([&] { damage = Files().Check(path, modBrambury::ConnectString, progress); });
-    if (failure && !IsDamage(*failure))
-        throw clsError(*failure);
-    return !failure && damage.isEmpty();
 }
 
 /// @return what is to be told of it. A salvaged file has no gaps: it needs no compacting.
@@ -618,7 +577,7 @@ Ending modDBFunctions::Repairdatabase(const Progress& progress, QStringList& rep
     const QString& title = modBrambury::ProgramTitle;
     const auto work = [&] {
         const QString path = modBrambury::DatabasePath();
-        if (IsSound(path, PartOf(progress, 0, 30))) {
+        if (modDatabaseCheck::DamageOf(path, PartOf(progress, 0, 30)).isEmpty()) {
             Files().Reindex(path, modBrambury::ConnectString, PartOf(progress, 30, 40));
             Compact(PartOf(progress, 40, 100));
         } else {

@@ -130,8 +130,8 @@ void modDatedBackups::KeepAtEnd(const Progress& progress)
     if (!AreKept())
         return;
     const std::optional<clsError> failure = failureOf([&] {
-        if (const auto lock =
-                Platform().Disk->Lock(State().Settings.DataPath + u"Bramdat.use"_s, clsDisk::Share::Exclusive))
+        if (const auto lock = Platform().Disk->Lock(State().Settings.DataPath + modBrambury::DatabaseLockFile,
+                                                    clsDisk::Share::Exclusive))
             Keep(progress);
     });
     if (failure && failure->Number() != clsError::WorkStopped)

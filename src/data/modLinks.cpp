@@ -32,6 +32,14 @@ std::unique_ptr<clsRecordset> modLinks::Queued(clsDatabase& database, const QStr
     return links->OpenRecordset();
 }
 
+std::optional<modLinks::Filed> modLinks::WhereFiled(clsDatabase& database, qint64 id)
+{
+    const auto link = database.OpenRecordset(u"SELECT ID, Title, Status FROM tblLinkList WHERE ID = %1"_s.arg(id));
+    if (link->RecordCount() == 0)
+        return std::nullopt;
+    return Filed{modCommonFunctions::TextOf(link->Field(u"Title"_s)), link->Field(u"Status"_s).toInt()};
+}
+
 std::vector<qint64> modLinks::Where(const clsRecordset& records, const QStringList& fields,
                                     const std::function<bool(const std::vector<QVariant>&)>& wanted)
 {

@@ -6,6 +6,7 @@
 #include "platform/clsDatabase.h"
 
 #include <functional>
+#include <optional>
 
 namespace modLinks
 {
@@ -14,6 +15,14 @@ std::unique_ptr<clsRecordset> Of(clsDatabase& database, const QString& siteID,
                                  modDataModel::StatusBounds bounds = modDataModel::EveryStatus);
 /// The links of one of the stored queues, in the order of the setting Sort. @throws clsError
 std::unique_ptr<clsRecordset> Queued(clsDatabase& database, const QString& query);
+/// What a link is called and where it is filed.
+struct Filed
+{
+    QString Title;
+    int Status = 0;
+};
+/// @return empty when there is no such link (any more). @throws clsError
+std::optional<Filed> WhereFiled(clsDatabase& database, qint64 id);
 /// Numbers of the records whose values of `fields` are `wanted`, in the set's order. Memory stays flat.
 /// @throws clsError
 std::vector<qint64> Where(const clsRecordset& records, const QStringList& fields,

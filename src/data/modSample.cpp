@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "data/modSample.h"
 
+#include "data/clsSiteRecord.h"
 #include "data/modLinks.h"
 #include "data/modSampleMarks.h"
 #include "data/modSites.h"
@@ -186,9 +187,8 @@ private:
     [[nodiscard]] QSet<qint64> UsedTemplates() const
     {
         QStringList fields;
-        constexpr int types = 8;
-        for (int type = 1; type <= types; ++type)
-            fields << u"EMessage%1"_s.arg(type);
+        for (int type = 0; type < clsSiteRecord::MessageTypeCount; ++type)
+            fields << clsSiteRecord::TemplateField(type);
         QSet<qint64> used;
         const auto sites = m_database.OpenRecordset(Sites.table);
         for (const auto& row : sites->Rows(0, sites->RecordCount(), fields)) {
@@ -244,7 +244,7 @@ QString modSample::Add(clsDatabase& database)
     QSet<clsBookmark> own;
     for (const Record& record : TemplatesOf(database))
         own.insert(record.bookmark);
-    database.Declare(modDBFunctions::SampleStatements);
+    database.Declare(modStatements::SampleStatements);
     std::vector<modSampleMarks::Mark> marks;
     const auto take = [&marks](const std::vector<Record>& records) {
         for (const Record& record : records)

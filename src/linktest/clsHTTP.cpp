@@ -282,7 +282,7 @@ void clsHTTP::Session::OpenQueue()
 
 void clsHTTP::Session::MakeFetcher()
 {
-    m_fetcher = m_test.m_makeEngine ? m_test.m_makeEngine() : clsHTTPEngine::ForRun([this] { KeepVerdicts(); });
+    m_fetcher = clsHTTPEngine::ForRun([this] { KeepVerdicts(); });
     // It keeps the port and the proxy of a new one: those of the sites are for the harvest.
     m_fetcher->SetLocalFile(modBrambury::FolderPath(u"\\$$$http.tmp"_s));
 }
@@ -528,13 +528,6 @@ std::optional<QString> clsHTTP::Session::NextAddress()
     m_comingLocked = !read;
     return read ? address : std::nullopt;
 }
-
-clsHTTP::clsHTTP(Collaborators collaborators, MakeEngine makeEngine)
-    : m_with(collaborators), m_makeEngine(std::move(makeEngine))
-{
-}
-
-clsHTTP::~clsHTTP() = default;
 
 void clsHTTP::CheckLinks()
 {

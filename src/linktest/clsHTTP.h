@@ -5,18 +5,12 @@
 #include "log/clsRun.h"
 
 #include <QString>
-#include <functional>
-#include <memory>
-
-class clsHTTPEngine;
 
 /// One session over every link queued for testing. Reports through the log, message boxes and the records.
 class clsHTTP
 {
 public:
     using Collaborators = clsRun::Collaborators;
-    /// Makes the page fetcher of the run.
-    using MakeEngine = std::function<std::unique_ptr<clsHTTPEngine>()>;
 
     /// How a session ended, for callers that have an exit code to choose.
     enum class Ending
@@ -29,9 +23,7 @@ public:
         Failed,       ///< an error that was reported
     };
 
-    /// @param makeEngine  empty: the real clsHTTPEngine on the platform's HTTP control.
-    explicit clsHTTP(Collaborators collaborators, MakeEngine makeEngine = {});
-    ~clsHTTP();
+    explicit clsHTTP(Collaborators collaborators) : m_with(collaborators) {}
     clsHTTP(const clsHTTP&) = delete;
     clsHTTP& operator=(const clsHTTP&) = delete;
 
@@ -51,7 +43,6 @@ public:
 private:
     struct Session;
     Collaborators m_with;
-    MakeEngine m_makeEngine;
     Ending m_ending = Ending::Done;
     qint64 m_failed = 0;
 };

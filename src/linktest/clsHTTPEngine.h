@@ -42,8 +42,8 @@ public:
     clsHTTPEngine& operator=(const clsHTTPEngine&) = delete;
 
     /// Address of the page to fetch.
-    [[nodiscard]] virtual QString URL() const { return m_url; }
-    virtual void SetURL(const QString& url) { m_url = url; }
+    [[nodiscard]] QString URL() const { return m_url; }
+    void SetURL(const QString& url) { m_url = url; }
     /// File that receives the page; set or read while empty it is the default.
     [[nodiscard]] QString LocalFile();
     void SetLocalFile(const QString& path);
@@ -55,24 +55,24 @@ public:
     [[nodiscard]] const QString& Host() const { return m_host; }
 
     /// 0 = no error; else the control's code, 501 (no completion in time, or stopped), 999 (the same, over midnight).
-    [[nodiscard]] virtual int ErrNumber() const { return m_errNumber; }
-    [[nodiscard]] virtual bool GetComplete() const { return m_getComplete; }
+    [[nodiscard]] int ErrNumber() const { return m_errNumber; }
+    [[nodiscard]] bool GetComplete() const { return m_getComplete; }
     [[nodiscard]] bool SocketOpen() const { return m_socketOpen; }
     [[nodiscard]] bool HTTPServerActive() const { return m_serverActive; }
 
     /// Fetches URL into LocalFile and waits for the outcome. @return true once the transfer completed.
     virtual bool ConnectToServer(bool flag = false);
     /// Closes the connection; harmless when none is open.
-    virtual void EndConnectToServer();
+    void EndConnectToServer();
 
     /// The lists of the page that was fetched last.
     [[nodiscard]] virtual const clsPageList& Hyperlinks() const;
-    [[nodiscard]] virtual const clsPageList& Images() const;
+    [[nodiscard]] const clsPageList& Images() const;
 
     /// Tells the control which pages this engine will ask for next (see clsHTTPControl::ReadAhead).
-    virtual void ReadAhead(std::function<std::optional<QString>()> nextUrl);
+    void ReadAhead(std::function<std::optional<QString>()> nextUrl);
     /// Ends reading ahead and closes kept-alive connections: the end of a run.
-    virtual void CloseAll();
+    void CloseAll();
 
 private:
     void ServerActive(bool active) override { m_serverActive = active; }

@@ -2,14 +2,13 @@
 #include "mail/clsMailLogins.h"
 
 #include "data/modMailSecrets.h"
+#include "data/modMailSecurity.h"
 #include "platform/clsDatabase.h"
 #include "platform/clsDialogs.h"
 #include "platform/modSecrets.h"
 #include "shell/modBrambury.h"
 #include "shell/modCommonFunctions.h"
 #include "shell/modErrorHandler.h"
-
-#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 using modBrambury::Platform;
@@ -18,9 +17,6 @@ using modBrambury::State;
 namespace
 {
 const QString Source = u"clsMailLogins"_s;
-
-constexpr std::pair<clsMailSecurity, QLatin1StringView> Words[] = {
-    {clsMailSecurity::None, "none"_L1}, {clsMailSecurity::StartTLS, "starttls"_L1}, {clsMailSecurity::TLS, "tls"_L1}};
 } // namespace
 
 clsMailLogins::clsMailLogins(std::function<bool(const modTokenCommand::Use&)> agree) : m_agree(std::move(agree)) {}
@@ -37,32 +33,12 @@ void clsMailLogins::ForgetAsked()
     m_asked.clear();
 }
 
-std::optional<clsMailSecurity> clsMailLogins::SecurityOf(const QString& word)
-{
-    if (word.isEmpty())
-        return clsMailSecurity::None;
-    for (const auto& [security, name] : Words) {
-        if (word == name)
-            return security;
-    }
-    return std::nullopt;
-}
-
-QString clsMailLogins::WordOf(clsMailSecurity security)
-{
-    for (const auto& [known, name] : Words) {
-        if (known == security)
-            return name;
-    }
-    return {};
-}
-
 clsMailLogin clsMailLogins::Of(const clsRecordset& site)
 {
     const auto text = [&](const QString& field) { return modCommonFunctions::TextOf(site.Field(field)); };
     const QString siteID = text(u"SiteID"_s);
     const QString word = text(u"MailSecurity"_s);
-    const auto security = SecurityOf(word);
+    const auto security = modMailSecurity::Of(word);
     // Nothing less than what was wanted will do, and what that was is not known.
     if (!security)
         throw clsError(clsError::DeviceUnavailable,

@@ -9,7 +9,6 @@
 #include <QHash>
 #include <QString>
 #include <functional>
-#include <optional>
 
 class clsRecordset;
 
@@ -30,10 +29,6 @@ public:
     [[nodiscard]] clsMailLogin Of(const clsRecordset& site);
     /// Those that were asked for are asked for again: a server may have refused one.
     void ForgetAsked();
-
-    /// What MailSecurity says; Null and the empty text are none. @return empty for a word of another kind.
-    [[nodiscard]] static std::optional<clsMailSecurity> SecurityOf(const QString& word);
-    [[nodiscard]] static QString WordOf(clsMailSecurity security);
 
 private:
     [[nodiscard]] QByteArray Asked(const QString& siteID, const QString& host, const QString& user, const QString& why);

@@ -13,8 +13,6 @@ using modCommonFunctions::TextOf;
 
 namespace
 {
-constexpr int UsualPort = 25;
-
 /// A site's own number, else the settings'.
 int Own(const QVariant& value, int usual)
 {
@@ -46,7 +44,7 @@ QString clsMailQueue::LoadSiteSettings(const QString& key)
     m_site = {.SiteID = text(u"SiteID"_s),
               .Email = text(u"Email"_s),
               .HostName = text(u"HostName"_s),
-              .MailPort = port.isNull() ? UsualPort : port.toInt(),
+              .MailPort = port.isNull() ? clsSiteRecord::UsualMailPort : port.toInt(),
               .Sender = text(u"Sender"_s),
               .Pace = {.Gap = std::chrono::seconds(Own(m_sites->Field(u"MailGap"_s), settings.MailGap)),
                        .PerHour = Own(m_sites->Field(u"MailPerHour"_s), settings.MailPerHour),

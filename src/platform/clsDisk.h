@@ -33,6 +33,12 @@ public:
     [[nodiscard]] virtual bool FolderExists(const QString& path) const = 0;
     /// The names of the files in a folder, sorted; none when there is no such folder.
     [[nodiscard]] virtual QStringList FileNames(const QString& folder) const = 0;
+    /// The names of the folders in a folder, sorted without regard to case; no hidden ones.
+    [[nodiscard]] virtual QStringList FolderNames(const QString& folder) const = 0;
+    /// Where files can be kept: the uppermost folder of each drive, sorted.
+    [[nodiscard]] virtual QStringList Drives() const = 0;
+    /// The drive that holds `path`, as Drives has it.
+    [[nodiscard]] virtual QString DriveOf(const QString& path) const = 0;
     /// Makes the folder and what is missing above it; one that exists is left alone.
     virtual void MakeFolder(const QString& path) = 0;
     /// Free bytes on the drive that holds `path`.

@@ -6,34 +6,12 @@
 
 #include <QLocale>
 #include <QXmlStreamWriter>
-#include <functional>
 
 using namespace Qt::Literals::StringLiterals;
 using modIO::PageLink;
 
 namespace
 {
-/// Gives the active links of each category in turn.
-/// @param links  by category.
-void ByCategory(const std::vector<PageLink>& links, const std::function<void(const QString&)>& begin,
-                const std::function<void(const PageLink&)>& take, const std::function<void()>& end)
-{
-    const PageLink* previous = nullptr;
-    for (const PageLink& link : links) {
-        if (!link.Active)
-            continue;
-        if (!previous || link.Category != previous->Category) {
-            if (previous)
-                end();
-            begin(link.Category);
-        }
-        take(link);
-        previous = &link;
-    }
-    if (previous)
-        end();
-}
-
 /// A text without the characters that no XML may hold, not even as numbers.
 QString ForXml(const QString& text)
 {
@@ -79,7 +57,7 @@ QByteArray modLinkLists::Outline(const QString& title, const QDateTime& now, con
     xml.writeTextElement(u"dateCreated"_s, QLocale::c().toString(now.toUTC(), u"ddd, dd MMM yyyy HH:mm:ss 'GMT'"_s));
     xml.writeEndElement();
     xml.writeStartElement(u"body"_s);
-    ByCategory(
+    modIO::ByCategory(
         links,
         [&xml](const QString& category) {
             xml.writeStartElement(u"outline"_s);
@@ -108,7 +86,7 @@ QByteArray modLinkLists::Bookmarks(const QString& title, const std::vector<PageL
                    "<TITLE>%1</TITLE>\n"
                    "<H1>%1</H1>\n"
                    "<DL><p>\n"_s.arg(escaped(title));
-    ByCategory(
+    modIO::ByCategory(
         links,
         [&](const QString& category) { page += u"    <DT><H3>"_s + escaped(category) + u"</H3>\n    <DL><p>\n"_s; },
         [&](const PageLink& link) {

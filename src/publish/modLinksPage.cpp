@@ -136,29 +136,24 @@ QByteArray ClassicPage(const QString& siteName, const std::vector<PageLink>& lin
     page += modIO::WriteCategoryIndex(links);
     page += "<div align=\"left\">\r\n"
             "      <table border=\"0\" width=\"450\" cellpadding=\"3\">\r\n";
-    const PageLink* previous = nullptr;
-    for (const PageLink& link : links) {
-        if (!link.Active)
-            continue;
-        if (!previous || link.Category != previous->Category) {
-            if (previous)
-                Line(page, returnRow);
-            Line(page, u"    <tr>      <td colspan=\"2\"><font face=\"Arial\" size=\"3\"><b><a name=\""_s +
-                           link.Category + u"\">"_s + link.Category + u"</a></b></font></td>      </tr>"_s);
-        }
-        page += "    <tr>\r\n"
-                "      <td><font face=\"Arial\" size=\"2\">&nbsp;</font></td>\r\n";
-        const QString cell = u"      <td><font face=\"Arial\" size=\"2\">"_s;
-        if (link.HomePage.isEmpty())
-            Line(page, cell + link.Title + u"<br>"_s);
-        else
-            Line(page, cell + u"<a href=\""_s + link.HomePage + u"\">"_s + link.Title + u"</a><br>"_s);
-        Line(page, u"        "_s + link.Description + u"</font></td>"_s);
-        page += "    </tr>\r\n";
-        previous = &link;
-    }
-    if (previous)
-        Line(page, returnRow);
+    modIO::ByCategory(
+        links,
+        [&page](const QString& category) {
+            Line(page, u"    <tr>      <td colspan=\"2\"><font face=\"Arial\" size=\"3\"><b><a name=\""_s + category +
+                           u"\">"_s + category + u"</a></b></font></td>      </tr>"_s);
+        },
+        [&page](const PageLink& link) {
+            page += "    <tr>\r\n"
+                    "      <td><font face=\"Arial\" size=\"2\">&nbsp;</font></td>\r\n";
+            const QString cell = u"      <td><font face=\"Arial\" size=\"2\">"_s;
+            if (link.HomePage.isEmpty())
+                Line(page, cell + link.Title + u"<br>"_s);
+            else
+                Line(page, cell + u"<a href=\""_s + link.HomePage + u"\">"_s + link.Title + u"</a><br>"_s);
+            Line(page, u"        "_s + link.Description + u"</font></td>"_s);
+            page += "    </tr>\r\n";
+        },
+        [&] { Line(page, returnRow); });
     page += "      </table>\r\n"
             "</div>\r\n"
             "<p><font face=\"Arial\"><br>\r\n"
@@ -377,6 +372,25 @@ bool modIO::IsWebAddress(const QString& address)
 {
     const QUrl url(address.trimmed(), QUrl::TolerantMode);
     return (url.scheme() == "http"_L1 || url.scheme() == "https"_L1) && !url.host().isEmpty();
+}
+
+void modIO::ByCategory(const std::vector<PageLink>& links, const std::function<void(const QString& category)>& begin,
+                       const std::function<void(const PageLink&)>& take, const std::function<void()>& end)
+{
+    const PageLink* previous = nullptr;
+    for (const PageLink& link : links) {
+        if (!link.Active)
+            continue;
+        if (!previous || link.Category != previous->Category) {
+            if (previous)
+                end();
+            begin(link.Category);
+        }
+        take(link);
+        previous = &link;
+    }
+    if (previous)
+        end();
 }
 
 QByteArray modIO::WriteCategoryIndex(const std::vector<PageLink>& links)

@@ -71,6 +71,9 @@ struct PageLink
 };
 /// Only what a browser goes to: an address that a partner has thought up may be a script.
 bool IsWebAddress(const QString& address);
+/// Gives the active links of each category in turn, a category without any not at all. @param links  by category.
+void ByCategory(const std::vector<PageLink>& links, const std::function<void(const QString& category)>& begin,
+                const std::function<void(const PageLink&)>& take, const std::function<void()>& end);
 /// The classic page's list of categories, of links of every status. @param links  by category.
 QByteArray WriteCategoryIndex(const std::vector<PageLink>& links);
 } // namespace modIO

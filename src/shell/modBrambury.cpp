@@ -251,7 +251,7 @@ clsDatabase& modBrambury::OpenDatabase()
 
 std::unique_ptr<clsFileLock> modBrambury::LockDatabase()
 {
-    auto lock = Platform().Disk->Lock(State().Settings.DataPath + u"Bramdat.use"_s, clsDisk::Share::Exclusive);
+    auto lock = Platform().Disk->Lock(State().Settings.DataPath + DatabaseLockFile, clsDisk::Share::Exclusive);
     State().FileInUse = !lock;
     if (!lock)
         MsgBox(u"The database is in use by another copy of Brambury.  Close its window and end its runs first."_s,

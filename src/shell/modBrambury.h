@@ -19,6 +19,8 @@ namespace modBrambury
 inline const QString ProgramTitle = QStringLiteral("Brambury");
 inline const QString DatabaseFile = QStringLiteral("Bramdat.mdb");
 inline const QString TemporaryDatabaseFile = QStringLiteral("_Bramdat.mdb");
+/// Locked shared by whoever has the database open, exclusively for work on the whole file.
+inline const QString DatabaseLockFile = QStringLiteral("Bramdat.use");
 /// What the database file is opened with.
 inline const QString ConnectString = QStringLiteral(";pwd=SandDune");
 /// Where a site being created stands before it has a name.

@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -128,6 +129,29 @@ QString modCommonFunctions::OnOneLine(QString text)
     return text.replace(u"\r\n"_s, u" "_s).replace(u'\r', u' ').replace(u'\n', u' ');
 }
 
+QString modCommonFunctions::WithLineFeeds(QString text)
+{
+    return text.replace(u"\r\n"_s, u"\n"_s).replace(u'\r', u'\n');
+}
+
+QString modCommonFunctions::WithCrLf(QString text)
+{
+    return WithLineFeeds(std::move(text)).replace(u'\n', u"\r\n"_s);
+}
+
+QString modCommonFunctions::FileNameOf(const QString& text)
+{
+    QString name = text.simplified();
+    for (QChar& letter : name) {
+        if (letter.category() == QChar::Other_Control || u"\\/:*?\"<>|"_s.contains(letter))
+            letter = u'-';
+    }
+    // A file that begins so is hidden.
+    if (name.startsWith(u'.'))
+        name[0] = u'-';
+    return name;
+}
+
 bool modCommonFunctions::InternetConnection()
 {
     bool connected = false;
@@ -179,8 +203,7 @@ QString modCommonFunctions::DiskSpaceText(const QString& drive)
 
 QString modCommonFunctions::WrapText(const QString& text, int width)
 {
-    QString lines = text;
-    lines.replace(u"\r\n"_s, u"\n"_s).replace(u'\r', u'\n');
+    const QString lines = WithLineFeeds(text);
     const qsizetype limit = std::max(width, 2); // room for one character outside the basic plane
     QString wrapped;
     wrapped.reserve(lines.size() + lines.size() / limit + 1);

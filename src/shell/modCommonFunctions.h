@@ -29,8 +29,14 @@ QVariant NullToDefault(const QVariant& value, const QVariant& defaultValue);
 QString TextOf(const QVariant& value);
 /// The first `size` characters, as fields count them; 0: all.
 QString Leftmost(const QString& text, qsizetype size);
+/// A file's name, without a folder, that every system takes: made of a record's name, say.
+QString FileNameOf(const QString& text);
 /// Line breaks as blanks.
 QString OnOneLine(QString text);
+/// Line breaks, alone or in a pair, as line feeds.
+QString WithLineFeeds(QString text);
+/// The same as CR LF, the line break of texts in the database.
+QString WithCrLf(QString text);
 /// True when a connection is up or could be dialled (then the dialled flag is set).
 bool InternetConnection();
 /// "1,023 bytes (1,023 bytes)", "1.0KB (1,024 bytes)"; megabytes from 1,048,000 on.

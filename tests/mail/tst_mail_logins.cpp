@@ -2,6 +2,7 @@
 // Log-ins at mail servers without a window: where a password is kept and taken from, what happens to it when its site
 // is saved, copied or deleted, and what a look at a server comes to.
 #include "data/clsSiteRecord.h"
+#include "data/modMailSecurity.h"
 #include "data/modSites.h"
 #include "mail/clsMailLogins.h"
 #include "mail/modMailAdvice.h"
@@ -69,7 +70,7 @@ private:
         clsMailLogin login;
         if (const auto failure = failureOf([&] { login = logins.Of(*Site()); }))
             return u"error: "_s + failure->Description();
-        return clsMailLogins::WordOf(login.security) + u' ' + login.user + u' ' + QString::fromUtf8(login.secret) +
+        return modMailSecurity::WordOf(login.security) + u' ' + login.user + u' ' + QString::fromUtf8(login.secret) +
                (login.token ? u" token"_s : QString());
     }
 

@@ -227,6 +227,8 @@ private Q_SLOTS:
         QCOMPARE(FromStoredDate(u"2026-01-05T15:07:09"_s), afternoon);
         QVERIFY(!FromStoredDate(u"5/1/26"_s).isValid());
 
+        QCOMPARE(FileNameOf(u"../A/B: \"yes?\"\t\u82b1\x01.pdf"_s), u"-.-A-B- -yes-- \u82b1-.pdf"_s);
+
         QCOMPARE(WrapText(u"abcde fg"_s, 5), u"abcde\nfg"_s); // the blank stands just at the limit
         QCOMPARE(WrapText(u"ab  cd"_s, 3), u"ab \ncd"_s);     // one blank is dropped, not two
         QCOMPARE(WrapText(u"abcdefgh ij"_s, 3), u"abc\ndef\ngh\nij"_s);

@@ -459,6 +459,8 @@ private:
 
     void Act()
     {
+        if (State().DatabaseWork && Below(10) != 0)
+            return; // copying and mending take longer than a step: mostly they are waited for
         frmMain& window = *m_parts.Windows.Main();
         QDialog* dialog = Dialog();
         if (Below(60) == 0)
@@ -526,6 +528,11 @@ private:
         if (!window.windowHandle())
             return;
         KeepBackupsHere(window);
+        if (const auto* box = qobject_cast<QMessageBox*>(&window); box && Below(3) == 0) {
+            QAbstractButton* answer = AnyOf(box->buttons());
+            Note(u"answer "_s + answer->text());
+            return answer->click(); // the ways to the rarer runs lead through questions
+        }
         const bool main = &window == m_parts.Windows.Main();
         const int dice = Below(100);
         if (dice < (main ? 25 : 18)) {

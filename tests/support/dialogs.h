@@ -2,12 +2,11 @@
 // Windows and their controls under a test's hands.
 #pragma once
 
-#include <QApplication>
-#include <QDialog>
-#include <QPushButton>
-#include <QTest>
-#include <QTimer>
+#include <QPointer>
+#include <QtTest>
+#include <QtWidgets> // tests look at controls of every kind
 #include <functional>
+#include <type_traits>
 
 /// The control of this name; there must be one.
 template <typename Control> Control& controlOf(const QWidget& window, const QString& name)
@@ -21,24 +20,49 @@ template <typename Control> Control& controlOf(const QWidget& window, const QStr
 /// Presses a button as the mouse does.
 inline void clickIn(const QWidget& window, const QString& button)
 {
-    QTest::mouseClick(&controlOf<QPushButton>(window, button), Qt::LeftButton);
+    QTest::mouseClick(&controlOf<QAbstractButton>(window, button), Qt::LeftButton);
 }
 
-/// Does `work` in the dialog that opens next, and sees to its end.
-inline void inNextDialog(const std::function<void(QDialog&)>& work)
+inline void typeIn(const QWidget& window, const QString& line, const QString& text)
+{
+    auto& box = controlOf<QLineEdit>(window, line);
+    box.selectAll();
+    QTest::keyClicks(&box, text);
+}
+
+/// What boxes, lists and labels show, joined by "|".
+inline QString shownIn(const QWidget& window, const QStringList& names)
+{
+    QStringList texts;
+    for (const QString& name : names) {
+        const auto& control = controlOf<QWidget>(window, name);
+        QVariant text = control.property("currentText");
+        for (const char* other : {"plainText", "text"})
+            text = text.isValid() ? text : control.property(other);
+        texts << text.toString();
+    }
+    return texts.join(u'|');
+}
+
+/// Does `work` in the dialog of this kind that opens next, and sees to its end. Deleting what it returns gives up.
+template <typename Dialog = QDialog>
+QPointer<QTimer> inNextDialog(const std::type_identity_t<std::function<void(Dialog&)>>& work)
 {
     auto* timer = new QTimer(qApp);
-    QObject::connect(timer, &QTimer::timeout, timer, [timer, work] {
-        auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
-        if (!dialog)
+    timer->callOnTimeout([timer, work] {
+        auto* dialog = qobject_cast<Dialog*>(QApplication::activeModalWidget());
+        if (!dialog || !dialog->isVisible() || !dialog->isActiveWindow())
             return;
         timer->stop();
         timer->deleteLater();
+        const QPointer<QDialog> shown = dialog;
         work(*dialog);
-        if (dialog != QApplication::activeModalWidget())
+        // A letter with Alt presses its button for a moment first.
+        if (QTest::qWaitFor([&] { return !shown || shown != QApplication::activeModalWidget(); }, 1000))
             return;
         QTest::qFail("the dialog did not close", __FILE__, __LINE__);
-        dialog->reject();
+        shown->done(QDialog::Rejected);
     });
     timer->start(0);
+    return timer;
 }

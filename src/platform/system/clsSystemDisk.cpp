@@ -9,6 +9,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QStorageInfo>
 #include <array>
 #include <cerrno>
 #include <cstdio>
@@ -158,6 +159,14 @@ bool Copy(clsOpenFile& source, clsOpenFile& target, const std::function<bool(qin
     return true;
 }
 
+/// Folders of the system's own making look like drives.
+bool IsOfSystem(const QString& root)
+{
+    return root.startsWith("/proc"_L1) || root.startsWith("/sys"_L1) || root.startsWith("/dev"_L1) ||
+           root.startsWith("/snap"_L1) || root.startsWith("/boot"_L1) ||
+           (root.startsWith("/run"_L1) && !root.startsWith("/run/media"_L1));
+}
+
 class clsSystemDisk final : public clsDisk
 {
 public:
@@ -167,6 +176,30 @@ public:
     QStringList FileNames(const QString& folder) const override
     {
         return QDir(folder).entryList(QDir::Files | QDir::Hidden, QDir::Name);
+    }
+
+    QStringList FolderNames(const QString& folder) const override
+    {
+        return QDir(folder).entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name | QDir::IgnoreCase);
+    }
+
+    QStringList Drives() const override
+    {
+        QStringList drives;
+        const QList<QStorageInfo> volumes = QStorageInfo::mountedVolumes();
+        for (const QStorageInfo& volume : volumes) {
+            const QString root = volume.rootPath();
+            if (volume.isReady() && !IsOfSystem(root) && FolderExists(root))
+                drives << QDir::toNativeSeparators(root);
+        }
+        drives.removeDuplicates();
+        drives.sort();
+        return drives;
+    }
+
+    QString DriveOf(const QString& path) const override
+    {
+        return QDir::toNativeSeparators(QStorageInfo(path).rootPath());
     }
 
     void MakeFolder(const QString& path) override

@@ -210,6 +210,7 @@ QString clsWidgetDialogs::Choose(QFileDialog& dialog, const FileRequest& request
     }
     if (!request.fileName.isEmpty())
         dialog.selectFile(request.fileName);
+    withPlainButtons(dialog);
     if (s_ending || dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
         throw clsError(clsError::DialogCancelled, u"Cancel was selected."_s, u"clsDialogs"_s);
     return dialog.selectedFiles().first();

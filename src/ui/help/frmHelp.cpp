@@ -12,6 +12,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QRegularExpression>
+#include <QScreen>
 #include <QShortcut>
 #include <QSplitter>
 #include <QTextBrowser>
@@ -21,6 +22,7 @@
 #include <QVBoxLayout>
 #include <QWindow>
 #include <algorithm>
+#include <cmath>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -34,6 +36,36 @@ constexpr int MostWindowWidth = 600; ///< of a window's picture: what a page has
 QUrl AddressOf(int topic)
 {
     return QUrl(u"topic:%1"_s.arg(topic));
+}
+
+/// How much two colours differ for the eye, 1 to 21, as WCAG 2.1 reckons it.
+double Contrast(const QColor& one, const QColor& other)
+{
+    const auto luminance = [](const QColor& colour) {
+        const auto linear = [](double part) {
+            return part <= 0.04045 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
+        };
+        return 0.2126 * linear(colour.redF()) + 0.7152 * linear(colour.greenF()) + 0.0722 * linear(colour.blueF());
+    };
+    const double first = luminance(one) + 0.05;
+    const double second = luminance(other) + 0.05;
+    return std::max(first, second) / std::min(first, second);
+}
+
+/// The palette's own, brought nearer to its text as long as it can hardly be read: a dark palette need not have one.
+QColor LinkColour(const QPalette& palette)
+{
+    constexpr double readable = 4.5;
+    constexpr int steps = 10;
+    const QColor link = palette.color(QPalette::Link);
+    const QColor text = palette.color(QPalette::Text);
+    QColor colour = link;
+    for (int i = 1; i <= steps && Contrast(colour, palette.color(QPalette::Base)) < readable; ++i) {
+        const auto between = [i](int from, int to) { return from + (to - from) * i / steps; };
+        colour = QColor(between(link.red(), text.red()), between(link.green(), text.green()),
+                        between(link.blue(), text.blue()));
+    }
+    return colour;
 }
 
 /// Shows pages by "topic:NUMBER", the program's own pictures by "picture:NAME", and its windows by "window:NAME".
@@ -57,8 +89,8 @@ public:
             return {};
         // The text is written for one size; headings keep to it.
         return u"<html><head><style>h1 { font-size: x-large; } h2 { font-size: large; } "
-               "td, th { padding: 3px 14px 3px 0; text-align: left; }</style></head><body>%1</body></html>"_s.arg(
-                   WithoutMissing(page->html));
+               "td, th { padding: 3px 14px 3px 0; text-align: left; } a { color: %1; }</style></head>"
+               "<body>%2</body></html>"_s.arg(LinkColour(palette()).name(), WithoutMissing(page->html));
     }
 
 private:
@@ -114,7 +146,7 @@ frmHelp::frmHelp(clsHelpFile help, const QString& pictures) : QWidget(nullptr, Q
     setObjectName(u"frmHelp"_s);
     setWindowTitle(modBrambury::ProgramTitle + u" Help"_s);
     setWindowIcon(modIcons::Picture(u"help"_s));
-    resize(StartSize);
+    resize(StartSize.width(), std::min(StartSize.height(), screen()->availableSize().height() * 9 / 10));
 
     auto* halves = new QSplitter;
     halves->addWidget(BuildContents());

@@ -13,6 +13,8 @@
 #include <QStyledItemDelegate>
 #include <QTreeView>
 #include <QVBoxLayout>
+#include <algorithm>
+#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -20,6 +22,8 @@ namespace
 {
 /// Above and below a row's text.
 constexpr int Air = 3;
+/// Seen at once, the heading among them.
+constexpr int LeastLines = 5;
 
 /// Rows with some air, and check boxes that are seen in dark colours too, where the style draws them dark on dark.
 class clsCheckRows final : public QStyledItemDelegate
@@ -73,6 +77,7 @@ clsHarvestList::clsHarvestList(QWidget* parent)
     m_list->setAllColumnsShowFocus(true);
     m_list->setSelectionMode(QAbstractItemView::ExtendedSelection);
     m_list->setTextElideMode(Qt::ElideRight);
+    m_list->setMinimumHeight(LeastLines * (fontMetrics().lineSpacing() + 2 * Air));
     m_list->setSortingEnabled(true);
     // The page's own order, until a heading is clicked; a third click brings it back.
     m_list->header()->setSortIndicatorClearable(true);
@@ -203,6 +208,6 @@ void clsHarvestList::resizeEvent(QResizeEvent* event)
 void clsHarvestList::FitColumns()
 {
     const int width = m_list->viewport()->width();
-    m_list->setColumnWidth(clsHarvestModel::Address, width * 48 / 100);
-    m_list->setColumnWidth(clsHarvestModel::Suggestion, width * 28 / 100);
+    for (const auto& [column, percent] : {std::pair(clsHarvestModel::Address, 48), {clsHarvestModel::Suggestion, 28}})
+        m_list->setColumnWidth(column, std::max(width * percent / 100, m_list->header()->sectionSizeHint(column)));
 }

@@ -3,6 +3,7 @@
 
 #include "platform/clsDatabase.h"
 #include "platform/clsSettingsStore.h"
+#include "shell/clsHourglass.h"
 #include "shell/modCommonFunctions.h"
 #include "shell/modErrorHandler.h"
 #include "ui/parts/clsRowDelegate.h"
@@ -444,6 +445,22 @@ void clsLinkGrid::keyPressEvent(QKeyEvent* event)
     default:
         QTableView::keyPressEvent(event);
     }
+}
+
+QModelIndex clsLinkGrid::moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers)
+{
+    // Rows are gone through, not cells: these keys go to the ends of the list.
+    return QTableView::moveCursor(action, action == MoveHome || action == MoveEnd ? modifiers | Qt::ControlModifier
+                                                                                  : modifiers);
+}
+
+void clsLinkGrid::keyboardSearch(const QString& search)
+{
+    const clsHourglass hourglass;
+    // By name, whichever cell has been clicked.
+    selectionModel()->setCurrentIndex(currentIndex().siblingAtColumn(clsLinkModel::Title),
+                                      QItemSelectionModel::NoUpdate);
+    QTableView::keyboardSearch(search);
 }
 
 void clsLinkGrid::contextMenuEvent(QContextMenuEvent* event)

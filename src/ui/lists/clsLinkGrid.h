@@ -51,6 +51,8 @@ public:
     /// Shows these columns in this order, and no others.
     void ShowColumns(const std::vector<int>& columns);
 
+    void keyboardSearch(const QString& search) override;
+
 Q_SIGNALS:
     /// A key or double click stands for an entry of the Links menu.
     void LinkCommand(int index);
@@ -61,6 +63,7 @@ Q_SIGNALS:
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;
+    [[nodiscard]] QModelIndex moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers) override;
     void contextMenuEvent(QContextMenuEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     void focusInEvent(QFocusEvent* event) override;

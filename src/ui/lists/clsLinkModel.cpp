@@ -108,16 +108,18 @@ constexpr std::array StatusStyles{u"Offer", u"Pending", u"Active", u"Broken", u"
 QIcon PictureOf(const QString& style)
 {
     static const QHash<QString, QString> names{
-        {u"Offer"_s, u"status-offer"_s},   {u"Pending"_s, u"status-pending"_s},   {u"Active"_s, u"status-active"_s},
-        {u"Broken"_s, u"status-broken"_s}, {u"Inactive"_s, u"status-inactive"_s}, {u"Declined"_s, u"status-declined"_s},
-        {u"GreenBall"_s, u"ball-green"_s}, {u"YellowBall"_s, u"ball-yellow"_s},   {u"RedBall"_s, u"ball-red"_s},
-        {u"Checked"_s, u"checked"_s},      {u"YellowFlag"_s, u"yellow-flag"_s},   {u"Notes"_s, u"notes"_s},
+        {u"GreenBall"_s, u"ball-green"_s}, {u"YellowBall"_s, u"ball-yellow"_s}, {u"RedBall"_s, u"ball-red"_s},
+        {u"Checked"_s, u"checked"_s},      {u"YellowFlag"_s, u"yellow-flag"_s}, {u"Notes"_s, u"notes"_s},
         {u"NoNotes"_s, u"no-notes"_s},
     };
     static QHash<QString, QIcon> pictures;
     auto known = pictures.find(style);
-    if (known == pictures.end())
-        known = pictures.insert(style, modIcons::Picture(names.value(style)));
+    if (known == pictures.end()) {
+        const auto* const status = std::find(StatusStyles.begin(), StatusStyles.end(), style);
+        known = pictures.insert(style, status == StatusStyles.end()
+                                           ? modIcons::Picture(names.value(style))
+                                           : modIcons::Status(static_cast<int>(status - StatusStyles.begin())));
+    }
     return *known;
 }
 } // namespace

@@ -3,8 +3,8 @@
 // those left out whose texts a filter does not find.
 #pragma once
 
+#include "data/clsLinkFilter.h"
 #include "platform/clsDatabase.h"
-#include "ui/lists/clsLinkFilter.h"
 
 #include <QAbstractTableModel>
 #include <QHash>
@@ -88,6 +88,8 @@ public:
     void SetFilter(const QString& words);
     void SetFilterColumns(std::vector<int> columns);
     [[nodiscard]] bool Filtered() const { return m_filter.Active(); }
+    /// Whether there is no record, whatever the filter says.
+    [[nodiscard]] bool Empty() const { return m_count == 0; }
     /// Whether the rows do not follow the filter yet.
     [[nodiscard]] bool Filtering() const { return m_filter.Running(); }
     /// Shows what was found: the answer to FilterReady. Views keep nothing by themselves when the rows have changed.

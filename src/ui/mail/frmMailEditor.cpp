@@ -6,6 +6,7 @@
 #include "platform/clsPrinter.h"
 #include "platform/clsWindows.h"
 #include "platform/modHelpTopics.h"
+#include "shell/clsHourglass.h"
 #include "shell/modBrambury.h"
 #include "shell/modCommonFunctions.h"
 #include "shell/modErrorHandler.h"
@@ -423,6 +424,7 @@ void frmMailEditor::Open(qint64 messageID)
 
 void frmMailEditor::Show(qint64 messageID)
 {
+    const clsHourglass hourglass; // another program's lock is waited for
     // One that another program has added is not in the set yet.
     if (!m_template.GetMessage(messageID) && m_template.BuildNewQuery(0) && !m_template.GetMessage(messageID)) {
         MsgBox(u"This template has been deleted."_s, Buttons::OK, Icon::Exclamation);
@@ -522,6 +524,7 @@ bool frmMailEditor::Store(const QString& mode)
     m_template.Subject = m_tSubject->text();
     m_template.Body = modTextBoxes::StoredText(*m_tBody);
     m_template.AttachedFile = m_attachment;
+    const clsHourglass hourglass; // another program's lock is waited for
     if (!m_template.Update()) {
         // The next attempt must not store it in this one's way.
         m_template.Template = name;
@@ -540,8 +543,10 @@ void frmMailEditor::DeleteTemplate()
         return;
     }
     if (MsgBox(u"Are you sure you wish to delete this e-mail template?"_s, Buttons::YesNo, Icon::Question) !=
-            Answer::Yes ||
-        !m_template.Delete())
+        Answer::Yes)
+        return;
+    const clsHourglass hourglass;
+    if (!m_template.Delete())
         return;
     if (m_template.MessageID == 0)
         ShowNew();

@@ -2,8 +2,9 @@
 #include "ui/mail/frmMailLogin.h"
 
 #include "data/clsSiteRecord.h"
-#include "mail/clsMailLogins.h"
+#include "data/modMailSecurity.h"
 #include "mail/modMailAdvice.h"
+#include "mail/modTokenCommand.h"
 #include "platform/clsKeyring.h"
 #include "platform/modHelpTopics.h"
 #include "platform/modSecrets.h"
@@ -41,7 +42,6 @@ using modMailSecrets::Place;
 namespace
 {
 constexpr char Module[] = "frmMailLogin";
-constexpr int UsualPort = 25;
 constexpr int MostSeconds = 3600;
 constexpr int MostMessages = 100'000;
 constexpr int TestPage = 2;
@@ -223,7 +223,7 @@ QWidget* frmMailLogin::BuildTest()
 
 void frmMailLogin::ShowRecord()
 {
-    const auto security = clsMailLogins::SecurityOf(m_site.Text(u"MailSecurity"_s));
+    const auto security = modMailSecurity::Of(m_site.Text(u"MailSecurity"_s));
     m_cbSecurity->setCurrentIndex(security ? m_cbSecurity->findData(static_cast<int>(*security)) : -1);
     const qlonglong port = m_site.Value(u"MailPort"_s).toLongLong();
     m_cbPort->setEditText(port > 0 ? QString::number(port) : QString());
@@ -332,8 +332,8 @@ void frmMailLogin::TakeOver()
         if (m_site.Text(field) != text)
             m_site.SetValue(field, text);
     };
-    const QString word = clsMailLogins::WordOf(static_cast<clsMailSecurity>(m_cbSecurity->currentData().toInt()));
-    if (clsMailLogins::SecurityOf(m_site.Text(u"MailSecurity"_s)) != clsMailLogins::SecurityOf(word))
+    const QString word = modMailSecurity::WordOf(static_cast<clsMailSecurity>(m_cbSecurity->currentData().toInt()));
+    if (modMailSecurity::Of(m_site.Text(u"MailSecurity"_s)) != modMailSecurity::Of(word))
         take(u"MailSecurity"_s, word);
     if (m_site.Value(u"MailPort"_s).toLongLong() != Port())
         m_site.SetValue(u"MailPort"_s, Port());

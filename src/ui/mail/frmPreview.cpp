@@ -2,6 +2,7 @@
 #include "ui/mail/frmPreview.h"
 
 #include "platform/modHelpTopics.h"
+#include "shell/modCommonFunctions.h"
 #include "ui/parts/clsElidedLabel.h"
 #include "ui/parts/modDialogParts.h"
 
@@ -27,7 +28,7 @@ class clsLongText final : public QPlainTextEdit
 public:
     explicit clsLongText(QString text)
     {
-        text.replace("\r\n"_L1, "\n"_L1).replace(u'\r', u'\n');
+        text = modCommonFunctions::WithLineFeeds(text);
         QList<int> pieces; // of each line
         QString shown;
         shown.reserve(text.size() + text.size() / Piece + 1);

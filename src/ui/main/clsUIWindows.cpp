@@ -104,8 +104,9 @@ void clsUIWindows::SetPointer(Pointer pointer)
 
 QWidget* clsUIWindows::DialogOwner()
 {
-    // Asked for before every box, and no box may stand behind the splash window.
+    // Asked for before every box, and no box may stand behind the splash window or under an hourglass.
     HideSplash();
+    SetPointer(Pointer::Default);
     if (QWidget* modal = QApplication::activeModalWidget())
         return modal;
     return m_main && m_main->isVisible() ? m_main.get() : nullptr;
@@ -117,8 +118,6 @@ void clsUIWindows::ShowError(ErrorIcon icon, const QString& message, const QStri
     const modBrambury::ProcessState& state = modBrambury::State();
     if (state.Terminating || state.SessionEnding)
         return;
-    // A report must not stand under an hourglass.
-    SetPointer(Pointer::Default);
     frmErrorMessage(icon, message, details, DialogOwner()).exec();
 }
 

@@ -22,7 +22,7 @@ clsWindowParts::clsWindowParts(const clsPlatformParts& parts, clsDialogs* dialog
     // Boxes at the start and at the end have no window behind them, and are not the end of the program.
     QApplication::setQuitOnLastWindowClosed(false);
     // By this name the desktop finds the program's icon.
-    QGuiApplication::setDesktopFileName(u"brambury"_s);
+    QGuiApplication::setDesktopFileName(u"org.brambury.Brambury"_s);
     clsPlatform bundle = parts.Bundle();
     bundle.Dialogs = dialogs ? dialogs : m_dialogs.get();
     bundle.Printer = m_printer.get();

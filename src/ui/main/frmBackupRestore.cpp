@@ -24,7 +24,6 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <QSignalBlocker>
-#include <QStorageInfo>
 #include <QStyle>
 #include <QTreeWidget>
 #include <QVBoxLayout>
@@ -39,29 +38,11 @@ namespace
 constexpr char Module[] = "frmBackupRestore";
 constexpr QSize FirstSize(540, 520);
 
-/// Where files can be kept: no folders of the system's own making, which look like drives.
-QStringList Drives()
-{
-    QStringList drives;
-    const QList<QStorageInfo> volumes = QStorageInfo::mountedVolumes();
-    for (const QStorageInfo& volume : volumes) {
-        const QString root = volume.rootPath();
-        const bool ofSystem = root.startsWith("/proc"_L1) || root.startsWith("/sys"_L1) || root.startsWith("/dev"_L1) ||
-                              root.startsWith("/snap"_L1) || root.startsWith("/boot"_L1) ||
-                              (root.startsWith("/run"_L1) && !root.startsWith("/run/media"_L1));
-        if (volume.isReady() && !ofSystem && QFileInfo(root).isDir())
-            drives << QDir::toNativeSeparators(root);
-    }
-    drives.removeDuplicates();
-    drives.sort();
-    return drives;
-}
-
 /// The folder itself, or what exists above it.
 QString NearestFolder(const QString& path)
 {
     QString folder = QDir::cleanPath(QDir(path).absolutePath()); // of an empty path too
-    while (!QFileInfo(folder).isDir() && !QDir(folder).isRoot())
+    while (!Platform().Disk->FolderExists(folder) && !QDir(folder).isRoot())
         folder = QFileInfo(folder).path();
     return folder;
 }
@@ -126,7 +107,7 @@ frmBackupRestore::frmBackupRestore(QWidget* parent)
     connect(m_keepDated, &QCheckBox::toggled, this,
             [](bool kept) { guarded(Module, "chkKeepDated_Click", [kept] { modDatedBackups::SetKept(kept); }); });
     m_drive1->setObjectName(u"Drive1"_s);
-    m_drive1->addItems(Drives());
+    m_drive1->addItems(Platform().Disk->Drives());
     connect(m_drive1, &QComboBox::textActivated, this, &frmBackupRestore::SetFolder);
     m_dir1->setObjectName(u"Dir1"_s);
     m_dir1->setAccessibleName(u"Folders"_s);
@@ -234,13 +215,12 @@ void frmBackupRestore::ShowFolder(const QString& folder)
     const QDir dir(shown);
     if (!dir.isRoot())
         add(u".."_s, QFileInfo(shown).path(), QStyle::SP_FileDialogToParent);
-    const QStringList names = dir.entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name | QDir::IgnoreCase);
-    for (const QString& name : names)
+    for (const QString& name : Platform().Disk->FolderNames(shown))
         add(name, dir.filePath(name), QStyle::SP_DirIcon);
     m_dir1->setCurrentRow(0);
 
     const QSignalBlocker blocker(m_drive1);
-    m_drive1->setCurrentIndex(m_drive1->findText(QDir::toNativeSeparators(QStorageInfo(shown).rootPath())));
+    m_drive1->setCurrentIndex(m_drive1->findText(Platform().Disk->DriveOf(shown)));
     // A folder that is named by half is none.
     const QString backup = modDBFunctions::BackupAt(folder);
     QString known = u"There is no backup in this folder."_s;

@@ -22,11 +22,12 @@
 #include "ui/main/clsPanes.h"
 #include "ui/main/frmMainInside.h"
 #include "ui/parts/clsRunProgress.h"
+#include "ui/parts/modDialogParts.h"
 #include "ui/parts/modIcons.h"
 
+#include <QApplication>
 #include <QCheckBox>
 #include <QCloseEvent>
-#include <QGuiApplication>
 #include <QLayout>
 #include <QScreen>
 #include <QWindow>
@@ -180,9 +181,10 @@ void frmMain::RestoreSettings()
 void frmMain::RestorePlacement()
 {
     const clsProgramSettings& settings = State().Settings;
-    resize(ToPixels(settings.WindowWidth), ToPixels(settings.WindowHeight));
+    const QSize size(ToPixels(settings.WindowWidth), ToPixels(settings.WindowHeight));
     if (ToNumber(settings.WindowLeft) == NotPlaced || ToNumber(settings.WindowTop) == NotPlaced)
-        return;
+        return resize(modDialogParts::FirstSize(*this, size));
+    resize(size);
     const QPoint place(ToPixels(settings.WindowLeft), ToPixels(settings.WindowTop));
     // A window that was left on a screen that is gone would be out of reach.
     const QRect titleBar(place, QSize(width(), 24));
@@ -233,6 +235,13 @@ bool frmMain::event(QEvent* event)
     // The hourglass of a command is not that of the window which the command opens.
     if (type == QEvent::WindowBlocked)
         Platform().Windows->SetPointer(clsWindows::Pointer::Default);
+    // When a box and the window below it go at once, the desktop may hand the keyboard to the one that is just going.
+    if (type == QEvent::WindowUnblocked && isVisible() && !isMinimized() &&
+        QGuiApplication::applicationState() == Qt::ApplicationActive) {
+        const QWidget* active = QApplication::activeWindow();
+        if (!active || !active->isVisible())
+            activateWindow();
+    }
     // Who comes back may have been at work in another copy of the program.
     if (type == QEvent::WindowActivate)
         QTimer::singleShot(0, this, &frmMain::FollowOtherPrograms);

@@ -153,6 +153,7 @@ private:
     [[nodiscard]] bool HasSite() const;
     [[nodiscard]] bool HasLinks() const;
     void SaveLog();
+    void PrintLog();
     void BackupRestore();
     /// Compact or repair, then the restart. @param caption  of the restart's box.
     void RewriteDatabase(const QString& caption,

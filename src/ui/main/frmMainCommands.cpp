@@ -28,6 +28,7 @@
 #include "ui/main/frmMainInside.h"
 #include "ui/parts/clsRunProgress.h"
 #include "ui/parts/modMenus.h"
+#include "ui/parts/modPrintJob.h"
 #include "ui/records/clsLinks.h"
 #include "ui/records/frmExportOption.h"
 #include "ui/records/frmSetTest.h"
@@ -458,7 +459,7 @@ void frmMain::ResultButton(int index)
         case 0:
             return SaveLog();
         case 1:
-            return modResultsLog::PrintLog(m_txtResults->Text(), *Platform().Printer);
+            return PrintLog();
         case 2:
             return m_txtResults->Clear();
         default:
@@ -475,4 +476,13 @@ void frmMain::SaveLog()
                                                        .folder = modBrambury::ProgramFolder(),
                                                        .confirmOverwrite = false});
     modResultsLog::SaveLog(m_txtResults->Text(), path, *Platform().Disk);
+}
+
+void frmMain::PrintLog()
+{
+    const modPrintJob::Job job = [this] {
+        modResultsLog::PrintLog(m_txtResults->Text(), *Platform().Printer);
+        return true;
+    };
+    modPrintJob::OnUsualPrinter(job, u"the results log"_s, u"Results.pdf"_s);
 }

@@ -21,6 +21,7 @@
 #include "ui/parts/modTips.h"
 
 #include <QAction>
+#include <QApplication>
 #include <QCheckBox>
 #include <QContextMenuEvent>
 #include <QKeyEvent>
@@ -52,16 +53,15 @@ struct StatusTab
 {
     const char16_t* caption;
     const char16_t* tip;
-    const char16_t* picture;
 };
 // The tip of the second one calls the status by the word that the list's styles have for it.
 constexpr std::array<StatusTab, modDataModel::StatusCount> StatusTabs{{
-    {u"Offer", u"Show links in Offer status", u"status-offer"},
-    {u"In-Process", u"Show links in Pending status", u"status-pending"},
-    {u"Active", u"Show links in Active status", u"status-active"},
-    {u"Broken", u"Show links in Broken status", u"status-broken"},
-    {u"Inactive", u"Show links in Inactive status", u"status-inactive"},
-    {u"Declined", u"Show links in Declined status", u"status-declined"},
+    {u"Offer", u"Show links in Offer status"},
+    {u"In-Process", u"Show links in Pending status"},
+    {u"Active", u"Show links in Active status"},
+    {u"Broken", u"Show links in Broken status"},
+    {u"Inactive", u"Show links in Inactive status"},
+    {u"Declined", u"Show links in Declined status"},
 }};
 
 QString MissingSiteText(const QString& site)
@@ -113,7 +113,8 @@ void frmMain::FillSiteList()
 
 void frmMain::FollowOtherPrograms()
 {
-    if (m_busy || m_inside > 0 || m_unloaded || !m_sites || !State().Database || m_siteList->findChild<QLineEdit*>())
+    if (m_busy || m_inside > 0 || m_unloaded || !m_sites || !State().Database || QApplication::activeModalWidget() ||
+        m_siteList->findChild<QLineEdit*>())
         return;
     const clsInside inside(*this);
     const clsHourglass hourglass;
@@ -249,7 +250,7 @@ void frmMain::UpdateEmptyState()
     m_invitation->setVisible(m_sites && !HasSite());
     if (links.Filtering())
         m_gridLinkList->SetEmptyState(u"Searching the links..."_s, {});
-    else if (links.Filtered() && links.Recordset() && links.Recordset()->RecordCount() > 0)
+    else if (links.Filtered() && !links.Empty())
         m_gridLinkList->SetEmptyState(u"No link in this view matches the filter"_s,
                                       u"Press Esc to clear the filter."_s);
     else if (!HasSite())
@@ -308,7 +309,7 @@ void frmMain::AddStatusTabs(int from, int to)
 {
     for (int i = from; i < to; ++i) {
         const StatusTab& tab = StatusTabs.at(static_cast<std::size_t>(i));
-        m_linksTab->addTab(modIcons::Picture(QString::fromUtf16(tab.picture)), QString::fromUtf16(tab.caption));
+        m_linksTab->addTab(modIcons::Status(i), QString::fromUtf16(tab.caption));
         m_linksTab->setTabToolTip(i + FirstStatusTab, QString::fromUtf16(tab.tip));
     }
 }

@@ -210,12 +210,11 @@ void frmMain::ShowWhereFiled(const std::vector<qint64>& links, qint64 added)
     QList<int> statuses;
     QString title;
     for (const qint64 id : links) {
-        const auto link =
-            State().Database->OpenRecordset(u"SELECT ID, Title, Status FROM tblLinkList WHERE ID = %1"_s.arg(id));
-        if (link->RecordCount() == 0)
+        const auto link = modLinks::WhereFiled(*State().Database, id);
+        if (!link)
             continue; // deleted meanwhile
-        title = modCommonFunctions::TextOf(link->Field(u"Title"_s));
-        statuses << link->Field(u"Status"_s).toInt();
+        title = link->Title;
+        statuses << link->Status;
         // Whoever has made a link wants to see it.
         if (id == added && HasTab(statuses.last())) {
             ShowView(statuses.last());

@@ -73,7 +73,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace
 {
-constexpr int CouldNotRun = 3;
 constexpr QSize MainSize(1040, 720);
 constexpr QSize SmallMainSize(800, 600);
 
@@ -522,7 +521,7 @@ void TakeTestedSample(clsCamera& camera, frmMain& window)
 }
 
 /// The scale holds for a whole process, so the same pictures at the double scale take a second one.
-int AgainAtDoubleScale(const QString& home, const QString& folder)
+ExitCode AgainAtDoubleScale(const QString& home, const QString& folder)
 {
     QStringList words{u"pictures"_s, folder};
     if (!home.isEmpty())
@@ -535,8 +534,8 @@ int AgainAtDoubleScale(const QString& home, const QString& folder)
     again.start(QCoreApplication::applicationFilePath(), words);
     constexpr int limitMs = 120'000;
     if (!again.waitForFinished(limitMs))
-        return CouldNotRun;
-    return again.exitStatus() == QProcess::NormalExit ? again.exitCode() : CouldNotRun;
+        return ExitCode::Failed;
+    return again.exitStatus() == QProcess::NormalExit ? static_cast<ExitCode>(again.exitCode()) : ExitCode::Failed;
 }
 
 /// Every window there is. @return whether all were taken.
@@ -590,16 +589,16 @@ bool modWindow::EachWindow(clsPlatformParts& parts, const Look& look)
     return TakeEverything(parts, eyes);
 }
 
-int modWindow::RenderPictures(clsPlatformParts& parts, const QString& folder, bool lightOnly)
+ExitCode modWindow::RenderPictures(clsPlatformParts& parts, const QString& folder, bool lightOnly)
 {
     if (!QFontMetrics(QApplication::font()).inFont(u'a')) {
         std::fprintf(stderr, "Without fonts there are no pictures: install some.\n");
-        return CouldNotRun;
+        return ExitCode::Failed;
     }
     if (!QDir().mkpath(folder))
-        return CouldNotRun;
+        return ExitCode::Failed;
     clsCamera camera(folder, lightOnly);
     if (!TakeEverything(parts, camera))
-        return CouldNotRun;
-    return lightOnly || qApp->devicePixelRatio() != 1 ? 0 : AgainAtDoubleScale(parts.Home(), folder);
+        return ExitCode::Failed;
+    return lightOnly || qApp->devicePixelRatio() != 1 ? ExitCode::Done : AgainAtDoubleScale(parts.Home(), folder);
 }

@@ -12,25 +12,14 @@
 
 #include <QCoreApplication>
 
-namespace
-{
-/// What the process says to whoever started it.
-enum ExitCode : int
-{
-    Done = 0,
-    CouldNotRun = 3,
-    InUse = 4
-};
-} // namespace
-
-int modWindow::RunWindow(clsPlatformParts& parts)
+ExitCode modWindow::RunWindow(clsPlatformParts& parts)
 {
     clsWindowParts with(parts, nullptr);
     if (parts.Installed())
         // A folder that cannot be written, or a program without its share folder, still opens.
         ignoringErrors([&] { parts.Complete(); });
     else if (guarded("modBrambury", "Main", [&] { parts.LayDown(); }) != Guarded::Done)
-        return CouldNotRun;
+        return ExitCode::Failed;
 
     const auto instance = modPlatformImpl::MakeInstance(parts.ProgramFolder(), [&] { with.Windows.RaiseMain(); });
     modBrambury::State().Platform.Instance = instance.get();
@@ -48,9 +37,9 @@ int modWindow::RunWindow(clsPlatformParts& parts)
              !state.Terminating);
 
     if (state.FileInUse)
-        return InUse;
+        return ExitCode::InUse;
     if (state.Terminating)
-        return CouldNotRun;
+        return ExitCode::Failed;
     // A copy that only brought the other one to the front has done its work.
-    return started || state.OtherCopy || state.SessionEnding ? Done : CouldNotRun;
+    return started || state.OtherCopy || state.SessionEnding ? ExitCode::Done : ExitCode::Failed;
 }

@@ -10,7 +10,9 @@
 #include <QBoxLayout>
 #include <QLabel>
 #include <QPushButton>
+#include <QScreen>
 #include <QShortcut>
+#include <algorithm>
 
 QLabel* modDialogParts::LabelFor(QWidget* control, const QString& caption)
 {
@@ -29,6 +31,13 @@ QPushButton* modDialogParts::AddButton(QBoxLayout& row, const QString& caption, 
     button->setObjectName(name);
     row.addWidget(button);
     return button;
+}
+
+QSize modDialogParts::FirstSize(const QWidget& window, QSize usual)
+{
+    constexpr double usualLine = 18; // as high as lines are on any desktop that has not been told to enlarge them
+    const double larger = std::max(1.0, window.fontMetrics().height() / usualLine);
+    return (usual * larger).boundedTo(window.screen()->availableSize() * 0.9).expandedTo(usual);
 }
 
 void modDialogParts::GiveHelp(QWidget& window, int topic, const QAbstractButton* button)

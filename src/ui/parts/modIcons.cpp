@@ -103,6 +103,13 @@ QIcon modIcons::Icon(const QString& name)
     return Picture(name);
 }
 
+QIcon modIcons::Status(int status)
+{
+    static const QStringList names{u"status-offer"_s,  u"status-pending"_s,  u"status-active"_s,
+                                   u"status-broken"_s, u"status-inactive"_s, u"status-declined"_s};
+    return Picture(names.value(status));
+}
+
 QIcon modIcons::BoxPicture(clsDialogs::Icon icon)
 {
     switch (icon) {

@@ -19,6 +19,8 @@ QIcon Icon(const QString& name);
 /// status-pending, status-active, status-broken, status-inactive, status-declined, ball-green, ball-yellow, ball-red,
 /// checked, yellow-flag, notes, no-notes; and error-critical, error-exclamation of the error window.
 QIcon Picture(const QString& name);
+/// The picture of a status, by its code.
+QIcon Status(int status);
 /// The picture of a message box, for modWidgets::MakeDialogs; empty for Icon::None.
 QIcon BoxPicture(clsDialogs::Icon icon);
 } // namespace modIcons

@@ -11,9 +11,11 @@ namespace modPrintJob
 using Job = std::function<bool()>;
 
 /// Lets the user choose the printer and prints; without a printer offers a PDF file.
-/// @param what  in the question: "the report".  @param fileName  offered for the PDF file. @return whether it was
-/// printed. @throws clsError DialogCancelled
+/// @param what  in the question: "the report".  @param fileName  offered for the PDF file; may hold what no file's name
+/// may.  @return whether it was printed. @throws clsError DialogCancelled
 bool OnPaper(const Job& job, const QString& what, const QString& fileName);
+/// The same on the printer that is set up, which is not asked for.
+bool OnUsualPrinter(const Job& job, const QString& what, const QString& fileName);
 /// Asks for a PDF file and prints into it. @return whether it was written. @throws clsError DialogCancelled
 bool IntoPdf(const Job& job, const QString& fileName);
 } // namespace modPrintJob

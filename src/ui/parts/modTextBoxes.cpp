@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ui/parts/modTextBoxes.h"
 
+#include "shell/modCommonFunctions.h"
+
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QTextBlock>
@@ -61,8 +63,7 @@ void modTextBoxes::SetLines(QPlainTextEdit& box, int lines)
 
 void modTextBoxes::SetText(QPlainTextEdit& box, const QString& stored)
 {
-    QString text = stored;
-    text.replace("\r\n"_L1, "\n"_L1).replace(u'\r', u'\n');
+    const QString text = modCommonFunctions::WithLineFeeds(stored);
     if (Lines(box) != text)
         box.setPlainText(text);
 }

@@ -4,6 +4,7 @@
 #include "data/modCategories.h"
 #include "data/modSites.h"
 #include "platform/modHelpTopics.h"
+#include "shell/clsHourglass.h"
 #include "shell/modBrambury.h"
 #include "shell/modCommonFunctions.h"
 #include "shell/modErrorHandler.h"
@@ -114,6 +115,7 @@ void frmCategories::SiteChosen()
         m_cboxSites->setCurrentIndex(m_cboxSites->findText(m_site, Qt::MatchExactly | Qt::MatchCaseSensitive));
         return;
     }
+    const clsHourglass hourglass; // another program's lock is waited for
     m_site = m_cboxSites->currentText();
     m_categories->SetSite(m_site);
 }

@@ -32,7 +32,7 @@ using modCommonFunctions::MsgBox;
 namespace
 {
 constexpr char Module[] = "frmImportWizard";
-constexpr QSize FirstSize(700, 500);
+constexpr QSize UsualSize(700, 500);
 
 /// A page that says by itself whether the next one may follow.
 class clsPage final : public QWizardPage
@@ -76,9 +76,9 @@ frmImportWizard::frmImportWizard(clsHarvest::Collaborators collaborators, QWidge
     AddPage(Result, MakeResultPage(), u"Ready to add the links"_s);
     NameButtons();
     FillSites();
-    resize(FirstSize);
+    resize(modDialogParts::FirstSize(*this, UsualSize));
     // Pages do not count what their explanations need when the window gets narrow.
-    setMinimumHeight(FirstSize.height());
+    setMinimumHeight(height());
 
     connect(this, &QWizard::currentIdChanged, this, &frmImportWizard::PageShown);
     modDialogParts::GiveHelp(*this, modHelpTopics::ImportWizard, button(HelpButton));

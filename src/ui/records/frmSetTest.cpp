@@ -30,8 +30,6 @@ frmSetTest::frmSetTest(QWidget* parent) : QDialog(parent)
     label->setObjectName(u"Label1"_s);
     label->setTextFormat(Qt::PlainText);
 
-    const QStringList pictures{u"status-offer"_s,  u"status-pending"_s,  u"status-active"_s,
-                               u"status-broken"_s, u"status-inactive"_s, u"status-declined"_s};
     auto* status = new QGroupBox(u"Status"_s);
     auto* grid = new QGridLayout(status);
     grid->setHorizontalSpacing(24);
@@ -40,7 +38,7 @@ frmSetTest::frmSetTest(QWidget* parent) : QDialog(parent)
         const QString name = names.value(i);
         auto* box = new QCheckBox(name);
         box->setObjectName(u"StatusToTest_%1"_s.arg(i));
-        box->setIcon(modIcons::Picture(pictures[i]));
+        box->setIcon(modIcons::Status(i));
         box->setChecked(name == u"Active"_s || name == u"Broken"_s);
         grid->addWidget(box, i % 3, i / 3);
         m_statusToTest[static_cast<std::size_t>(i)] = box;

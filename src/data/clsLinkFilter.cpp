@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "ui/lists/clsLinkFilter.h"
+#include "data/clsLinkFilter.h"
 
 #include <QLocale>
 #include <algorithm>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// What a command tells the shell that started it; scripts rely on these numbers.
+// What the process tells whoever started it, window and commands alike; scripts rely on these numbers.
 #pragma once
 
 /// The same for every command. Where several apply: Stopped, then Failed, then Findings.
