@@ -2,6 +2,7 @@
 // The main window on a temporary installation: real database, event loop and HTTP, scripted answers to boxes.
 #pragma once
 
+#include "data/modSites.h"
 #include "platform/clsBrowser.h"
 #include "platform/clsDatabaseFiles.h"
 #include "platform/clsDisk.h"
@@ -10,15 +11,13 @@
 #include "platform/frmResources.h"
 #include "platform/modPlatformImpl.h"
 #include "shell/modBrambury.h"
+#include "support/dialogs.h"
 #include "support/fakes.h"
 #include "support/installation.h"
+#include "support/table.h"
 #include "ui/lists/clsLinkGrid.h"
 #include "ui/main/clsUIWindows.h"
 #include "ui/main/frmMain.h"
-
-#include <QAction>
-#include <QLabel>
-#include <QTabBar>
 
 class fakeBrowser : public clsBrowser
 {
@@ -54,7 +53,8 @@ public:
     void SetUp() override {}
 };
 
-/// One at a time. The program stands as after its start, and is not loaded yet: Open() does that.
+/// One at a time. The program stands as after its start, and is not loaded yet: Open() does that. A box that is still
+/// expected at its end fails the test.
 class clsTestWindow
 {
 public:
@@ -85,6 +85,9 @@ public:
     }
     ~clsTestWindow()
     {
+        if (!dialogs.expected.isEmpty() && !QTest::currentTestFailed())
+            QTest::qFail(qPrintable(QStringLiteral("a box did not come: ") + dialogs.expected[0].text), __FILE__,
+                         __LINE__);
         Close();
         modBrambury::State() = {};
     }
@@ -118,16 +121,29 @@ public:
 
     frmMain& Window() const { return *windows.Main(); }
     clsLinkGrid& Grid() const { return *Window().findChild<clsLinkGrid*>(); }
-    template <typename Control> Control& Find(const QString& name) const
+    template <typename Control = QWidget> Control& Find(const QString& name) const
     {
-        auto* control = Window().findChild<Control*>(name);
-        if (!control)
-            qFatal("no control %s", qPrintable(name));
-        return *control;
+        return controlOf<Control>(Window(), name);
     }
+    QTreeWidget& Sites() const { return Find<QTreeWidget>(QStringLiteral("SiteList")); }
+    void ShowTab(int index) const { Find<QTabBar>(QStringLiteral("LinksTab")).setCurrentIndex(index); }
     /// Chooses a menu entry or toolbar button by its name.
     void Trigger(const QString& name) const { Find<QAction>(name).trigger(); }
+    /// Chooses entries that do nothing but show this box.
+    void Refused(const QString& menu, const QList<int>& entries, const QString& text)
+    {
+        for (const int entry : entries) {
+            dialogs.Expect(text, {}, QStringLiteral("Brambury"));
+            Trigger(menu + QString::number(entry));
+            QVERIFY(dialogs.expected.isEmpty());
+        }
+    }
     [[nodiscard]] QString Counter() const { return Find<QLabel>(QStringLiteral("lblLinksInView")).text(); }
+    void SelectRows(int first, int last) const
+    {
+        Grid().selectionModel()->select({Grid().model()->index(first, 0), Grid().model()->index(last, 0)},
+                                        QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+    }
     /// What the rows show in a column.
     [[nodiscard]] QStringList Shown(int column) const
     {
@@ -139,6 +155,27 @@ public:
     [[nodiscard]] QString Style(int row, int column) const
     {
         return Grid().Links().index(row, column).data(clsLinkModel::StyleRole).toString();
+    }
+    /// A field of one of the links that Fill made, and fields of a site, as another program sees and changes them.
+    [[nodiscard]] QVariant Link(int n, const QString& field) const
+    {
+        return clsTestInstallation::LinkField(*opened, ids.at(n), field);
+    }
+    [[nodiscard]] QString Site(const QString& siteID, const QStringList& fields) const
+    {
+        const auto sites = opened->OpenRecordset(QStringLiteral("tblSites"));
+        if (!modSites::Find(*sites, siteID))
+            return QStringLiteral("no site");
+        QStringList values;
+        for (const QString& field : fields)
+            values << sites->Field(field).toString();
+        return values.join(u'|');
+    }
+    void SetSite(const QString& siteID, const clsFieldValues& values) const
+    {
+        const auto sites = opened->OpenRecordset(QStringLiteral("tblSites"));
+        if (modSites::Find(*sites, siteID))
+            opened->UpdateRecords(QStringLiteral("tblSites"), {sites->Bookmark()}, values);
     }
     void Set(const QString& section, const QString& key, const QString& value)
     {

@@ -3,36 +3,20 @@
 #include "main_window_fixture.h"
 #include "platform/clsSpelling.h"
 #include "platform/modHelpTopics.h"
-#include "support/table.h"
+#include "support/files.h"
 #include "ui/help/clsHelpFile.h"
 #include "ui/help/frmHelp.h"
 #include "ui/records/frmSetTest.h"
-
-#include <QLineEdit>
-#include <QPushButton>
-#include <QRegularExpression>
-#include <QTemporaryDir>
-#include <QTest>
-#include <QTextBlock>
-#include <QTextBrowser>
-#include <QToolButton>
-#include <QTreeWidget>
-#include <QWindow>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace
 {
-QByteArray shipped()
-{
-    QFile file(QStringLiteral(BRAMBURY_BINARY_DIR "/share/brambury/Bramdat.hlp"));
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
+const QByteArray shipped = ReadAll(QStringLiteral(BRAMBURY_BINARY_DIR "/share/brambury/Bramdat.hlp"));
 
 QString sourceText(const QString& path)
 {
-    QFile file(QStringLiteral(BRAMBURY_SOURCE_DIR "/") + path);
-    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+    return QString::fromUtf8(ReadAll(QStringLiteral(BRAMBURY_SOURCE_DIR "/") + path));
 }
 
 frmHelp* helpWindow()
@@ -74,17 +58,6 @@ QString typed(frmHelp& help, const QString& text)
     return box->text();
 }
 
-/// Runs `act` once `dialog` is shown by its exec(), then closes it.
-void duringDialog(QDialog& dialog, const std::function<void()>& act)
-{
-    QTimer::singleShot(0, &dialog, [&] {
-        if (QTest::qWaitForWindowActive(&dialog))
-            act();
-        dialog.reject();
-    });
-    dialog.exec();
-}
-
 class fakeSpelling : public clsSpelling
 {
 public:
@@ -104,7 +77,7 @@ class tst_help : public QObject
 private Q_SLOTS:
     void everyLinkAndPictureLeadsSomewhere()
     {
-        const clsHelpFile help(shipped());
+        const clsHelpFile help(shipped);
         frmHelp window(help);
         auto* browser = window.findChild<QTextBrowser*>();
         const QString taken = sourceText(u"src/ui/main/modPictures.cpp"_s);
@@ -135,19 +108,15 @@ private Q_SLOTS:
         QImage picture(QSize(2000, 500), QImage::Format_RGB32);
         picture.fill(Qt::red);
         QVERIFY(picture.save(folder.filePath(u"wizard-light.png"_s)));
-        const clsHelpFile file(shipped());
+        const clsHelpFile file(shipped);
         QVERIFY(file.Find(modHelpTopics::ImportWizard)->html.contains(u"window:wizard-list"));
         const auto shown = [&](const QString& pictures) {
             frmHelp help(file, pictures);
             help.ShowTopic(modHelpTopics::ImportWizard);
             const auto* page = help.findChild<QTextBrowser*>();
-            QStringList found;
-            for (QTextBlock block = page->document()->begin(); block.isValid(); block = block.next()) {
-                for (auto part = block.begin(); !part.atEnd(); ++part) {
-                    if (part.fragment().charFormat().isImageFormat())
-                        found << part.fragment().charFormat().toImageFormat().name();
-                }
-            }
+            QStringList found = page->document()->toHtml().split(u"<img src=\""_s).mid(1);
+            for (QString& source : found)
+                source = source.section(u'"', 0, 0);
             // It has to fit beside the contents.
             return page->document()->size().width() > page->viewport()->width() ? u"too wide"_s : found.join(u' ');
         };
@@ -161,7 +130,7 @@ private Q_SLOTS:
         fakeSpelling spelling;
         modBrambury::State().Platform.Spelling = &spelling;
         program.Fill();
-        program.disk->WriteFile(program.installation.Folder() + u"/Bramdat.hlp"_s, shipped());
+        program.disk->WriteFile(program.installation.Folder() + u"/Bramdat.hlp"_s, shipped);
         program.Open();
         const auto& [affixes, dictionary, userWords, corrections] = spelling.lexicons;
         const QString lists = QStringList{affixes, dictionary, userWords, corrections}.join(u' ');
@@ -186,31 +155,24 @@ private Q_SLOTS:
         QVERIFY(!helpWindow());
     }
 
-    void missingOrDamagedFileIsSaidOnce_data()
-    {
-        const testTable<QByteArray> row;
-        row("missing", {});
-        row("empty", "");
-        row("cut off", shipped().left(shipped().size() / 2));
-        row("something else", "<html><head><title>Not found</title></head></html>");
-        row("bytes", QByteArray(2000, '\xfe'));
-    }
     void missingOrDamagedFileIsSaidOnce()
     {
-        const auto [content] = testRow<QByteArray>();
         clsTestWindow program;
         const QString path = program.installation.Folder() + u"/Bramdat.hlp"_s;
-        if (!content.isNull())
-            program.disk->WriteFile(path, content);
         program.Open();
-        program.dialogs.Expect(u"The help text could not be read.  This file is missing or damaged:\r\n"_s + path +
-                               u"\r\n\r\nClose Brambury and start it again: it then puts the file back.  If that does "
-                               "not help, install Brambury again."_s);
-        program.Trigger(u"HelpMenuElement_0"_s);
-        QVERIFY(program.dialogs.expected.isEmpty());
-        QVERIFY(!helpWindow());
+        for (const QByteArray& content :
+             {QByteArray(), QByteArray(""), shipped.left(shipped.size() / 2),
+              QByteArray("<html><head><title>Not found</title></head></html>"), QByteArray(2000, '\xfe')}) {
+            if (!content.isNull())
+                WriteAll(path, content);
+            program.Refused(u"HelpMenuElement_"_s, {0},
+                            u"The help text could not be read.  This file is missing or damaged:\r\n"_s + path +
+                                u"\r\n\r\nClose Brambury and start it again: it then puts the file back.  If that "
+                                "does not help, install Brambury again."_s);
+            QVERIFY(!helpWindow());
+        }
         // The file is back.
-        program.disk->WriteFile(path, shipped());
+        WriteAll(path, shipped);
         program.Trigger(u"HelpMenuElement_0"_s);
         QVERIFY(helpWindow());
     }
@@ -218,28 +180,50 @@ private Q_SLOTS:
     void isUsableBesideAModalDialog()
     {
         clsTestWindow program;
-        program.disk->WriteFile(program.installation.Folder() + u"/Bramdat.hlp"_s, shipped());
+        program.disk->WriteFile(program.installation.Folder() + u"/Bramdat.hlp"_s, shipped);
         frmMain& window = program.Open();
-        {
-            frmSetTest dialog(&window);
-            duringDialog(dialog, [&] {
-                dialog.findChild<QPushButton*>(u"buttonLinks_3"_s)->click();
-                QVERIFY(helpWindow());
-                QCOMPARE(pageShown(*helpWindow()), u"topic:112"_s);
-                QCOMPARE(typed(*helpWindow(), u"tag"_s), u"tag"_s);
-                QVERIFY(dialog.isVisible());
-            });
-        }
+        inNextDialog([](QDialog& dialog) {
+            clickIn(dialog, u"buttonLinks_3"_s);
+            QVERIFY(helpWindow());
+            QCOMPARE(pageShown(*helpWindow()), u"topic:112"_s);
+            QCOMPARE(typed(*helpWindow(), u"tag"_s), u"tag"_s);
+            QVERIFY(dialog.isVisible());
+            dialog.reject();
+        });
+        frmSetTest(&window).exec();
         // It outlives the dialog, and a dialog that comes later does not block it either.
         QVERIFY(helpWindow());
         QCOMPARE(typed(*helpWindow(), u"s"_s), u"tags"_s);
-        frmSetTest second(&window);
-        duringDialog(second, [&] { QCOMPARE(typed(*helpWindow(), u" x"_s), u"tags x"_s); });
+        inNextDialog([](QDialog& dialog) {
+            QCOMPARE(typed(*helpWindow(), u" x"_s), u"tags x"_s);
+            dialog.reject();
+        });
+        frmSetTest(&window).exec();
+    }
+
+    void linksCanBeReadOnAnyGround()
+    {
+        const QPalette usual = QApplication::palette();
+        for (const QColor ground : {QColor(Qt::white), QColor(0x1f, 0x20, 0x23)}) {
+            QPalette palette(ground); // brings the usual dark blue for links
+            palette.setColor(QPalette::Base, ground);
+            QApplication::setPalette(palette);
+            frmHelp help{clsHelpFile(shipped)};
+            help.ShowTopic(modHelpTopics::FirstSteps);
+            auto* page = help.findChild<QTextBrowser*>();
+            QTextCursor place(page->document());
+            while (!place.charFormat().isAnchor() && place.movePosition(QTextCursor::NextCharacter)) {
+            }
+            const QColor link = place.charFormat().foreground().color();
+            QCOMPARE(link.lightness() > 160, ground != Qt::white);
+            QVERIFY(link.blue() > link.red()); // still told from the text
+        }
+        QApplication::setPalette(usual);
     }
 
     void searchAndSteps()
     {
-        frmHelp help{clsHelpFile(shipped())};
+        frmHelp help{clsHelpFile(shipped)};
         help.ShowTopic(modHelpTopics::MainWindow);
         QVERIFY(QTest::qWaitForWindowActive(&help));
         const QStringList all = entriesShown(help);

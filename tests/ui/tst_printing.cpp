@@ -2,15 +2,9 @@
 // Printing from the window, on a computer without a printer: preview, PDF files, the set-up that is remembered.
 #include "main_window_fixture.h"
 #include "platform/widgets/modWidgets.h"
+#include "ui/main/clsResultsBox.h"
 
-#include <QCheckBox>
-#include <QComboBox>
 #include <QPageSetupDialog>
-#include <QProcess>
-#include <QPushButton>
-#include <QRadioButton>
-#include <QTest>
-#include <QTimer>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -46,7 +40,6 @@ struct Office
         look.start(5);
         program.Trigger(u"ServicesMenuElement_%1"_s.arg(entry));
         QVERIFY(deeds.isEmpty());
-        QVERIFY(program.dialogs.expected.isEmpty());
     }
     QString Info() const
     {
@@ -58,12 +51,7 @@ struct Office
 
 void press(QWidget& dialog, int button)
 {
-    dialog.findChild<QPushButton*>(u"Command1_%1"_s.arg(button))->click();
-}
-
-void trigger(QWidget& dialog, const QString& command)
-{
-    dialog.findChild<QAction*>(command)->trigger();
+    clickIn(dialog, u"Command1_%1"_s.arg(button));
 }
 } // namespace
 
@@ -83,13 +71,12 @@ private Q_SLOTS:
         Office office;
         office.program.dialogs.filesToChoose << office.pdf;
         office.Do(7, {[&](QWidget& dialog) {
-                          QCOMPARE(dialog.windowTitle(), u"Site Report"_s);
-                          QCOMPARE(dialog.findChild<QLabel*>(u"lblCurrentSite"_s)->text(), u"Shop"_s);
+                          QCOMPARE(controlOf<QLabel>(dialog, u"lblCurrentSite"_s).text(), u"Shop"_s);
                           press(dialog, 0);
                       },
                       [](QWidget& preview) {
-                          QCOMPARE(preview.findChild<QLabel*>(u"lblPage"_s)->text(), u" Page 1 of 1 "_s);
-                          trigger(preview, u"SavePdf"_s);
+                          QCOMPARE(controlOf<QLabel>(preview, u"lblPage"_s).text(), u" Page 1 of 1 "_s);
+                          controlOf<QAction>(preview, u"SavePdf"_s).trigger();
                       }});
         QVERIFY(office.Info().contains("Pages: 1 "_L1));
     }
@@ -116,10 +103,10 @@ private Q_SLOTS:
                           press(dialog, 2);
                       },
                       [&](QWidget& preview) {
-                          for (const QString& step : {u"Next"_s, u"Next"_s, u"Previous"_s, u"ZoomIn"_s, u"FitPage"_s})
-                              trigger(preview, step);
-                          QVERIFY(preview.findChild<QLabel*>(u"lblPage"_s)->text().startsWith(" Page 2 of "_L1));
-                          trigger(preview, u"Close"_s);
+                          for (const auto& step : {u"Next"_s, u"Next"_s, u"Previous"_s, u"ZoomIn"_s})
+                              controlOf<QAction>(preview, step).trigger();
+                          QVERIFY(controlOf<QLabel>(preview, u"lblPage"_s).text().startsWith(" Page 2 of "_L1));
+                          controlOf<QAction>(preview, u"Close"_s).trigger();
                       }});
         QCOMPARE(made, 0);
         QVERIFY(!QFile::exists(office.pdf));
@@ -128,18 +115,26 @@ private Q_SLOTS:
     void withoutPrinter()
     {
         Office office;
-        const QString question =
-            u"There is no printer on this computer.\r\nDo you want to save the report as a PDF file instead?"_s;
-        office.program.dialogs.Expect(question, clsDialogs::Answer::No);
-        office.program.dialogs.Expect(question, clsDialogs::Answer::Yes);
+        for (const clsDialogs::Answer answer : {clsDialogs::Answer::No, clsDialogs::Answer::Yes})
+            office.program.dialogs.Expect(
+                u"There is no printer on this computer.\r\nDo you want to save the report as a PDF file instead?"_s,
+                answer);
         office.program.dialogs.filesToChoose << office.pdf;
         office.Do(7, {[](QWidget& dialog) {
-                      dialog.findChild<QCheckBox*>(u"chkPreview"_s)->setChecked(false);
+                      controlOf<QCheckBox>(dialog, u"chkPreview"_s).setChecked(false);
                       press(dialog, 0);
                       press(dialog, 0);
                   }});
         QVERIFY(office.Info().contains("Pages: 1 "_L1));
         QCOMPARE(office.program.Setting(u"Print"_s, u"Preview"_s), u"No"_s);
+
+        office.program.Find<clsResultsBox>(u"txtResults"_s).Append(u"Done."_s, 0);
+        office.program.dialogs.Expect(
+            u"There is no printer on this computer.\r\nDo you want to save the results log as a PDF file instead?"_s,
+            clsDialogs::Answer::Yes);
+        office.program.dialogs.filesToChoose << office.pdf;
+        office.program.Find<QAbstractButton>(u"ResultButtons_1"_s).click();
+        QVERIFY(office.Info().contains("Title: Results Log "_L1));
     }
 
     void setUpIsRemembered()
@@ -150,7 +145,7 @@ private Q_SLOTS:
         office.program.Set(u"Print"_s, u"PaperHeight"_s, u"595"_s);
         office.Do(8, {[](QWidget& dialog) {
                       QVERIFY(qobject_cast<QPageSetupDialog*>(&dialog));
-                      dialog.findChild<QRadioButton*>(u"landscape"_s)->click();
+                      controlOf<QRadioButton>(dialog, u"landscape"_s).click();
                       static_cast<QDialog&>(dialog).accept();
                   }});
         QCOMPARE(office.program.Setting(u"Print"_s, u"Orientation"_s), u"Landscape"_s);

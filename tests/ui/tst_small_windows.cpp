@@ -6,6 +6,7 @@
 #include "platform/clsPrinter.h"
 #include "platform/widgets/modWidgets.h"
 #include "shell/modBrambury.h"
+#include "support/dialogs.h"
 #include "support/fakes.h"
 #include "support/faults.h"
 #include "support/table.h"
@@ -13,28 +14,6 @@
 #include "ui/main/frmErrorMessage.h"
 #include "ui/parts/modIcons.h"
 #include "ui/records/frmSetTest.h"
-
-#include <QApplication>
-#include <QCheckBox>
-#include <QComboBox>
-#include <QDesktopServices>
-#include <QDir>
-#include <QFileDialog>
-#include <QLabel>
-#include <QLineEdit>
-#include <QMessageBox>
-#include <QPainter>
-#include <QPlainTextEdit>
-#include <QPointer>
-#include <QProcess>
-#include <QPushButton>
-#include <QStandardPaths>
-#include <QTemporaryDir>
-#include <QTest>
-#include <QTimer>
-#include <QUrl>
-#include <QtEndian>
-#include <functional>
 
 using namespace Qt::Literals::StringLiterals;
 using Answer = clsDialogs::Answer;
@@ -44,23 +23,6 @@ using Icon = clsDialogs::Icon;
 
 namespace
 {
-/// Runs `act` on the modal dialog that comes next, inside its own event loop. Deleting what it returns gives up.
-template <typename Dialog> QPointer<QTimer> onNextDialog(const std::function<void(Dialog*)>& act)
-{
-    auto* timer = new QTimer(qApp);
-    timer->setInterval(0);
-    QObject::connect(timer, &QTimer::timeout, timer, [timer, act] {
-        auto* dialog = qobject_cast<Dialog*>(QApplication::activeModalWidget());
-        if (!dialog || !dialog->isVisible() || !dialog->isActiveWindow())
-            return;
-        timer->stop();
-        timer->deleteLater();
-        act(dialog);
-    });
-    timer->start();
-    return timer;
-}
-
 /// The picture as it looks without colours on white paper.
 QImage grey(const QIcon& icon, int side)
 {
@@ -114,49 +76,29 @@ private Q_SLOTS:
         QVERIFY(m_folder.isValid());
     }
 
-    void SetTestStartsWithActiveAndBroken()
+    void StatusesToTestByKeys()
     {
-        frmSetTest dialog;
-        dialog.show();
-        QVERIFY(QTest::qWaitForWindowActive(&dialog));
-        QString checked;
-        QStringList captions;
-        for (int i = 0; i < 6; ++i) {
-            checked += dialog.StatusToTest(i) ? u'x' : u'-';
-            captions << dialog.findChild<QCheckBox*>(u"StatusToTest_%1"_s.arg(i))->text();
+        const QList<std::tuple<Qt::Key, Qt::KeyboardModifiers, Choice>> answers{
+            {Qt::Key_Return, {}, Choice::Select},
+            {Qt::Key_U, Qt::AltModifier, Choice::Unselect},
+            {Qt::Key_C, Qt::AltModifier, Choice::Cancel},
+            {Qt::Key_Escape, {}, Choice::Cancel}};
+        for (const auto& [key, with, choice] : answers) {
+            frmSetTest dialog;
+            inNextDialog([&, key = key, with = with](QDialog& shown) {
+                QTest::keyClick(shown.focusWidget(), Qt::Key_Space); // the first
+                controlOf<QCheckBox>(shown, u"SelectAllSites"_s).click();
+                QTest::keyClick(&shown, Qt::Key_F1);
+                QVERIFY(shown.isVisible());
+                QTest::keyClick(&shown, key, with);
+            });
+            dialog.exec();
+            QCOMPARE(dialog.Chosen(), choice);
+            QVERIFY(dialog.StatusToTest(0) && dialog.SelectAllSites());
+            // What it begins with.
+            QVERIFY(!dialog.StatusToTest(1) && dialog.StatusToTest(2) && dialog.StatusToTest(3));
         }
-        QCOMPARE(checked, u"--xx--"_s);
-        QCOMPARE(captions.join(u','), u"Offer,In-Process,Active,Broken,Inactive,Declined"_s);
-        QVERIFY(!dialog.SelectAllSites());
-
-        // By keys: the first box has the focus, the blank checks it. Help leaves the window open.
-        QTest::keyClick(dialog.focusWidget(), Qt::Key_Space);
-        QVERIFY(dialog.StatusToTest(0));
-        QTest::mouseClick(dialog.findChild<QCheckBox*>(u"SelectAllSites"_s), Qt::LeftButton, {}, QPoint(8, 8));
-        QVERIFY(dialog.SelectAllSites());
-        QTest::mouseClick(dialog.findChild<QPushButton*>(u"buttonLinks_3"_s), Qt::LeftButton);
-        QTest::keyClick(&dialog, Qt::Key_F1);
-        QCOMPARE(m_windows.calls, QStringList(2, u"help 112"_s));
-        QVERIFY(dialog.isVisible());
-        QCOMPARE(dialog.UserChoice(), QString());
-    }
-
-    void SetTestChoice_data()
-    {
-        const testTable<Qt::Key, Qt::KeyboardModifiers, Choice, QString> row; // key, with, choice, user's choice
-        row("Enter selects", Qt::Key_Return, {}, Choice::Select, u"0"_s);
-        row("Alt+U unselects", Qt::Key_U, Qt::AltModifier, Choice::Unselect, u"1"_s);
-        row("Alt+C cancels", Qt::Key_C, Qt::AltModifier, Choice::Cancel, u"2"_s);
-        row("Esc selects nothing", Qt::Key_Escape, {}, Choice::Cancel, {});
-    }
-    void SetTestChoice()
-    {
-        const auto [key, with, choice, userChoice] = testRow<Qt::Key, Qt::KeyboardModifiers, Choice, QString>();
-        frmSetTest dialog;
-        onNextDialog<frmSetTest>([key = key, with = with](frmSetTest* shown) { QTest::keyClick(shown, key, with); });
-        dialog.exec();
-        QCOMPARE(dialog.Chosen(), choice);
-        QCOMPARE(dialog.UserChoice(), userChoice);
+        QCOMPARE(m_windows.calls, QStringList(4, u"help 112"_s));
     }
 
     void ErrorDetailsGrowAndShrinkExactly()
@@ -164,41 +106,31 @@ private Q_SLOTS:
         frmErrorMessage window(clsWindows::ErrorIcon::Critical,
                                u"An error has occured in this application.\r\n\r\nIf this error persists, exit."_s,
                                u"Error Number: \t3031\r\nSource:     \tDAO"_s);
-        QCOMPARE(window.windowTitle(), u"Brambury error"_s);
         window.show();
         QVERIFY(QTest::qWaitForWindowActive(&window));
-        auto* details = window.findChild<QPlainTextEdit*>(u"txtDetails"_s);
-        auto* toggle = window.findChild<QPushButton*>(u"errorButton_1"_s);
-        auto* label = window.findChild<QLabel*>(u"lblMessage"_s);
-        QVERIFY(!details->isVisible());
-
+        auto& details = controlOf<QPlainTextEdit>(window, u"txtDetails"_s);
+        const auto& toggle = controlOf<QPushButton>(window, u"errorButton_1"_s);
+        const auto& label = controlOf<QLabel>(window, u"lblMessage"_s);
         const QSize first = window.size();
         for (int round = 0; round < 3; ++round) {
-            QTest::mouseClick(toggle, Qt::LeftButton);
+            QVERIFY(!details.isVisible());
+            clickIn(window, u"errorButton_1"_s);
             QCoreApplication::processEvents();
-            QCOMPARE(toggle->text(), u"< &Details"_s);
-            QVERIFY(details->isVisible());
-            QVERIFY(window.height() >= first.height() + details->height());
+            QVERIFY(details.isVisible());
+            QVERIFY(window.height() >= first.height() + details.height());
             // What was above stays above, unsqueezed.
-            QVERIFY(label->height() >= label->sizeHint().height());
-            QVERIFY(details->geometry().top() > toggle->geometry().bottom());
+            QVERIFY(label.height() >= label.sizeHint().height());
+            QVERIFY(details.geometry().top() > toggle.geometry().bottom());
+            details.selectAll();
+            QCOMPARE(details.textCursor().selectedText(), u"Error Number: \t3031\u2029Source:     \tDAO"_s);
             QTest::keyClick(&window, Qt::Key_D, Qt::AltModifier);
-            QTRY_COMPARE(toggle->text(), u"&Details >"_s);
+            QTRY_COMPARE(toggle.text(), u"&Details >"_s);
             QCoreApplication::processEvents();
             QCOMPARE(window.size(), first);
         }
-
-        QTest::mouseClick(toggle, Qt::LeftButton);
-        details->selectAll();
-        QCOMPARE(details->textCursor().selectedText(), u"Error Number: \t3031\u2029Source:     \tDAO"_s);
-
-        const QImage picture = window.findChild<QLabel*>(u"imgError"_s)->pixmap().toImage();
-        for (const Qt::Key key : {Qt::Key_Escape, Qt::Key_Return}) {
-            frmErrorMessage other(clsWindows::ErrorIcon::Exclamation, u"x"_s, u"y"_s);
-            QVERIFY(other.findChild<QLabel*>(u"imgError"_s)->pixmap().toImage() != picture);
-            onNextDialog<frmErrorMessage>([key](frmErrorMessage* shown) { QTest::keyClick(shown, key); });
-            other.exec();
-        }
+        const frmErrorMessage other(clsWindows::ErrorIcon::Exclamation, u"x"_s, u"y"_s);
+        QVERIFY(controlOf<QLabel>(other, u"imgError"_s).pixmap().toImage() !=
+                controlOf<QLabel>(window, u"imgError"_s).pixmap().toImage());
     }
 
     void MessageBoxAnswers_data()
@@ -217,11 +149,11 @@ private Q_SLOTS:
     void MessageBoxAnswers()
     {
         const auto [buttons, key, answer] = testRow<Buttons, int, Answer>();
-        onNextDialog<QMessageBox>([key = key](QMessageBox* box) {
+        inNextDialog([key = key](QDialog& box) {
             if (key == 0)
-                box->close();
+                box.close();
             else
-                QTest::keyClick(box, static_cast<Qt::Key>(key));
+                QTest::keyClick(&box, static_cast<Qt::Key>(key));
         });
         QCOMPARE(Ask(buttons), answer);
     }
@@ -231,20 +163,17 @@ private Q_SLOTS:
         QWidget owner;
         owner.show();
         const auto dialogs = modWidgets::MakeDialogs([&] { return &owner; });
-        bool looked = false;
-        onNextDialog<QMessageBox>([&](QMessageBox* box) {
-            looked = true;
-            box->reject(); // first: a failure must not leave it open
-            const auto* label = box->findChild<QLabel*>(u"qt_msgbox_label"_s);
-            QCOMPARE(label->textFormat(), Qt::PlainText);
-            QCOMPARE(label->text(), u"Settings for site \"<b>Berry</b>\"\ncould not be retrieved."_s);
-            QVERIFY(label->textInteractionFlags().testFlag(Qt::TextSelectableByMouse));
-            QCOMPARE(box->windowTitle(), u"URL Failed"_s);
-            QCOMPARE(box->parentWidget(), &owner);
+        inNextDialog<QMessageBox>([&](QMessageBox& box) {
+            box.reject(); // first: a failure must not leave it open
+            const auto& label = controlOf<QLabel>(box, u"qt_msgbox_label"_s);
+            QCOMPARE(label.textFormat(), Qt::PlainText);
+            QCOMPARE(label.text(), u"Settings for site \"<b>Berry</b>\"\ncould not be retrieved."_s);
+            QVERIFY(label.textInteractionFlags().testFlag(Qt::TextSelectableByMouse));
+            QCOMPARE(box.windowTitle(), u"URL Failed"_s);
+            QCOMPARE(box.parentWidget(), &owner);
         });
         (void)dialogs->MsgBox(u"Settings for site \"<b>Berry</b>\"\r\ncould not be retrieved."_s, Buttons::OK,
                               Icon::Exclamation, u"URL Failed"_s);
-        QVERIFY(looked);
     }
 
     void EndingClosesDialogsNewestFirst()
@@ -255,9 +184,9 @@ private Q_SLOTS:
         };
         // Window, box and file dialog, each opened from the one below.
         frmSetTest window;
-        onNextDialog<frmSetTest>([&](frmSetTest*) {
-            onNextDialog<QMessageBox>([&](QMessageBox*) {
-                onNextDialog<QFileDialog>([&](QFileDialog*) { modWidgets::CloseDialogs(); });
+        inNextDialog<frmSetTest>([&](frmSetTest&) {
+            inNextDialog<QMessageBox>([&](QMessageBox&) {
+                inNextDialog<QFileDialog>([&](QFileDialog&) { modWidgets::CloseDialogs(); });
                 note(u"file"_s, ErrorOf([&] { (void)m_dialogs->SaveFile({}); }) == clsError::DialogCancelled);
                 note(u"late"_s,
                      Ask(Buttons::YesNoCancel) == Answer::Cancel); // asked for while everything ends: not shown
@@ -271,7 +200,7 @@ private Q_SLOTS:
         QCOMPARE(ErrorOf([&] { (void)m_dialogs->OpenFile({}); }), clsError::DialogCancelled);
 
         modWidgets::AllowDialogs();
-        onNextDialog<QMessageBox>([](QMessageBox* box) { box->button(QMessageBox::Yes)->click(); });
+        inNextDialog([](QDialog& box) { QTest::keyClick(&box, Qt::Key_Y); });
         QCOMPARE(Ask(Buttons::YesNo), Answer::Yes);
     }
 
@@ -280,41 +209,35 @@ private Q_SLOTS:
         const clsDialogs::FileRequest request{
             u"Save To"_s, u"Log File (*.log)|*.log|Pages (*.htm,*.html)|*.htm,*.html|All (*.*)|*.*"_s, u"Results.log"_s,
             m_folder.path(), false};
-        onNextDialog<QFileDialog>([](QFileDialog* dialog) {
-            auto* name = dialog->findChild<QLineEdit*>();
+        inNextDialog<QFileDialog>([&](QFileDialog& dialog) {
+            auto* name = dialog.findChild<QLineEdit*>();
             const QString offered = name->text();
             name->setText(u"Monday"_s);
             QTest::keyClick(name, Qt::Key_Return);
             QCOMPARE(offered, u"Results.log"_s);
-            const auto* types = dialog->findChild<QComboBox*>(u"fileTypeCombo"_s);
-            QStringList shown;
-            for (int i = 0; i < types->count(); ++i)
-                shown << types->itemText(i);
-            QCOMPARE(shown, QStringList({u"Log File (*.log)"_s, u"Pages (*.htm,*.html)"_s, u"All (*.*)"_s}));
+            QCOMPARE(dialog.directory().path(), m_folder.path());
             // Both suffixes count, and a file without one is a file.
-            QCOMPARE(dialog->nameFilters().mid(1),
+            QCOMPARE(dialog.nameFilters().mid(1),
                      QStringList({u"Pages (*.htm,*.html) (*.htm *.html)"_s, u"All (*.*) (*)"_s}));
-            QCOMPARE(dialog->windowTitle(), u"Save To"_s);
+            const auto* types = dialog.findChild<QComboBox*>(u"fileTypeCombo"_s);
+            QCOMPARE(types->itemText(1), u"Pages (*.htm,*.html)"_s);
         });
         QCOMPARE(m_dialogs->SaveFile(request), m_folder.filePath(u"Monday.log"_s));
-        onNextDialog<QFileDialog>([&](QFileDialog* dialog) {
-            const QString start = dialog->directory().path();
-            dialog->reject();
+        // The folder is that of the last time.
+        inNextDialog<QFileDialog>([&](QFileDialog& dialog) {
+            const QString start = dialog.directory().path();
+            QTest::keyClick(&dialog, Qt::Key_Escape);
             QCOMPARE(start, m_folder.path());
         });
         QCOMPARE(ErrorOf([&] { (void)m_dialogs->SaveFile({}); }), clsError::DialogCancelled);
-
         // Everything chosen: nothing is hung onto the name.
-        onNextDialog<QFileDialog>([](QFileDialog* dialog) {
-            dialog->selectNameFilter(u"All (*.*)"_s);
-            Q_EMIT dialog->filterSelected(u"All (*.*)"_s);
-            dialog->findChild<QLineEdit*>()->setText(u"Monday"_s);
-            static_cast<QDialog*>(dialog)->accept();
+        inNextDialog<QFileDialog>([](QFileDialog& dialog) {
+            dialog.selectNameFilter(u"All (*.*)"_s);
+            Q_EMIT dialog.filterSelected(u"All (*.*)"_s);
+            dialog.findChild<QLineEdit*>()->setText(u"Monday"_s);
+            static_cast<QDialog&>(dialog).accept();
         });
         QCOMPARE(m_dialogs->SaveFile(request), m_folder.filePath(u"Monday"_s));
-
-        onNextDialog<QFileDialog>([](QFileDialog* dialog) { QTest::keyClick(dialog, Qt::Key_Escape); });
-        QCOMPARE(ErrorOf([&] { (void)m_dialogs->SaveFile(request); }), clsError::DialogCancelled);
     }
 
     void OverwriteIsAskedOnlyWhenWanted()
@@ -323,12 +246,12 @@ private Q_SLOTS:
         QVERIFY(QFile(path).open(QIODevice::WriteOnly));
         for (const bool confirm : {false, true}) {
             bool asked = false;
-            const auto question = onNextDialog<QMessageBox>([&](QMessageBox* box) {
+            const auto question = inNextDialog<QMessageBox>([&](QMessageBox& box) {
                 asked = true;
-                box->button(QMessageBox::Yes)->click();
+                QTest::keyClick(&box, Qt::Key_Y);
             });
-            onNextDialog<QFileDialog>(
-                [](QFileDialog* dialog) { QTest::keyClick(dialog->findChild<QLineEdit*>(), Qt::Key_Return); });
+            inNextDialog<QFileDialog>(
+                [](QFileDialog& dialog) { QTest::keyClick(dialog.findChild<QLineEdit*>(), Qt::Key_Return); });
             QCOMPARE(m_dialogs->SaveFile(
                          {u"Save To"_s, u"Log File (*.log)|*.log"_s, u"old.log"_s, m_folder.path(), confirm}),
                      path);
@@ -339,8 +262,6 @@ private Q_SLOTS:
 
     void PrintoutLosesNothing()
     {
-        const QString reader = QStandardPaths::findExecutable(u"pdftotext"_s);
-        QVERIFY2(!reader.isEmpty(), "pdftotext is part of poppler-utils");
         const QString pdf = m_folder.filePath(u"log.pdf"_s);
         const auto printer = modWidgets::MakePrinter();
         printer->SetOutputFile(pdf);
@@ -355,7 +276,7 @@ private Q_SLOTS:
         printer->EndDoc();
 
         QProcess process;
-        process.start(reader, {u"-layout"_s, pdf, u"-"_s});
+        process.start(u"pdftotext"_s, {u"-layout"_s, pdf, u"-"_s});
         QVERIFY(process.waitForFinished());
         const QString text = QString::fromUtf8(process.readAllStandardOutput());
         // A4 or Letter has 9.6 to 10.3 inches of room: 56 to 65 lines of 10 points.
@@ -373,15 +294,16 @@ private Q_SLOTS:
     void PrinterFailures()
     {
         const auto printer = modWidgets::MakePrinter();
-        QCOMPARE(ErrorOf([&] { printer->StartDoc(u"x"_s, 1008, 1008); }), clsError::DeviceUnavailable);
+        const auto start = [&] { printer->StartDoc(u"x"_s, 1008, 1008); };
+        QCOMPARE(ErrorOf(start), clsError::DeviceUnavailable);
         QCOMPARE(ErrorOf([&] { printer->PrintLine(u"x"_s); }), clsError::ObjectNotSet);
         printer->SetOutputFile(m_folder.filePath(u"no such folder/log.pdf"_s));
-        QCOMPARE(ErrorOf([&] { printer->StartDoc(u"x"_s, 1008, 1008); }), clsError::PathNotFound);
+        QCOMPARE(ErrorOf(start), clsError::PathNotFound);
         // The same object still prints when the cause is gone, also over a document that was left open.
         const QString pdf = m_folder.filePath(u"again.pdf"_s);
         printer->SetOutputFile(pdf);
-        printer->StartDoc(u"abandoned"_s, 1008, 1008);
-        printer->StartDoc(u"x"_s, 1008, 1008);
+        start();
+        start();
         printer->PrintLine(u"x"_s);
         printer->EndDoc();
         QVERIFY(QFileInfo(pdf).size() > 500);
@@ -399,11 +321,10 @@ private Q_SLOTS:
             const bool open = browser->Open(address) == clsBrowser::Outcome::Opened;
             return open == catcher.opened.isEmpty() ? u"something else than it says"_s : catcher.opened.join(u' ');
         };
-        QCOMPARE(opened(u"http://www.berry.localhost:28480/links.htm?a=1"_s),
-                 u"http://www.berry.localhost:28480/links.htm?a=1"_s);
+        for (const auto& address : {u"http://www.berry.localhost:28480/links.htm?a=1"_s, u"file:///tmp/MyLinks.htm"_s})
+            QCOMPARE(opened(address), address);
         QCOMPARE(opened(u"HTTPS://berry.example/"_s), u"https://berry.example/"_s);
         QCOMPARE(opened(u"/tmp/My Links.htm"_s), u"file:///tmp/My Links.htm"_s);
-        QCOMPARE(opened(u"file:///tmp/MyLinks.htm"_s), u"file:///tmp/MyLinks.htm"_s);
         // A file on another machine, mail, a script, no scheme, an option of the launcher, no host, nothing.
         for (const char* other : {"file://server/share/x.htm", "mailto:a@example.org", "javascript:alert(1)",
                                   "www.berry.example", "--help", "http://", ""})
@@ -414,16 +335,16 @@ private Q_SLOTS:
 
     void EveryPictureIsDrawn()
     {
-        const QFileInfoList files = QDir(u":/brambury/icons"_s).entryInfoList();
+        const QStringList files = QDir(u":/brambury/icons"_s).entryList();
         QVERIFY(files.size() > 40);
-        for (const QFileInfo& file : files) {
-            const QIcon icon = modIcons::Picture(file.baseName());
-            for (const auto& [side, scale] : {std::pair(16, 1), {16, 2}, {24, 1}, {24, 2}, {32, 1}, {32, 2}}) {
-                const QImage image = icon.pixmap(QSize(side, side), scale).toImage();
+        for (const QString& file : files) {
+            for (const auto& [side, scale] : {std::pair(16, 1), {16, 2}, {24, 1}, {32, 2}}) {
+                const QImage image =
+                    modIcons::Picture(file.section(u'.', 0, 0)).pixmap(QSize(side, side), scale).toImage();
                 QCOMPARE(image.size(), QSize(side, side) * scale);
                 // A file that does not parse leaves nothing, one with a wrong view box a speck or a full square.
                 const double drawn = share(image, [&](QPoint at) { return qAlpha(image.pixel(at)) > 32; });
-                QVERIFY2(drawn > 0.12 && drawn < 0.95, qPrintable(file.baseName()));
+                QVERIFY2(drawn > 0.12 && drawn < 0.95, qPrintable(file));
             }
         }
     }
@@ -454,17 +375,14 @@ private Q_SLOTS:
         const QPalette before = QApplication::palette();
         const QIcon icon = modIcons::Icon(u"link-new"_s);
         // The lines must stand out from the window they are drawn on, with the icon made before the change.
-        for (const auto& [window, text] : {std::pair(Qt::white, Qt::black), {Qt::black, Qt::white}}) {
-            QPalette palette;
-            palette.setColor(QPalette::Window, window);
-            palette.setColor(QPalette::WindowText, text);
-            QApplication::setPalette(palette);
+        for (const QColor window : {Qt::white, Qt::black}) {
+            QApplication::setPalette(QPalette(window));
             const QImage image = icon.pixmap(QSize(48, 48), 1.0).toImage();
-            const double lines = share(image, [&, paper = qGray(QColor(window).rgb())](QPoint at) {
-                return qAlpha(image.pixel(at)) == 255 && qAbs(qGray(image.pixel(at)) - paper) > 150;
-            });
             QApplication::setPalette(before);
-            QVERIFY2(lines > 0, qPrintable(QColor(window).name()));
+            const double lines = share(image, [&](QPoint at) {
+                return qAlpha(image.pixel(at)) == 255 && qAbs(qGray(image.pixel(at)) - qGray(window.rgb())) > 150;
+            });
+            QVERIFY2(lines > 0, qPrintable(window.name()));
         }
     }
 
@@ -474,27 +392,9 @@ private Q_SLOTS:
         logo.resize(logo.sizeHint());
         const QImage rest = logo.grab().toImage();
         logo.Start();
-        const QImage first = logo.grab().toImage();
-        QTRY_VERIFY(logo.grab().toImage() != first);
-        QVERIFY(first != rest);
+        QTRY_VERIFY(logo.grab().toImage() != rest);
         logo.Stop();
         QCOMPARE(logo.grab().toImage(), rest);
-    }
-
-    void ChimeIsASoundFile()
-    {
-        QFile file(QStringLiteral(BRAMBURY_BINARY_DIR "/share/brambury/Musfall.wav"));
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        const QByteArray sound = file.readAll();
-        QCOMPARE(sound.left(4) + sound.mid(8, 8) + sound.mid(36, 4), QByteArray("RIFFWAVEfmt data"));
-        QCOMPARE(qFromLittleEndian<quint32>(sound.constData() + 40), static_cast<quint32>(sound.size() - 44));
-        const auto loudness = [&](qsizetype at) { return qAbs(qFromLittleEndian<qint16>(sound.constData() + at)); };
-        int loudest = 0;
-        for (qsizetype i = 44; i + 1 < sound.size(); i += 2)
-            loudest = qMax<int>(loudest, loudness(i));
-        QVERIFY(loudest > 8000 && loudest < 30000);
-        // It begins and ends in silence: otherwise it clicks.
-        QVERIFY(loudness(44) < 200 && loudness(sound.size() - 2) < 200);
     }
 };
 
