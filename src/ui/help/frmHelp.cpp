@@ -87,10 +87,10 @@ public:
         const clsHelpFile::Page* page = m_help.Find(address.path().toInt());
         if (type != QTextDocument::HtmlResource || !page)
             return {};
-        // The text is written for one size; headings keep to it.
+        // The text is written for one size; headings keep to it. While colours change, the window has the new ones first.
         return u"<html><head><style>h1 { font-size: x-large; } h2 { font-size: large; } "
                "td, th { padding: 3px 14px 3px 0; text-align: left; } a { color: %1; }</style></head>"
-               "<body>%2</body></html>"_s.arg(LinkColour(palette()).name(), WithoutMissing(page->html));
+               "<body>%2</body></html>"_s.arg(LinkColour(window()->palette()).name(), WithoutMissing(page->html));
     }
 
 private:
