@@ -11,6 +11,11 @@ using namespace Qt::Literals::StringLiterals;
 using modBrambury::State;
 using clsWork = std::function<void(QDialog&)>;
 
+namespace
+{
+const QString Unsaved = u"You have made changes without saving.  Do you wish to save them now?"_s;
+}
+
 class tst_mail_login : public QObject
 {
     Q_OBJECT
@@ -155,6 +160,7 @@ private Q_SLOTS:
                 clickIn(dialog, u"buttonTest"_s);
                 QCOMPARE(advice.text() + test.text(), u"You stopped the test.&Test"_s);
                 // Closed meanwhile, it goes when the server has answered.
+                m_program->dialogs.Expect(Unsaved, clsDialogs::Answer::No);
                 m_probe.during = [&] {
                     dialog.close();
                     QVERIFY(dialog.isVisible());
@@ -204,6 +210,23 @@ private Q_SLOTS:
         QCOMPARE(m_programs.commands.last(), u"mine"_s);
         QCOMPARE(agreed(), 2);
         test(u"mine"_s, {}, {});
+    }
+
+    void nothingTypedGoesUnasked()
+    {
+        Edit(
+            [&](QDialog& dialog) {
+                typeIn(dialog, u"txtUser"_s, u"ann"_s);
+                typeIn(dialog, u"txtPassword"_s, u"secret"_s);
+                m_program->dialogs.Expect(Unsaved, clsDialogs::Answer::Cancel);
+                QTest::keyClick(&dialog, Qt::Key_Escape);
+                QVERIFY(dialog.isVisible());
+                m_program->dialogs.Expect(Unsaved, clsDialogs::Answer::Yes);
+                QTest::keyClick(&dialog, Qt::Key_Escape);
+            },
+            u"buttonSites_0"_s);
+        QCOMPARE(Fields({u"MailUser"_s}), u"ann"_s);
+        QCOMPARE(m_keyring.entries.size(), 1);
     }
 
     void thePasswordBoxHidesIt()

@@ -236,6 +236,16 @@ void frmMailLogin::ShowRecord()
         place = Place::Keyring;
     m_places->button(static_cast<int>(place))->setChecked(true);
     ShowPlaces();
+    m_entriesShown = Entries();
+}
+
+QStringList frmMailLogin::Entries() const
+{
+    QStringList entries{m_cbSecurity->currentText()};
+    const auto lines = findChildren<QLineEdit*>(); // those of numbers and of the port too
+    for (const QLineEdit* line : lines)
+        entries << line->text();
+    return entries;
 }
 
 void frmMailLogin::SecurityChosen()
@@ -383,10 +393,18 @@ void frmMailLogin::accept()
 
 void frmMailLogin::reject()
 {
-    if (!m_waiting)
-        return QDialog::reject();
-    m_closing = true;
-    TestPressed(); // stops what is waited for, as the button does
+    if (m_waiting) {
+        m_closing = true;
+        return TestPressed(); // stops what is waited for, as the button does
+    }
+    m_closing = false;
+    const auto takeOver = [this] {
+        accept();
+        return result() == Accepted;
+    };
+    const bool ending = State().Terminating || State().SessionEnding;
+    if ((ending || modCommonFunctions::MayLeave(Entries() != m_entriesShown, takeOver)) && result() != Accepted)
+        QDialog::reject();
 }
 
 void frmMailLogin::Waiting(const std::function<void()>& body)

@@ -32,7 +32,7 @@ public:
     explicit frmMailLogin(clsSiteRecord& site, QWidget* parent = nullptr);
 
     void accept() override;
-    /// While something is waited for, that is stopped first.
+    /// While something is waited for, that is stopped first. Asks what is to become of changes.
     void reject() override;
 
 protected:
@@ -44,6 +44,8 @@ private:
     QWidget* BuildTest();
     QSpinBox* Pace(const QString& name, const QString& field, int most, const QString& unit);
     void ShowRecord();
+    /// All that can be typed or chosen by typing.
+    [[nodiscard]] QStringList Entries() const;
     void SecurityChosen();
     void ShowPlaces();
     [[nodiscard]] modMailSecrets::Place ChosenPlace() const;
@@ -73,6 +75,7 @@ private:
     clsExplanation* m_lblKeyring = nullptr;
     QLineEdit* m_txtTokenCommand = nullptr;
     QString m_tokenShown; ///< in it at first
+    QStringList m_entriesShown;
     clsExplanation* m_lblAdvice = nullptr;
     QPlainTextEdit* m_txtReport = nullptr;
     QPushButton* m_buttonTest = nullptr;
