@@ -77,6 +77,22 @@ private Q_SLOTS:
         QCOMPARE(filtered.Type(words), rows);
     }
 
+    /// The links are meant that were chosen when the dialog opened.
+    void goesOnBehindADialog()
+    {
+        const Filtered filtered;
+        QCOMPARE(filtered.Type(u"ann"_s), QList<int>{0});
+        inNextDialog([&](QDialog& dialog) {
+            filtered.Type(u"nowhere"_s);
+            controlOf<QListWidget>(dialog, u"lstSelections"_s).setCurrentRow(4);
+            clickIn(dialog, u"buttonSelection_0"_s);
+        });
+        filtered.program.Trigger(u"LinkMenuElement_9"_s);
+        const auto link = filtered.program.opened->OpenRecordset(
+            u"SELECT Status FROM tblLinkList WHERE ID = %1"_s.arg(filtered.program.ids[0]));
+        QCOMPARE(link->Field(u"Status"_s).toInt(), 4);
+    }
+
     /// A repair that failed leaves the window without its database.
     void databaseIsGone()
     {

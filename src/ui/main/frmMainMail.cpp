@@ -73,6 +73,7 @@ void frmMain::SendMail(bool preview)
 void frmMain::SetEmail()
 {
     const std::vector<modBrambury::MessageType>& types = State().MessageTypes;
+    const std::vector<qint64> chosen = m_gridLinkList->ChosenLinks(); // the filter may go on behind the dialog
     clsSelectionDialog dialog;
     dialog.Caption = u"Select E-mail"_s;
     for (const modBrambury::MessageType& type : types)
@@ -82,8 +83,7 @@ void frmMain::SetEmail()
     if (dialog.Selected() < 0)
         return;
     const clsHourglass hourglass;
-    modQueueMail::SetMail(*State().Database, m_gridLinkList->ChosenLinks(),
-                          types.at(static_cast<std::size_t>(dialog.Selected())).ID);
+    modQueueMail::SetMail(*State().Database, chosen, types.at(static_cast<std::size_t>(dialog.Selected())).ID);
     m_gridLinkList->Links().RefreshAll();
 }
 

@@ -268,6 +268,12 @@ void frmMain::UndoDelete()
 
 void frmMain::ChangeStatus()
 {
+    // The filter may go on behind the dialog.
+    const std::vector<qint64> chosen = m_gridLinkList->ChosenLinks();
+    if (chosen.empty())
+        return;
+    const clsLinkModel& shown = m_gridLinkList->Links();
+    const QString title = shown.index(shown.RowOf(chosen.front()), clsLinkModel::Title).data().toString();
     clsSelectionDialog dialog;
     dialog.Caption = u"Change Status"_s;
     dialog.arraySelections = State().StatusNames;
@@ -276,12 +282,9 @@ void frmMain::ChangeStatus()
     if (status < 0)
         return;
     const clsHourglass hourglass;
-    const std::vector<qint64> chosen = m_gridLinkList->ChosenLinks();
     modLinks::SetFields(*State().Database, chosen, {{u"Status"_s, status}});
     // Links that leave the view do so first, so that a neighbour becomes the current one.
     const bool leave = status <= Bounds().low || status >= Bounds().high;
-    const clsLinkModel& shown = m_gridLinkList->Links();
-    const QString title = shown.index(shown.RowOf(chosen.front()), clsLinkModel::Title).data().toString();
     if (leave)
         m_gridLinkList->RemoveLinks(chosen);
     FillLinkGrid();
