@@ -60,7 +60,7 @@ std::unique_ptr<clsInstance> MakeInstance(const QString& programFolder, std::fun
 /// links and of images, separated by blanks, "-" for none. Lines that begin with # are comments.
 std::unique_ptr<clsPageServer> MakePageServer(const QByteArray& pages, quint16 port);
 
-/// The libraries that the program runs on, and their versions; a version that a library does not tell is empty.
+/// The libraries that the program runs on, and their versions.
 std::vector<std::pair<QString, QString>> Libraries();
 
 /// The folder with what a first installation is laid down from (Bramdat.mdb, Musfall.wav, Bramdat.hlp,

@@ -225,6 +225,24 @@ private Q_SLOTS:
         QVERIFY(trouble != u"temporary" || !QFile::exists(database));
     }
 
+    void PicturesSayWhatStopsThem()
+    {
+        const auto refused = [this](const QString& folder, const QString& reason) {
+            const Outcome outcome = Here({u"pictures"_s, folder});
+            QCOMPARE(outcome.code, 3);
+            QVERIFY2(outcome.err.contains(reason), qPrintable(outcome.err));
+        };
+        refused(u"/dev/null/folder"_s, u"Could not make the folder /dev/null/folder\n"_s);
+        const QString folder = m_installation->Folder() + u"/pictures"_s;
+        QVERIFY(QDir(folder).mkpath(u"main-light.png"_s));
+        refused(folder, u"Could not write main-light.png\n"_s);
+        // Nobody closes an error window there.
+        QFile database(m_installation->DatabasePath());
+        QVERIFY(database.open(QFile::WriteOnly) && database.write("no database") > 0);
+        database.close();
+        refused(folder, u"Error Number:"_s);
+    }
+
     void LockedOut()
     {
         AddSite(u"Shop"_s);

@@ -401,13 +401,14 @@ class tst_accessibility : public QObject
 private Q_SLOTS:
     void everyWindow_data()
     {
-        const testTable<double, QPalette> row;
-        row("as it comes", 1.0, QApplication::palette());
-        row("dark, text twice as large", 2.0, QPalette(QColor(0x2a, 0x2b, 0x2f)));
+        using Content = clsTestInstallation::Content;
+        const testTable<Content, double, QPalette> row;
+        row("as it comes", Content::Sample, 1.0, QApplication::palette());
+        row("nothing there yet, dark, text twice as large", Content::Empty, 2.0, QPalette(QColor(0x2a, 0x2b, 0x2f)));
     }
     void everyWindow()
     {
-        const auto [text, palette] = testRow<double, QPalette>();
+        const auto [content, text, palette] = testRow<clsTestInstallation::Content, double, QPalette>();
         QApplication::setCursorFlashTime(0); // always seen
         const QFont usual = QApplication::font();
         QFont font = usual;
@@ -415,7 +416,7 @@ private Q_SLOTS:
         QApplication::setFont(font);
         const QPalette usualPalette = QApplication::palette();
         QApplication::setPalette(palette);
-        const clsTestInstallation installation(clsTestInstallation::Content::Sample);
+        const clsTestInstallation installation(content);
         clsPlatformParts parts(installation.Folder());
         parts.Complete();
         QStringList faults;

@@ -36,9 +36,11 @@ std::vector<std::pair<QString, QString>> modPlatformImpl::Libraries()
             {u"SQLite"_s, QString::fromUtf8(sqlite3_libversion())},
             {u"OpenSSL"_s, QString::fromUtf8(OpenSSL_version(OPENSSL_VERSION_STRING))},
             {u"libcurl"_s, QString::fromUtf8(curl->version)},
-            {u"Gumbo"_s, {}},
+            {u"Gumbo"_s, QStringLiteral(GUMBO_VERSION)},
             {u"libcsv"_s, u"%1.%2.%3"_s.arg(CSV_MAJOR).arg(CSV_MINOR).arg(CSV_RELEASE)},
             {u"GMime"_s, u"%1.%2.%3"_s.arg(GMIME_MAJOR_VERSION).arg(GMIME_MINOR_VERSION).arg(GMIME_MICRO_VERSION)},
-            {u"hunspell"_s, {}},
-            {u"QtKeychain"_s, {}}};
+            {u"hunspell"_s, QStringLiteral(HUNSPELL_VERSION)},
+            {u"QtKeychain"_s, QStringLiteral(QTKEYCHAIN_VERSION)},
+            {u"libcanberra"_s, QStringLiteral(CANBERRA_VERSION)},
+            {u"CLI11"_s, QStringLiteral(CLI11_VERSION)}};
 }

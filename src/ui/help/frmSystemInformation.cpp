@@ -71,7 +71,7 @@ QString frmSystemInformation::Facts()
     const auto add = [&](const QString& name, const QString& value) { facts << name + u": "_s + value; };
     add(modBrambury::ProgramTitle, u"%1, build %2"_s.arg(version.Number, version.Build));
     for (const auto& [name, number] : modPlatformImpl::Libraries())
-        add(name, number.isEmpty() ? u"there"_s : number);
+        add(name, number);
     add(u"System"_s, QSysInfo::prettyProductName());
     add(u"Kernel"_s, QSysInfo::kernelType() + u' ' + QSysInfo::kernelVersion());
     add(u"Processor"_s, QSysInfo::currentCpuArchitecture());

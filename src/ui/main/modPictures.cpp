@@ -167,17 +167,57 @@ private:
     QList<Theme> m_themes;
 };
 
+/// Nobody closes the error window either: what it says goes to the error stream as well.
+class clsWrittenErrors
+{
+public:
+    clsWrittenErrors()
+    {
+        QObject::connect(&m_look, &QTimer::timeout, &m_look, [this] {
+            auto* error = qobject_cast<frmErrorMessage*>(QApplication::activeModalWidget());
+            if (!error || m_wanted)
+                return;
+            Any = true;
+            std::fprintf(stderr, "%s\n",
+                         qUtf8Printable(error->findChild<QPlainTextEdit*>(u"txtDetails"_s)->toPlainText()));
+            error->reject();
+        });
+        m_look.start(std::chrono::milliseconds(100));
+    }
+    /// Until the end of the answer's life an error window is left to its photographer.
+    [[nodiscard]] static auto Wanted()
+    {
+        m_wanted = true;
+        return qScopeGuard([] { m_wanted = false; });
+    }
+    bool Any = false; ///< one was opened that nobody wanted
+
+private:
+    QTimer m_look;
+    static inline bool m_wanted = false;
+};
+
+/// Runs `body`; why it failed goes to the error stream. @return whether it ran through.
+bool TellingFailure(const std::function<void()>& body)
+{
+    const std::optional<clsError> failure = failureOf(body);
+    if (failure)
+        std::fprintf(stderr, "%s\n", qUtf8Printable(failure->Description()));
+    return !failure;
+}
+
 /// Takes pictures of the main window of an installation, by `take`, and leaves the installation as it was.
-/// @return whether there was one to take pictures of.
+/// @return whether there was one to take pictures of, and nothing failed.
 bool OfMain(const clsPlatformParts& parts, const std::function<void(frmMain&)>& take)
 {
     clsWrittenDialogs dialogs;
     clsWindowParts with(parts, &dialogs);
     with.Windows.HoldTips();
+    clsWrittenErrors errors;
     bool taken = false;
     modWidgets::AllowDialogs();
     if (modBrambury::Main() && with.Windows.AnyLoaded())
-        taken = guarded("modWindow", "RenderPictures", [&] { take(*with.Windows.Main()); }) == Guarded::Done;
+        taken = TellingFailure([&] { take(*with.Windows.Main()); }) && !errors.Any;
     // An end by abort saves nothing.
     modBrambury::State().Terminating = true;
     with.Windows.UnloadAll(false);
@@ -188,6 +228,7 @@ bool OfMain(const clsPlatformParts& parts, const std::function<void(frmMain&)>& 
 /// A dialog that `work` opens and waits for: `take` sees it, then it is closed.
 void TakeModal(const std::function<void()>& work, const std::function<void(QDialog&)>& take)
 {
+    const auto wanted = clsWrittenErrors::Wanted();
     bool taken = false;
     QTimer look;
     QObject::connect(&look, &QTimer::timeout, &look, [&] {
@@ -538,22 +579,34 @@ ExitCode AgainAtDoubleScale(const QString& home, const QString& folder)
     return again.exitStatus() == QProcess::NormalExit ? static_cast<ExitCode>(again.exitCode()) : ExitCode::Failed;
 }
 
-/// Every window there is. @return whether all were taken.
+/// Every window there is: the main window as this installation has it, and all others as a new one has them, so that
+/// none needs certain records. @return whether all were taken.
 bool TakeEverything(clsPlatformParts& parts, clsCamera& camera)
 {
-    const bool all = OfMain(parts, [&](frmMain& window) {
+    const bool own = OfMain(parts, [&](frmMain& window) {
         window.resize(MainSize);
         window.findChild<clsPanes*>()->SetPositions(clsPanes::FirstLeft, clsPanes::FirstTop);
-        auto* grid = window.findChild<clsLinkGrid*>();
-        grid->setFocus();
+        window.findChild<clsLinkGrid*>()->setFocus();
         camera.Take(window, u"main"_s);
         window.resize(SmallMainSize);
         camera.Take(window, u"main-small"_s);
+    });
+    if (!own)
+        return false;
+    const QTemporaryDir empty;
+    clsPlatformParts newParts(empty.path());
+    if (!TellingFailure([&] { newParts.LayDown(); }))
+        return false;
+    return OfMain(newParts, [&](frmMain& window) {
+        window.resize(SmallMainSize);
+        camera.Take(window, u"main-empty"_s);
+        TakeError(camera);
+        TakeTestedSample(camera, window);
 
         frmSetTest setTest;
         camera.Take(setTest, u"settest"_s);
         TakeEditors(camera);
-        TakeSmallDialogs(camera, *grid);
+        TakeSmallDialogs(camera, *window.findChild<clsLinkGrid*>());
         TakeMail(camera);
         TakeWizard(camera);
         TakeBoxes(camera);
@@ -567,18 +620,6 @@ bool TakeEverything(clsPlatformParts& parts, clsCamera& camera)
         help.close();
         frmSplash splash(u"1.0"_s, u"000"_s);
         camera.Take(splash, u"splash"_s);
-    });
-    if (!all)
-        return false;
-    const QTemporaryDir empty;
-    clsPlatformParts newParts(empty.path());
-    if (!ignoringErrors([&] { newParts.LayDown(); }))
-        return false;
-    return OfMain(newParts, [&](frmMain& window) {
-        window.resize(SmallMainSize);
-        camera.Take(window, u"main-empty"_s);
-        TakeError(camera);
-        TakeTestedSample(camera, window);
     });
 }
 } // namespace
@@ -595,8 +636,10 @@ ExitCode modWindow::RenderPictures(clsPlatformParts& parts, const QString& folde
         std::fprintf(stderr, "Without fonts there are no pictures: install some.\n");
         return ExitCode::Failed;
     }
-    if (!QDir().mkpath(folder))
+    if (!QDir().mkpath(folder)) {
+        std::fprintf(stderr, "Could not make the folder %s\n", qUtf8Printable(folder));
         return ExitCode::Failed;
+    }
     clsCamera camera(folder, lightOnly);
     if (!TakeEverything(parts, camera))
         return ExitCode::Failed;
