@@ -84,9 +84,10 @@ const QStringList Openers =
     "ToolsMenuElement_2 ToolsMenuElement_3 ToolsMenuElement_4 ToolsMenuElement_6 ToolsMenuElement_8 ToolsMenuElement_10 HelpMenuElement_0 HelpMenuElement_11"_s.split(u' ');
 
 /// Errors that this world has in store: no printer, a mail server that is at odds with everybody, a partner whose title
-/// is the field tag for its title.
+/// is the field tag for its title, any text as a token command.
 const QStringList Errors{u"There is no printer."_s, u"An error occured while sending mail."_s,
-                         u"makes the text too long, or is replaced without end."_s};
+                         u"makes the text too long, or is replaced without end."_s, u"The token command "_s,
+                         u"could not be started."_s};
 
 /// Everything that can be met: windows, pages of the wizard, runs, ends.
 QStringList Everything()

@@ -427,7 +427,8 @@ private Q_SLOTS:
                 QCoreApplication::processEvents(); // every layout has followed those inside it
             clsInspection inspection(window, name, faults);
             inspection.Fits();
-            if (qobject_cast<QDialog*>(&window)) {
+            // With large letters the main window's least size shows what a small screen lets it.
+            if (text == 1.0 || qobject_cast<QDialog*>(&window)) {
                 const QSize size = window.size();
                 window.resize(window.minimumSize().expandedTo(window.minimumSizeHint()));
                 QCoreApplication::processEvents();

@@ -5,6 +5,7 @@
 
 #include <QAccessibleWidget>
 #include <QKeyEvent>
+#include <QLayout>
 #include <QMouseEvent>
 #include <QPainter>
 #include <algorithm>
@@ -173,24 +174,39 @@ void clsPanes::MoveHorizontal(int top)
     LayOut();
 }
 
+int clsPanes::LeastTop(int rightWidth) const
+{
+    return m_header->sizeHint().height() + m_topRight->layout()->totalMinimumHeightForWidth(rightWidth);
+}
+
 QSize clsPanes::minimumSizeHint() const
 {
-    const int lower = clsSplitterBar::Thickness + m_bottom->minimumSizeHint().height();
-    return {(LeftMargin + RightMargin) / TwipsPerPixel + 250,
-            TopMargin / TwipsPerPixel + std::max(BottomMargin / TwipsPerPixel + 60, lower)};
+    // Everything is to be seen while the bars are where they were first, but the window must fit any screen.
+    constexpr QSize most(760, 540);
+    constexpr int bar = clsSplitterBar::Thickness;
+    constexpr int left = FirstLeft / TwipsPerPixel + bar;
+    const int width = std::max(left + m_topRight->minimumSizeHint().width(), FirstSize.width());
+    const int upper = std::max(LeastTop(width - left), TopMargin / TwipsPerPixel);
+    const int lower = std::max(bar + m_bottom->minimumSizeHint().height(), BottomMargin / TwipsPerPixel);
+    return QSize(width, upper + lower).boundedTo(most);
 }
 
 void clsPanes::LayOut()
 {
-    int left = m_left;
-    const int top = TopAt(height());
-    if (left == FirstLeft)
-        left += TwipsPerPixel * std::clamp(qRound((width() - FirstSize.width()) * LeftShare), 0, LargestGrowth);
-    const int x = std::max(LeftMargin, std::min(left, LargestLeft())) / TwipsPerPixel;
     constexpr int bar = clsSplitterBar::Thickness;
+    int left = m_left;
+    if (left == FirstLeft) {
+        const int spare = width() - FirstLeft / TwipsPerPixel - bar - m_topRight->minimumSizeHint().width();
+        const int growth = std::min(qRound((width() - FirstSize.width()) * LeftShare), spare);
+        left += TwipsPerPixel * std::clamp(growth, 0, LargestGrowth);
+    }
+    const int x = std::max(LeftMargin, std::min(left, LargestLeft())) / TwipsPerPixel;
     // With large letters the lower pane needs more than its margin.
     const int lowest = std::min(LargestTop() / TwipsPerPixel, height() - bar - m_bottom->minimumSizeHint().height());
-    const int y = std::max(TopMargin / TwipsPerPixel, std::min(top / TwipsPerPixel, lowest));
+    int top = TopAt(height()) / TwipsPerPixel;
+    if (!TopMoved()) // a narrow window has its buttons in more rows
+        top = std::max(top, LeastTop(width() - x - bar));
+    const int y = std::max(TopMargin / TwipsPerPixel, std::min(top, lowest));
     const int head = m_header->sizeHint().height();
     m_header->setGeometry(0, 0, width(), head);
     m_topLeft->setGeometry(0, head, x, y - head);
@@ -208,7 +224,9 @@ void clsPanes::resizeEvent(QResizeEvent* /*event*/)
 bool clsPanes::event(QEvent* event)
 {
     // The header has another height once its icons are of another size.
-    if (event->type() == QEvent::LayoutRequest)
+    if (event->type() == QEvent::LayoutRequest) {
         LayOut();
+        updateGeometry();
+    }
     return QWidget::event(event);
 }

@@ -78,6 +78,8 @@ private:
     [[nodiscard]] bool TopMoved() const;
     /// Where the lower bar belongs in panes of this height, in twips.
     [[nodiscard]] int TopAt(int height) const;
+    /// Where the lower bar must be at least for everything above it to be seen, in pixels.
+    [[nodiscard]] int LeastTop(int rightWidth) const;
 
     QWidget* m_header;
     QWidget* m_topLeft;
