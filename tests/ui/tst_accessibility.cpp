@@ -67,6 +67,7 @@ private:
     }
     void LookAt(QAccessibleInterface* part);
     bool HasWayAround(QWidget* control) const;
+    bool AsTheEyeGoes(QWidget* from, QWidget* to) const;
     void ItemsSpeak(const QAbstractItemView& view);
     void FormatsSpeak(const QTextDocument& document);
     QWidget* Press(Qt::Key key, Qt::KeyboardModifiers modifiers = {});
@@ -230,6 +231,19 @@ QWidget* clsInspection::Step(Qt::Key key, Qt::KeyboardModifiers modifiers)
     return next == now ? Press(key, modifiers | Qt::ControlModifier) : next; // where Tab is a letter
 }
 
+/// Down, or up to the next column; from the last one it goes back to the top. A field tag goes into the text, so its
+/// button is reached from there.
+bool clsInspection::AsTheEyeGoes(QWidget* from, QWidget* to) const
+{
+    if (to->objectName() == "FieldTagButton"_L1 || from->parentWidget() != to->parentWidget() ||
+        from->y() < to->geometry().bottom() || to->x() >= from->geometry().right())
+        return true;
+    QWidget* step = from->nextInFocusChain();
+    while (step != to && step != &m_window)
+        step = step->nextInFocusChain();
+    return step == &m_window;
+}
+
 void clsInspection::Keyboard()
 {
     m_window.activateWindow();
@@ -248,6 +262,8 @@ void clsInspection::Keyboard()
         QWidget* next = Step(Qt::Key_Tab);
         // The style draws the default button as if it had the focus, and pages that are scrolled without any.
         const auto* button = qobject_cast<QPushButton*>(now);
+        if (next && !AsTheEyeGoes(now, next))
+            Fault(next, u"comes after %1, which is below it"_s.arg(now->objectName()));
         if (next != now && !(button && button->isDefault()) && !Within<QPrintPreviewWidget>(now) &&
             m_window.grab(place).toImage() == focused)
             Fault(now, u"does not show that it has the focus"_s);

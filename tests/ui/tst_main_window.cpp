@@ -261,6 +261,11 @@ private Q_SLOTS:
         QTest::keyClick(&level, Qt::Key_Down);
         QVERIFY(panes.PaneTop(panes.height()) > 2500);
 
+        window.resize(800, 700);
+        panes.MoveHorizontal(7500);
+        QCOMPARE(level.y(), 500);
+        window.resize(800, 600);
+
         // A window that is too small for a while does not cost the position.
         panes.MoveHorizontal(6000);
         window.resize(800, 420);

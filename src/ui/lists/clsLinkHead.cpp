@@ -79,6 +79,8 @@ void clsLinkHead::LayOut()
         m_filter->setGeometry(0, 0, width(), boxHeight);
         m_tabs->setGeometry(0, height() - tabsHeight, tabsWidth, tabsHeight);
     }
+    QWidget* const first = plan.beside ? static_cast<QWidget*>(m_tabs) : m_filter;
+    setTabOrder(first, plan.beside ? static_cast<QWidget*>(m_filter) : m_tabs);
 }
 
 void clsLinkHead::resizeEvent(QResizeEvent* /*event*/)

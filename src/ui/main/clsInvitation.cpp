@@ -30,16 +30,17 @@ clsInvitation::clsInvitation(QAbstractScrollArea& list) : QWidget(&list), m_list
     grid->setColumnStretch(0, 1);
     grid->addWidget(title, 1, 0, 1, 5);
     grid->addWidget(m_text, 2, 0, 1, 5);
-    m_buttons = {AddButton(u"Add your first site"_s, u"site-new"_s, u"Enter the web site that you exchange links for"_s,
-                           &clsInvitation::SiteWanted),
-                 AddButton(u"First steps"_s, u"help"_s, u"A guide through the first quarter of an hour"_s,
-                           &clsInvitation::FirstStepsWanted),
-                 AddButton(u"Look at a sample"_s, u"open"_s,
-                           u"Add two invented sites with their partners, to look around in; one click removes them"_s,
-                           &clsInvitation::SampleWanted)};
-    for (int column = 0; column < m_buttons.size(); ++column)
-        grid->addWidget(m_buttons[column], 3, column + 1);
-    grid->setColumnStretch(static_cast<int>(m_buttons.size()) + 1, 1);
+    const QList<QWidget*> buttons{
+        AddButton(u"Add your first site"_s, u"site-new"_s, u"Enter the web site that you exchange links for"_s,
+                  &clsInvitation::SiteWanted),
+        AddButton(u"First steps"_s, u"help"_s, u"A guide through the first quarter of an hour"_s,
+                  &clsInvitation::FirstStepsWanted),
+        AddButton(u"Look at a sample"_s, u"open"_s,
+                  u"Add two invented sites with their partners, to look around in; one click removes them"_s,
+                  &clsInvitation::SampleWanted)};
+    for (int column = 0; column < buttons.size(); ++column)
+        grid->addWidget(buttons[column], 3, column + 1);
+    grid->setColumnStretch(static_cast<int>(buttons.size()) + 1, 1);
     list.installEventFilter(this);
     CoverList();
 }

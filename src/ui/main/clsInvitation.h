@@ -15,7 +15,6 @@ class clsInvitation final : public QWidget
 
 public:
     explicit clsInvitation(QAbstractScrollArea& list);
-    [[nodiscard]] const QList<QWidget*>& Buttons() const { return m_buttons; }
 
 Q_SIGNALS:
     void SiteWanted();
@@ -33,5 +32,4 @@ private:
 
     QAbstractScrollArea& m_list;
     QLabel* m_text;
-    QList<QWidget*> m_buttons;
 };

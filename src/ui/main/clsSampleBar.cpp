@@ -18,14 +18,14 @@ clsSampleBar::clsSampleBar()
     auto* text = new clsElidedLabel(
         u"A sample: two invented sites.  Brambury itself plays their partners while links are tested; messages arrive nowhere."_s);
     text->setForegroundRole(QPalette::Text);
-    m_remove = new QPushButton(u"Remove the sample"_s);
-    m_remove->setObjectName(u"RemoveSample"_s);
-    m_remove->setToolTip(u"Take away what came with the sample, and nothing of your own"_s);
-    m_remove->setAccessibleDescription(m_remove->toolTip());
-    m_remove->setAutoDefault(false);
-    connect(m_remove, &QPushButton::clicked, this, &clsSampleBar::RemoveWanted);
+    auto* remove = new QPushButton(u"Remove the sample"_s);
+    remove->setObjectName(u"RemoveSample"_s);
+    remove->setToolTip(u"Take away what came with the sample, and nothing of your own"_s);
+    remove->setAccessibleDescription(remove->toolTip());
+    remove->setAutoDefault(false);
+    connect(remove, &QPushButton::clicked, this, &clsSampleBar::RemoveWanted);
     auto* row = new QHBoxLayout(this);
     row->setContentsMargins(8, 2, 8, 2);
     row->addWidget(text, 1);
-    row->addWidget(m_remove);
+    row->addWidget(remove);
 }

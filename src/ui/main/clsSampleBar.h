@@ -4,19 +4,13 @@
 
 #include <QFrame>
 
-class QPushButton;
-
 class clsSampleBar final : public QFrame
 {
     Q_OBJECT
 
 public:
     clsSampleBar();
-    [[nodiscard]] QPushButton* Button() const { return m_remove; }
 
 Q_SIGNALS:
     void RemoveWanted();
-
-private:
-    QPushButton* m_remove;
 };

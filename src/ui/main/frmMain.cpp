@@ -115,12 +115,12 @@ frmMain::frmMain(QWidget* parent)
     setWindowTitle(modBrambury::ProgramTitle);
     setWindowIcon(modIcons::Picture(u"brambury"_s));
     BuildMenus();
+    // Tab follows the order in which all this is made.
     QWidget* toolbar = BuildToolbar();
     QWidget* sites = BuildSitePane();
     QWidget* links = BuildLinkPane();
     m_panes = new clsPanes(toolbar, sites, links, BuildBottomPane());
     setCentralWidget(m_panes);
-    SetTabOrder();
     SetBusy(false);
     UpdateCounter();
     m_highlightTimer.setSingleShot(true);

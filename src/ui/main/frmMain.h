@@ -88,7 +88,6 @@ private:
     QWidget* BuildLinkPane();
     QWidget* BuildBottomPane();
     void AddStatusTabs(int from, int to);
-    void SetTabOrder();
     void SetIconSize(int choice);
 
     // Loading and closing (frmMain.cpp)

@@ -411,24 +411,6 @@ QWidget* frmMain::BuildBottomPane()
     return pane;
 }
 
-void frmMain::SetTabOrder()
-{
-    QList<QWidget*> order;
-    for (QAction* action : m_bigToolBar->actions()) {
-        if (!action->isSeparator())
-            order.append(m_bigToolBar->widgetForAction(action));
-    }
-    order << m_sampleBar->Button();
-    order.append(QList<QWidget*>(m_siteButtons.begin(), m_siteButtons.end()));
-    order << m_siteList << findChild<QWidget*>(u"imgVertSplitter"_s) << m_hideInactiveDeclined << m_linksTab
-          << m_txtFilter << m_gridLinkList << m_invitation->Buttons();
-    order.append(QList<QWidget*>(m_linkButtons.begin(), m_linkButtons.end()));
-    order << findChild<QWidget*>(u"imgHorzSplitter"_s) << m_chkShowURL << m_txtResults;
-    order.append(QList<QWidget*>(m_resultButtons.begin(), m_resultButtons.end()));
-    for (qsizetype i = 1; i < order.size(); ++i)
-        setTabOrder(order[i - 1], order[i]);
-}
-
 void frmMain::SetIconSize(int choice)
 {
     // A stored choice that there is none of gives the middle size.
