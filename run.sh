@@ -99,6 +99,8 @@ show_link_test() {
     cp "$scratch/pictures/main-light.png" "$here/build/brambury.png"
     echo
     echo "A picture of the main window: $here/build/brambury.png"
+    [ "$links" != "[]" ] ||
+        echo "This database has no links to test yet: $brambury${*:+ $*} sample add brings the sample." >&2
     # Some of the sample's links fail on purpose.
     [ $status -eq 1 ] || exit $status
 }
