@@ -1,8 +1,8 @@
 #!/bin/bash
 # SPDX-License-Identifier: GPL-3.0-or-later
 # Installs what is missing, builds Brambury, lays the sample down if there is no program folder yet, and opens the
-# window. Without a display it shows the link test instead: the sample partners' pages on a web server of this machine,
-# the results log, the links afterwards and a picture of the main window.
+# window. Without a display it shows the link test instead, whose partners the program plays itself: the results log, the
+# links afterwards and a picture of the main window.
 # All arguments go to brambury; with a command among them that command is all that runs.
 set -euo pipefail
 here=$(dirname "$(readlink -f "$0")")
@@ -16,7 +16,7 @@ has_display() {
 # In a shell of its own: the arguments may hold paths that start where the user stands.
 build() (
     cd "$here"
-    if has_display; then install_packages build run; else install_packages build run demo; fi
+    install_packages build run
     use_ccache
     cmake --preset release
     cmake --build --preset release -j2
@@ -55,37 +55,15 @@ lay_down_sample() {
     esac
 }
 
-stop_server() {
-    [ -z "${server:-}" ] || kill "$server" 2>/dev/null || true
-    [ -z "${server:-}" ] || wait "$server" 2>/dev/null || true
-    [ -z "${scratch:-}" ] || rm -rf "$scratch"
-}
-
-wait_for_server() {
-    local tries
-    for ((tries = 0; tries < 100; tries++)); do
-        # The server writes this once the port is its own; somebody else's answer on that port would prove nothing.
-        [ ! -s "$scratch/web/nginx.pid" ] || return 0
-        kill -0 "$server" 2>/dev/null || break
-        sleep 0.1
-    done
-    echo "The web server for the sample's pages did not start." >&2
-    exit 3
-}
-
 # The main job without a window.
 show_link_test() {
     local status=0 links
     scratch=$(mktemp -d)
-    chmod 755 "$scratch"
-    trap stop_server EXIT
+    trap 'rm -rf "$scratch"' EXIT
     trap 'exit 130' INT
     trap 'exit 143' TERM
     mkdir -m 700 "$scratch/runtime"
     export XDG_RUNTIME_DIR=$scratch/runtime
-    "$here/scripts/serve-sample.sh" "$scratch/web" &
-    server=$!
-    wait_for_server
 
     # A sample that was tested before has nothing left to test: it is queued again.
     links=$("$brambury" "$@" links --json)

@@ -2,6 +2,7 @@
 // Where the program is put together: the command line gets the window it may have to open.
 #include "cli/modCommandLine.h"
 #include "platform/clsPrinter.h"
+#include "platform/modPlatformImpl.h"
 #include "platform/widgets/modWidgets.h"
 #include "ui/main/modWindow.h"
 
@@ -40,7 +41,11 @@ int main(int argc, char** argv)
 {
     PrepareProcess();
     const clsWindowEntry window{
-        .MakeApplication = [](int& count, char** words) { return std::make_unique<QApplication>(count, words); },
+        .MakeApplication =
+            [](int& count, char** words) {
+                modPlatformImpl::LeaveSilentSession();
+                return std::make_unique<QApplication>(count, words);
+            },
         .MakePrinter = [](clsSettingsStore* settings) { return modWidgets::MakePrinter(settings); },
         .OpenWindow = &modWindow::RunWindow,
         .RenderPictures = &modWindow::RenderPictures,

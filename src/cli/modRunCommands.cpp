@@ -72,6 +72,8 @@ ExitCode modCommands::TestQueuedLinks()
     const auto pages = modSample::There(clsCommandSession::Database())
                            ? modPlatformImpl::MakePageServer(modSample::Pages(), modSample::PagesPort)
                            : nullptr;
+    if (pages && !pages->Serving())
+        modSample::TellPortTaken();
     test.CheckLinks();
     return CodeOf(test);
 }

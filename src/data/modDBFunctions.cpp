@@ -35,6 +35,7 @@ void TellInUse()
 }
 
 bool Mend(const clsError& failure);
+void RemoveHalfFiles();
 
 /// @return whether the database is open; false without an error when somebody else needs the file to himself.
 bool Open(bool mending)
@@ -47,6 +48,7 @@ bool Open(bool mending)
         TellInUse();
         return false;
     }
+    RemoveHalfFiles();
     if (!state.Workspace)
         state.Workspace = state.Platform.DBEngine->CreateWorkspace(QString(), u"admin"_s, QString());
     clsDAO dao(state.Workspace.get());
@@ -117,6 +119,16 @@ QString TemporaryPath()
 QString NewPath()
 {
     return DataFolder() + u"Bramdat.new"_s;
+}
+
+/// Deletes what work on the whole file left half done when the process was killed: it takes the room of a second
+/// database. The caller holds Bramdat.use, so nobody is at such work now.
+void RemoveHalfFiles()
+{
+    for (const QString& path : {NewPath(), clsDatabaseFiles::UnfinishedCopy(modBrambury::DatabasePath())}) {
+        if (Disk().FileExists(path))
+            ignoringErrors([&path] { Disk().RemoveFile(path); });
+    }
 }
 
 QString BackupIn(const QString& folder)
@@ -321,6 +333,7 @@ bool Mend(const clsError& failure)
         return MsgBox(text, clsDialogs::Buttons::YesNo, clsDialogs::Icon::Exclamation) == clsDialogs::Answer::Yes;
     };
     const auto pointing = [](const std::function<void()>& work) {
+        modBrambury::ShowSplash(); // the main window is not there yet, and a large file takes its time
         Windows().SetPointer(clsWindows::Pointer::Hourglass);
         const auto failed = failureOf(work);
         Windows().SetPointer(clsWindows::Pointer::Default);
@@ -452,6 +465,7 @@ Ending modDBFunctions::BackupDatabase(const QString& folder, const Progress& pro
     const QString database = modBrambury::DatabasePath();
     const QString backup = BackupIn(folder);
     qint64 size = 0;
+    qint64 leftOver = 0; // goes before the copy is made
     std::optional<clsDisk::FileFacts> old;
     const Ending looked = Trying([&] {
         if (QDir::cleanPath(folder) == QDir::cleanPath(DefaultBackupFolder()))
@@ -461,12 +475,14 @@ Ending modDBFunctions::BackupDatabase(const QString& folder, const Progress& pro
         size = Disk().Facts(database).size;
         if (Disk().FileExists(backup))
             old = Disk().Facts(backup);
+        if (const QString half = clsDatabaseFiles::UnfinishedCopy(backup); Disk().FileExists(half))
+            leftOver = Disk().Facts(half).size;
     });
     if (looked != Ending::Done)
         return looked;
     const QString space = modCommonFunctions::DiskSpaceText(folder);
     bool known = false;
-    const qint64 free = space.toLongLong(&known);
+    const qint64 free = space.toLongLong(&known) + leftOver;
     if (!known) {
         MsgBox(space, clsDialogs::Buttons::OK, clsDialogs::Icon::Critical);
         return Ending::Refused;

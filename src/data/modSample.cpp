@@ -291,3 +291,10 @@ QByteArray modSample::Pages()
 {
     return PagesOfPartners;
 }
+
+void modSample::TellPortTaken()
+{
+    MsgBox(u"Another program has port %1 of this machine, at which the sample's partners answer.  Their links are "
+           u"tested against that program, and may fail for this reason alone."_s.arg(PagesPort),
+           clsDialogs::Buttons::OK, clsDialogs::Icon::Exclamation);
+}

@@ -25,4 +25,6 @@ bool Remove(clsDatabase& database);
 /// Whoever starts a link test serves them if the sample is there.
 QByteArray Pages();
 inline constexpr quint16 PagesPort = 28480;
+/// Tells that somebody else has that port, and what comes of it.
+void TellPortTaken();
 } // namespace modSample

@@ -42,6 +42,11 @@ public:
     /// `destination`: that is the old file or the whole new one, whatever fails. @return the rows of the copy.
     virtual RowCounts Copy(const QString& source, const QString& destination, const QString& connect,
                            const Progress& progress) = 0;
+    /// Where Copy writes until the copy is whole; one that was cut short by the end of the process is left there.
+    [[nodiscard]] static QString UnfinishedCopy(const QString& destination)
+    {
+        return destination + QStringLiteral(".new");
+    }
     /// Whether two files that nobody has open hold the same state. Only their beginnings are read: they differ after
     /// every change.
     [[nodiscard]] virtual bool SameState(const QString& one, const QString& other) const = 0;

@@ -33,6 +33,9 @@ std::unique_ptr<clsHTTPControl> MakeHTTPControl(clsDisk& disk);
 /// SMTP by libcurl.
 std::unique_ptr<clsSmtpControl> MakeSmtpControl(clsEventLoop& eventLoop);
 std::unique_ptr<clsMailProbe> MakeMailProbe(clsEventLoop& eventLoop);
+/// Has this process, before it uses it for the first time, do without the message bus of a session that is there and
+/// does not answer: a window would never open. Waits two seconds for an answer.
+void LeaveSilentSession();
 /// The secret service of the user's session, or KWallet.
 std::unique_ptr<clsKeyring> MakeKeyring(clsEventLoop& eventLoop);
 std::unique_ptr<clsPrograms> MakePrograms(clsEventLoop& eventLoop);

@@ -62,12 +62,6 @@ void Reset()
     state.Platform.EventLoop->Resume();
 }
 
-void ShowSplash()
-{
-    const modBrambury::ProgramVersion version = modBrambury::Version();
-    modBrambury::Platform().Windows->ShowSplash(version.Number, version.Build);
-}
-
 /// @return whether the program has started.
 bool Start()
 {
@@ -83,7 +77,7 @@ bool Start()
         return false;
     state.Workspace = platform.DBEngine->CreateWorkspace(QString(), u"admin"_s, QString());
     if (!state.Restarting)
-        ShowSplash();
+        modBrambury::ShowSplash();
     state.Restarting = false;
     // The splash window lets events run, and one of them may tell the program to end.
     if (state.SessionEnding)
@@ -186,6 +180,12 @@ void modBrambury::RestartProgram(const QString& caption)
     s_next = Next::Restart;
     state.Platform.EventLoop->Interrupt();
     UnloadAllForms(false);
+}
+
+void modBrambury::ShowSplash()
+{
+    const ProgramVersion version = Version();
+    Platform().Windows->ShowSplash(version.Number, version.Build);
 }
 
 void modBrambury::UnloadAllForms(bool bKeepMain)
@@ -304,6 +304,7 @@ bool modBrambury::LocateDatabase()
                    u".\r\n\r\nDo you wish to put it back?"_s,
                clsDialogs::Buttons::YesNo, clsDialogs::Icon::Question) != clsDialogs::Answer::Yes)
         return false;
+    ShowSplash(); // there is no window yet, and to prove a large file takes its time
     PutBackDatabase();
     return true;
 }

@@ -108,6 +108,8 @@ void AbortProgram();
 /// Tells the user, unloads every window and runs Main again (the entry function does, when the event loop is left).
 /// @param caption  of the message box.
 void RestartProgram(const QString& caption);
+/// Shows which program this is while it has no other window; the first box or the main window takes its place.
+void ShowSplash();
 void UnloadAllForms(bool bKeepMain);
 
 /// Fills every settings value from the store, in the table's order; a text that does not convert stops it there.

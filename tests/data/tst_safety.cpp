@@ -530,7 +530,12 @@ private Q_SLOTS:
         Dialogs().Expect(missing);
         Dialogs().Expect(offer, Answer::Yes);
         QVERIFY(modBrambury::LocateDatabase());
+        // What was being made when the process was killed takes no room any more.
+        const QStringList half{Beside(u"Bramdat.new"_s), DatabasePath() + u".new"_s};
+        for (const QString& path : half)
+            WriteAll(path, "half");
         QVERIFY(modDBFunctions::OpenProcessDatabase());
+        QVERIFY(std::none_of(half.begin(), half.end(), &Exists));
         QCOMPARE(Links(), 1);
 
         // What is not whole is left where it is.

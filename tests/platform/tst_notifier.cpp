@@ -6,6 +6,7 @@
 #include "support/files.h"
 
 #include <QDBusConnection>
+#include <QLocalServer>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
@@ -45,6 +46,11 @@ private Q_SLOTS:
         const QString socket = u"unix:path="_s + folder.filePath(u"bus"_s);
         qputenv("DBUS_SESSION_BUS_ADDRESS", socket.toUtf8());
         QVERIFY(!notifier->Notify(u"No bus"_s, u"a"_s));
+        {
+            QLocalServer silent; // the system takes its callers, and nobody ever answers them
+            QVERIFY(silent.listen(folder.filePath(u"bus"_s)));
+            QVERIFY(!notifier->Notify(u"No answer"_s, u"a"_s));
+        }
 
         WriteAll(folder.filePath(u"bus.conf"_s),
                  "<busconfig><type>session</type><listen>" + socket.toUtf8() +

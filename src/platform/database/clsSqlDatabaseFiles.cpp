@@ -375,7 +375,7 @@ clsDatabaseFiles::RowCounts clsSqlDatabaseFiles::Copy(const QString& source, con
         std::optional<clsWorkConnection> held;
         if (QFileInfo(source).isWritable())
             held.emplace(source, connect, work)->Run(u"BEGIN; SELECT count(*) FROM sqlite_master"_s);
-        const QString copy = destination + u".new"_s;
+        const QString copy = UnfinishedCopy(destination);
         clsNewFile made(m_disk, copy);
         work.SetPart(0, 50);
         const qint64 size = m_disk.Facts(source).size;

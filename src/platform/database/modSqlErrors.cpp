@@ -13,6 +13,8 @@ using namespace Qt::Literals::StringLiterals;
 namespace
 {
 constexpr auto Source = "Brambury.Database";
+/// So much of a statement is told: what goes wrong with a longer one is not to be looked for behind pages of it.
+constexpr qsizetype MostOfStatement = 200;
 
 struct Meaning
 {
@@ -81,9 +83,21 @@ Meaning OfStatement(const QString& message)
     return {clsError::EngineFailure, u"The database could not carry out a statement."_s};
 }
 
+/// What a plain error stands for: of a statement inside another one, as an export's, only its text comes out.
+int InnerCode(int code, const QString& message)
+{
+    if ((code & 0xff) != SQLITE_ERROR)
+        return code;
+    for (const int inner : {SQLITE_FULL, SQLITE_IOERR, SQLITE_CORRUPT}) {
+        if (message == QLatin1String(sqlite3_errstr(inner)))
+            return inner;
+    }
+    return code;
+}
+
 Meaning Of(int code, int systemError, const QString& message)
 {
-    switch (code & 0xff) {
+    switch (InnerCode(code, message) & 0xff) {
     case SQLITE_CANTOPEN:
         return OfCannotOpen(systemError);
     case SQLITE_NOTADB:
@@ -124,7 +138,8 @@ void modSqlErrors::Raise(sqlite3* handle, int code, const QString& doing)
     if ((code & 0xff) == SQLITE_CANTOPEN && systemError == ENOENT && IsThere(handle))
         systemError = EACCES;
     const Meaning meaning = Of(code, systemError, message);
-    throw clsError(meaning.number, u"%1 (%2; %3)"_s.arg(meaning.text, message, doing), QLatin1String(Source),
+    const QString told = doing.size() > MostOfStatement ? doing.left(MostOfStatement) + u"..."_s : doing;
+    throw clsError(meaning.number, u"%1 (%2; %3)"_s.arg(meaning.text, message, told), QLatin1String(Source),
                    systemError);
 }
 

@@ -2,18 +2,15 @@
 // Notes by the notification service of the user's session bus.
 #include "platform/clsEventLoop.h"
 #include "platform/clsNotifier.h"
+#include "platform/desktop/modSessionBus.h"
 #include "platform/modPlatformImpl.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
-#include <QFileInfo>
 #include <QScopeGuard>
 #include <QVariantMap>
 #include <chrono>
-#ifdef Q_OS_UNIX
-#include <unistd.h>
-#endif
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -25,21 +22,6 @@ const QString Connection = u"Brambury notes"_s;
 const QString Program = u"org.brambury.Brambury"_s;
 constexpr std::chrono::seconds Limit(5);
 
-/// The session's bus; empty where there is none. Timed jobs are not told of it, but it has its usual place. Nothing is
-/// asked of the library here: it would start a bus of its own for the asking.
-QString BusAddress()
-{
-    const QString told = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
-    if (!told.isEmpty())
-        return told;
-#ifdef Q_OS_UNIX
-    const QString folder = qEnvironmentVariable("XDG_RUNTIME_DIR", u"/run/user/%1"_s.arg(getuid()));
-    if (QFileInfo::exists(folder + u"/bus"_s))
-        return u"unix:path=%1/bus"_s.arg(folder);
-#endif
-    return {};
-}
-
 class clsDesktopNotifier final : public clsNotifier
 {
 public:
@@ -47,8 +29,8 @@ public:
 
     bool Notify(const QString& title, const QString& text) override
     {
-        const QString address = BusAddress();
-        if (address.isEmpty())
+        const QString address = modSessionBus::Address();
+        if (address.isEmpty() || !modSessionBus::Answers(address))
             return false;
         const QDBusConnection bus = QDBusConnection::connectToBus(address, Connection);
         const auto disconnect = qScopeGuard([] { QDBusConnection::disconnectFromBus(Connection); });

@@ -8,6 +8,7 @@
 #include <QScopeGuard>
 #include <chrono>
 #include <qt6keychain/keychain.h>
+#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -84,6 +85,8 @@ private:
             else
                 job.setAutoDelete(true);
         });
+        if (!std::exchange(m_asked, true))
+            modPlatformImpl::LeaveSilentSession();
         job.start();
         const auto waited = m_eventLoop.Wait([&] { return state.finished; }, limit);
         if (!state.finished)
@@ -103,6 +106,7 @@ private:
     }
 
     clsEventLoop& m_eventLoop;
+    bool m_asked = false; ///< anything, so that the process has met its session
 };
 } // namespace
 

@@ -40,6 +40,7 @@
 #include <QTimer>
 #include <QVBoxLayout>
 #include <algorithm>
+#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 using modBrambury::Platform;
@@ -289,14 +290,16 @@ void frmMailEditor::RememberSubject()
     m_subjectTo = selected ? m_tSubject->selectionEnd() : m_subjectFrom;
 }
 
-void frmMailEditor::showEvent(QShowEvent* event)
+bool frmMailEditor::event(QEvent* event)
 {
-    QDialog::showEvent(event);
-    // The list belongs to a window that stands.
-    QTimer::singleShot(0, this, [this] {
-        if (isVisible() && m_type == 0)
-            DropDown(*m_templateType);
-    });
+    const bool done = QDialog::event(event);
+    // Of a list that drops down before its window has the keyboard, Esc would close the window too.
+    if (event->type() == QEvent::WindowActivate && !std::exchange(m_begun, true))
+        QTimer::singleShot(0, this, [this] {
+            if (isVisible() && m_type == 0)
+                DropDown(*m_templateType);
+        });
+    return done;
 }
 
 void frmMailEditor::DropDown(QComboBox& list)

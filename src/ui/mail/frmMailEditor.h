@@ -33,7 +33,7 @@ public:
     void reject() override;
 
 protected:
-    void showEvent(QShowEvent* event) override;
+    bool event(QEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
@@ -108,6 +108,7 @@ private:
     std::array<clsElidedLabel*, 3> m_lblFileInfo{};
     QLabel* m_lblLastModified;
     qint16 m_type = 0;    ///< the type that is chosen; 0: none yet
+    bool m_begun = false; ///< the window has had the keyboard
     QString m_attachment; ///< path as it would be stored
     bool m_inBody = true; ///< which of the two texts had the focus last
     qsizetype m_subjectFrom = 0;

@@ -208,15 +208,16 @@ void frmBackupRestore::ShowFolder(const QString& folder)
         !chosen.isEmpty() && chosen.first()->data(0, Qt::UserRole).toString() != folder)
         m_dated->clearSelection();
     m_dir1->clear();
-    const auto add = [this](const QString& name, const QString& path, QStyle::StandardPixmap picture) {
-        auto* item = new QListWidgetItem(style()->standardIcon(picture), name, m_dir1);
+    const auto add = [this](const QString& name, const QString& path, const QIcon& picture) {
+        auto* item = new QListWidgetItem(picture, name, m_dir1);
         item->setData(Qt::UserRole, path);
     };
     const QDir dir(shown);
     if (!dir.isRoot())
-        add(u".."_s, QFileInfo(shown).path(), QStyle::SP_FileDialogToParent);
+        add(u".."_s, QFileInfo(shown).path(), style()->standardIcon(QStyle::SP_FileDialogToParent));
+    const QIcon picture = style()->standardIcon(QStyle::SP_DirIcon); // some milliseconds each time
     for (const QString& name : Platform().Disk->FolderNames(shown))
-        add(name, dir.filePath(name), QStyle::SP_DirIcon);
+        add(name, dir.filePath(name), picture);
     m_dir1->setCurrentRow(0);
 
     const QSignalBlocker blocker(m_drive1);

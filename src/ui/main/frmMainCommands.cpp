@@ -297,6 +297,8 @@ void frmMain::TestLinks()
         const auto pages = modSample::There(*with.Database)
                                ? modPlatformImpl::MakePageServer(modSample::Pages(), modSample::PagesPort)
                                : nullptr;
+        if (pages && !pages->Serving())
+            modSample::TellPortTaken();
         clsHTTP(with).CheckLinks();
     });
 }

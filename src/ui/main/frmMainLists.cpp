@@ -48,6 +48,8 @@ constexpr int SiteRole = Qt::UserRole;
 constexpr int RecordRole = Qt::UserRole + 1;
 /// The tab of the first status; the one before it shows all.
 constexpr int FirstStatusTab = 1;
+/// How long a look at what other programs have changed waits for their locks.
+constexpr std::chrono::milliseconds FollowPatience{100};
 
 struct StatusTab
 {
@@ -119,8 +121,13 @@ void frmMain::FollowOtherPrograms()
     const clsInside inside(*this);
     const clsHourglass hourglass;
     ignoringErrors([this] {
-        m_sites->Requery();
-        const auto stored = m_sites->Rows(0, m_sites->RecordCount(), {u"SiteID"_s});
+        const auto stored = [this] {
+            // Nobody has asked for this: what is locked for longer is looked at when somebody comes back again.
+            State().Database->SetPatience(FollowPatience);
+            const auto usual = qScopeGuard([] { State().Database->SetPatience(clsDatabase::UsualPatience); });
+            m_sites->Requery();
+            return m_sites->Rows(0, m_sites->RecordCount(), {u"SiteID"_s});
+        }();
         bool same = std::ssize(stored) == m_siteList->topLevelItemCount();
         for (int i = 0; same && i < m_siteList->topLevelItemCount(); ++i) {
             const auto& row = stored[static_cast<std::size_t>(i)];
