@@ -125,7 +125,8 @@ QString NewPath()
 /// database. The caller holds Bramdat.use, so nobody is at such work now.
 void RemoveHalfFiles()
 {
-    for (const QString& path : {NewPath(), clsDatabaseFiles::UnfinishedCopy(modBrambury::DatabasePath())}) {
+    for (const QString& path :
+         {NewPath(), NewPath() + u"-journal"_s, clsDatabaseFiles::UnfinishedCopy(modBrambury::DatabasePath())}) {
         if (Disk().FileExists(path))
             ignoringErrors([&path] { Disk().RemoveFile(path); });
     }

@@ -531,7 +531,7 @@ private Q_SLOTS:
         Dialogs().Expect(offer, Answer::Yes);
         QVERIFY(modBrambury::LocateDatabase());
         // What was being made when the process was killed takes no room any more.
-        const QStringList half{Beside(u"Bramdat.new"_s), DatabasePath() + u".new"_s};
+        const QStringList half{Beside(u"Bramdat.new"_s), Beside(u"Bramdat.new-journal"_s), DatabasePath() + u".new"_s};
         for (const QString& path : half)
             WriteAll(path, "half");
         QVERIFY(modDBFunctions::OpenProcessDatabase());
